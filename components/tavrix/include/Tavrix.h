@@ -1,0 +1,179 @@
+// Tavrix: the playback engine's flat interface.
+//
+// A port is one playback instance: demux, decrypt, decode, pace, render and
+// sound for one file. Every function is safe to call from any thread; the
+// callbacks run on the engine's own threads, never on the caller's, and must
+// return quickly without calling back into the same port's transport.
+//
+// Functions that do work answer true or false; after a false,
+// Tavrix_GetLastError(port) tells why (TAVRIX_ERR_*).
+#pragma once
+
+#include <cstdint>
+
+// ---- records ---------------------------------------------------------------
+
+// Global (wall-clock) time embedded in footage.
+struct TAVRIX_SYSTEM_TIME {
+    int32_t nYear;
+    int32_t nMonth;
+    int32_t nDay;
+    int32_t nHour;
+    int32_t nMinute;
+    int32_t nSecond;
+    int32_t nMilliseconds;
+};
+
+// Frame types in TAVRIX_DISPLAY_INFO::nType and TAVRIX_FRAME_INFO::nType.
+enum : int32_t {
+    TAVRIX_FRAME_YV12 = 3,    // planar Y, then V, then U; contiguous, no padding
+    TAVRIX_FRAME_AUDIO16 = 101 // interleaved signed 16-bit PCM
+};
+
+// Handed to the display callback once per displayed video frame, in display
+// order, on the render thread. pBuf is valid only during the call.
+struct TAVRIX_DISPLAY_INFO {
+    int32_t nPort;
+    char* pBuf;      // YV12 picture
+    int32_t nBufLen; // nWidth * nHeight * 3 / 2
+    int32_t nWidth;
+    int32_t nHeight;
+    int32_t nStamp;  // presentation time in ms from the start of the file
+    int32_t nType;   // TAVRIX_FRAME_YV12
+    void* nUser;     // the user value given at registration
+    uint32_t nFrameNum; // display index of the frame, 0-based
+};
+
+// Handed to the decode callback for each decoded frame, on the decode threads.
+struct TAVRIX_FRAME_INFO {
+    int32_t nWidth;     // video: picture width; audio: channels
+    int32_t nHeight;    // video: picture height; audio: bits per sample
+    int32_t nStamp;     // ms from the start of the file
+    int32_t nType;      // TAVRIX_FRAME_YV12 for video, TAVRIX_FRAME_AUDIO16 for audio
+    int32_t nFrameRate; // video: frames per second, rounded; audio: sample rate
+};
+
+// Run-time report: 32 bytes, the error code at byte 16.
+struct TAVRIX_RUNTIME_INFO {
+    int32_t nPort;
+    int32_t nModule;     // 1 decoder, 2 demuxer/decryption
+    int32_t nReserved0;
+    int32_t nReserved1;
+    int32_t nErrorCode;  // TAVRIX_RT_*
+    int32_t nReserved2[3];
+};
+static_assert(sizeof(TAVRIX_RUNTIME_INFO) == 32, "run-time record is 32 bytes");
+
+// Run-time error codes.
+enum : int32_t {
+    TAVRIX_RT_DECODE_ENGINE = 0, // the requested decode engine failed
+    TAVRIX_RT_DEMUX = 1,         // the container could not be read further
+    TAVRIX_RT_DECODE = 2,        // the video could not be decoded
+    TAVRIX_RT_RENDER = 4,        // the picture could not be shown
+    TAVRIX_RT_DECRYPT = 5        // wrong or missing key, or undecodable data
+};
+
+// Watermark report: the first field points to the watermark block.
+struct TAVRIX_WATERMARK_INFO {
+    uint8_t* pDataBuf;
+    int32_t nSize;
+};
+
+// Last-error numbers.
+enum : uint32_t {
+    TAVRIX_NOERROR = 0,
+    TAVRIX_ERR_PARA_OVER = 1,        // bad argument
+    TAVRIX_ERR_ORDER = 2,            // call out of order (e.g. Play before OpenFile)
+    TAVRIX_ERR_TIMER = 3,
+    TAVRIX_ERR_DEC_VIDEO = 4,        // video decoding failed
+    TAVRIX_ERR_DEC_AUDIO = 5,        // audio decoding failed
+    TAVRIX_ERR_ALLOC_MEMORY = 6,
+    TAVRIX_ERR_OPEN_FILE = 7,        // the file could not be opened or is not media
+    TAVRIX_ERR_CREATE_OBJ = 8,       // a thread or device could not be made
+    TAVRIX_ERR_NO_PORT = 9,          // all ports are in use, or the port is not allocated
+    TAVRIX_ERR_NO_VIDEO = 10,        // the file has no video stream
+    TAVRIX_ERR_NO_SOUND_DEVICE = 11, // sound output could not be opened
+    TAVRIX_ERR_DECRYPT = 12,         // the key is not accepted
+    TAVRIX_ERR_NOT_SUPPORT = 13
+};
+
+enum : int32_t { TAVRIX_MAX_PORTS = 64 };
+
+// ---- callbacks ---------------------------------------------------------------
+
+typedef void (*TavrixDisplayCB)(TAVRIX_DISPLAY_INFO* pstDisplayInfo);
+// hDc is a QPainter* on the picture about to be shown, sized to the display.
+typedef void (*TavrixDrawCB)(int32_t nPort, void* hDc, void* pUser);
+typedef void (*TavrixFileRefCB)(int32_t nPort, void* pUser);
+typedef void (*TavrixFileEndCB)(int32_t nPort, void* pUser);
+typedef void (*TavrixWatermarkCB)(int32_t nPort, TAVRIX_WATERMARK_INFO* pInfo, void* pUser);
+typedef void (*TavrixDecCB)(int32_t nPort, char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo,
+                            void* pUser);
+typedef void (*TavrixEncTypeChangeCB)(int32_t nPort, void* pUser);
+typedef void (*TavrixRunTimeInfoCB)(int32_t nPort, TAVRIX_RUNTIME_INFO* pInfo, void* pUser);
+
+// ---- ports and opening -------------------------------------------------------
+
+bool Tavrix_GetPort(int32_t* pnPort);
+bool Tavrix_FreePort(int32_t nPort);
+// Number of ports handed out and not yet freed.
+int32_t Tavrix_GetPortsInUse();
+
+enum : uint32_t { TAVRIX_STREAM_REALTIME = 0, TAVRIX_STREAM_FILE = 1 };
+bool Tavrix_SetStreamOpenMode(int32_t nPort, uint32_t nMode);
+// szFileName is the path in the program's 8-bit encoding (GB18030).
+bool Tavrix_OpenFile(int32_t nPort, const char* szFileName);
+bool Tavrix_CloseFile(int32_t nPort);
+bool Tavrix_SkipErrorData(int32_t nPort, bool bSkip);
+// nKeyType 1 is AES; nKeyLen is in bits (128). Takes effect at the next OpenFile.
+bool Tavrix_SetSecretKey(int32_t nPort, int32_t nKeyType, const char* pSecretKey, int32_t nKeyLen);
+// 0 software, 1 hardware where the machine has it (falls back to software).
+bool Tavrix_SetDecodeEngineEx(int32_t nPort, uint32_t nDecodeEngine);
+// The engine in use: 1 only while hardware decoding really runs.
+uint32_t Tavrix_GetDecodeEngine(int32_t nPort);
+uint32_t Tavrix_GetLastError(int32_t nPort);
+
+// ---- transport -----------------------------------------------------------------
+
+// hWnd is the native id (QWidget::winId()) of the widget to show pictures in;
+// 0 plays without a window (callbacks only).
+bool Tavrix_Play(int32_t nPort, uintptr_t hWnd);
+bool Tavrix_Pause(int32_t nPort, uint32_t nPause);
+bool Tavrix_Stop(int32_t nPort);
+// Shows the last picture of a display region again (draw callbacks included).
+bool Tavrix_RefreshPlayEx(int32_t nPort, uint32_t nRegionNum);
+// false plays as fast as the decoder allows (tools, benchmarks); true by default.
+bool Tavrix_SetRealTime(int32_t nPort, bool bRealTime);
+
+// ---- readings --------------------------------------------------------------------
+
+uint32_t Tavrix_GetFileTime(int32_t nPort);       // seconds
+uint32_t Tavrix_GetPlayedTime(int32_t nPort);     // seconds
+uint32_t Tavrix_GetPlayedTimeEx(int32_t nPort);   // milliseconds
+uint32_t Tavrix_GetFileTotalFrames(int32_t nPort);
+uint32_t Tavrix_GetCurrentFrameNum(int32_t nPort);
+bool Tavrix_GetPictureSize(int32_t nPort, int32_t* pWidth, int32_t* pHeight);
+// Global time of the shown frame: creation time of the file plus the frame's
+// offset, else a time stamp in the file name; false when the file has neither.
+bool Tavrix_GetSystemTime(int32_t nPort, TAVRIX_SYSTEM_TIME* pstSystemTime);
+
+// ---- sound ------------------------------------------------------------------------
+
+bool Tavrix_PlaySoundShare(int32_t nPort);
+bool Tavrix_StopSoundShare(int32_t nPort);
+// 0 silent .. 65535 full scale.
+bool Tavrix_SetVolume(int32_t nPort, uint16_t wVolume);
+
+// ---- callbacks -------------------------------------------------------------------
+
+bool Tavrix_SetDisplayCallBackEx(int32_t nPort, TavrixDisplayCB pfn, void* pUser);
+// Region 0 is the main picture, region 1 the navigator.
+bool Tavrix_RegisterDrawFunEx(int32_t nPort, int32_t nRegionNum, TavrixDrawCB pfn, void* pUser);
+bool Tavrix_SetFileRefCallBack(int32_t nPort, TavrixFileRefCB pfn, void* pUser);
+bool Tavrix_SetCheckWatermarkCallBack(int32_t nPort, TavrixWatermarkCB pfn, void* pUser);
+// pDest/nDestSize are unused and may be null/0.
+bool Tavrix_SetDecCallBackExMend(int32_t nPort, TavrixDecCB pfn, char* pDest, int32_t nDestSize, void* pUser);
+bool Tavrix_SetFileEndCallback(int32_t nPort, TavrixFileEndCB pfn, void* pUser);
+bool Tavrix_SetEncTypeChangeCallBack(int32_t nPort, TavrixEncTypeChangeCB pfn, void* pUser);
+// nModule: 1 decoder, 2 demuxer/decryption; each has its own registration.
+bool Tavrix_SetRunTimeInfoCallBackEx(int32_t nPort, int32_t nModule, TavrixRunTimeInfoCB pfn, void* pUser);
