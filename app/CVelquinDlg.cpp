@@ -1,0 +1,1228 @@
+#include "CVelquinDlg.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QApplication>
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+#include <QDirIterator>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QFontMetrics>
+#include <QGuiApplication>
+#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLocale>
+#include <QMenu>
+#include <QMouseEvent>
+#include <QScreen>
+#include <QSlider>
+#include <QSpacerItem>
+#include <QTimer>
+#include <QVBoxLayout>
+
+#include "AllGlobalConfig.h"
+#include "CCustomSlider.h"
+#include "CDlgShow.h"
+#include "CLanguageParser.h"
+#include "CPlayHelper.h"
+#include "CSkinButton.h"
+#include "GlobalCfgHelper.h"
+#include "LanguageKeys.h"
+#include "NonModalMessageBox.h"
+#include "OpenInfo.h"
+#include "SkinManager.h"
+
+namespace {
+
+CVelquinDlg* s_pMainDlg = nullptr;
+
+const int MIN_WIDTH = 914;
+const int MIN_HEIGHT = 565;
+const int MAX_PLAY_WND = 16;
+const int MAX_OPEN_PATHS = 201; // the open dialogs collect at most this many paths
+const int PLAYER_TIMER_MS = 500;
+const int SLIDER_UNITS = 65535; // the progress slider runs from 0 to this
+const int FILE_NAME_MAX_WIDTH = 300;
+
+// Indexes into m_strResStyle, as the skin hands the main dialog's style sheets out.
+enum {
+    STYLE_MAX_NORMAL = 0,
+    STYLE_MAX_RESTORE = 1,
+    STYLE_MUTE_ON = 2,
+    STYLE_MUTE_OFF = 3,
+    STYLE_MUTE_BOOST = 4,
+    STYLE_PLAY = 5,
+    STYLE_PAUSE = 6,
+    STYLE_FULL_ENTER = 7,
+    STYLE_FULL_LEAVE = 8,
+    STYLE_TOP_MODE_0 = 11,
+    STYLE_PLAY_MODE_1 = 14,
+};
+
+bool IsActiveState(int nState) {
+    return nState == 1 || nState == 2;
+}
+
+} // namespace
+
+CVelquinDlg::CVelquinDlg(QWidget* parent, const QString& strConfigDir)
+    : QDialog(parent, Qt::FramelessWindowHint), m_strConfigDir(strConfigDir) {
+    s_pMainDlg = this;
+}
+
+CVelquinDlg::~CVelquinDlg() {
+    // A dialog that never reached UnInit (a failed Init, a test) must still leave
+    // the skin's observers, or the next skin change would reach a dead object.
+    SkinManager::DelObserver(this);
+    if (s_pMainDlg == this)
+        s_pMainDlg = nullptr;
+}
+
+CVelquinDlg* CVelquinDlg::GetMainDlg() {
+    return s_pMainDlg;
+}
+
+// ---------------------------------------------------------------------------
+// Start
+
+bool CVelquinDlg::Init() {
+    LoadConfig(); // its result is not looked at: defaults stand in for any missing file
+
+    if (!BuildWidgetTree())
+        return false;
+    resize(MIN_WIDTH, MIN_HEIGHT);
+    m_pDlgShow->SetMainDlg(this);
+    m_pDlgShow->SetVolumeUpKeyText(GetVolumeUpKeyText());
+
+    m_pPlayProgressSlider->setFocusPolicy(Qt::NoFocus);
+    m_pPlayProgressSlider->setMinimum(0);
+    m_pPlayProgressSlider->setMaximum(SLIDER_UNITS);
+
+    m_pSliderSound->setValue(50);
+    m_pSliderSound->setToolTip(
+        QStringLiteral("%1: %2%").arg(Text(IDS_Global_SoundVolume, QStringLiteral("Volume"))).arg(50));
+
+    setWindowFlags(Qt::FramelessWindowHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
+                   Qt::WindowMaximizeButtonHint);
+    setMinimumSize(MIN_WIDTH, MIN_HEIGHT);
+    if (QScreen* pScreen = QGuiApplication::primaryScreen())
+        resize(InitialSizeForScreen(pScreen->size()));
+
+    setMouseTracking(true);
+    setFocusPolicy(Qt::NoFocus);
+    setSizeGripEnabled(true);
+
+    InitMenus();
+    InitObjectNames();
+    if (!InitConnections())
+        return false;
+    LoadLanguage();
+    On_UpdateCtrlsState();
+
+    if (!SkinManager::GetInstance())
+        return false;
+    SkinManager::AddObserver(this);
+    SkinManager::ChangeSkin(m_stPlayerCfg.nSkin);
+    // The skin notice only stores the button styles; apply them now.
+    On_UpdateCtrlsState();
+
+    m_pDlgShow->setUpdatesEnabled(true);
+    return true;
+}
+
+QSize CVelquinDlg::InitialSizeForScreen(const QSize& sizeScreen) {
+    if (sizeScreen.width() >= 1920 && sizeScreen.height() >= 1080)
+        return QSize(1160, 660);
+    return QSize(MIN_WIDTH, MIN_HEIGHT);
+}
+
+int CVelquinDlg::DefaultLanguageFromLocale(const QLocale& locale) {
+    // Simplified Chinese as used in China (LANGID 0x804) is the one system language
+    // that starts the player in Chinese.
+    if (locale.language() == QLocale::Chinese && locale.territory() == QLocale::China)
+        return 0;
+    return 1;
+}
+
+QString CVelquinDlg::ConfigFilePath(const QString& strFileName) const {
+    const QString strDir = m_strConfigDir.isEmpty() ? QCoreApplication::applicationDirPath() : m_strConfigDir;
+    return CPlayHelper::LinkFolderAndFileName(strDir, strFileName);
+}
+
+bool CVelquinDlg::LoadConfig() {
+    SetDefaultConfig();
+
+    // PlayerConfig.xml is read by the configuration store, which joins with the
+    // settings; until then every start is a first start for the player's own settings.
+    AllGlobalConfig stGlobal;
+    stGlobal.nLanguage = -1;
+    if (GlobalCfgHelper::ReadConfigFile(ConfigFilePath(QStringLiteral("GlobalConfig.xml")), &stGlobal)) {
+        m_stPlayerCfg.nLanguage = stGlobal.nLanguage;
+        m_stPlayerCfg.nSkin = stGlobal.nSkinIndex;
+    } else {
+        m_stPlayerCfg.nLanguage = DefaultLanguageFromLocale(QLocale::system());
+        m_stPlayerCfg.nSkin = 0;
+    }
+
+    AllGlobalConfig stLanguages;
+    if (!GlobalCfgHelper::ReadConfigFile(ConfigFilePath(QStringLiteral("GlobalLanguageConfig.xml")),
+                                         &stLanguages) ||
+        stLanguages.vecLanguages.empty()) {
+        m_stPlayerCfg.nLanguage = 1;
+        return true;
+    }
+    bool bFound = false;
+    for (const GlobalLanguageInfo& stInfo : stLanguages.vecLanguages) {
+        LanguageEntry stEntry;
+        stEntry.nLanguageId = stInfo.nLanguageId;
+        stEntry.strLanguageName = stInfo.strLanguageName;
+        m_stPlayerCfg.vecLanguages.append(stEntry);
+        if (stInfo.nLanguageId == m_stPlayerCfg.nLanguage)
+            bFound = true;
+    }
+    if (!bFound)
+        m_stPlayerCfg.nLanguage = m_stPlayerCfg.vecLanguages.first().nLanguageId;
+    return true;
+}
+
+void CVelquinDlg::SetDefaultConfig() {
+    m_stPlayerCfg = PlayerConfig();
+    m_stPlayerCfg.nLanguage = 1;
+    m_stPlayerCfg.nSkin = 0;
+    m_stPlayerCfg.nPlayLocateMode = 1;
+    m_stPlayerCfg.bExitKeepPlaylistFiles = true;
+    m_stPlayerCfg.bKeepPlayProgress = false;
+    m_stPlayerCfg.bAutoAddSimilarFileName = false;
+    m_stPlayerCfg.bStartHardDecodeEngine = false;
+    m_stPlayerCfg.stHotKeys = HotKeysCfg();
+    m_stPlayerCfg.strCapPicFolder =
+        QDir::toNativeSeparators(QCoreApplication::applicationDirPath() + QStringLiteral("/Screenshot/"));
+    m_stPlayerCfg.nCapPicSaveType = 1;
+    m_stPlayerCfg.nConCapPicMode = 0;
+    m_stPlayerCfg.nConCapPicGap = 1;
+    m_stPlayerCfg.nMaxConCapPicNum = 100;
+    m_stPlayerCfg.lstPlaylistFiles.clear();
+}
+
+bool CVelquinDlg::SaveConfig() {
+    AllGlobalConfig stGlobal;
+    stGlobal.nLanguage = m_stPlayerCfg.nLanguage;
+    stGlobal.nSkinIndex = m_stPlayerCfg.nSkin;
+    // A failing write is silent: there is nobody left to tell at exit.
+    GlobalCfgHelper::WriteConfigFile(ConfigFilePath(QStringLiteral("GlobalConfig.xml")), &stGlobal);
+    return true;
+}
+
+bool CVelquinDlg::RestorePlaylist() {
+    // Nothing to restore before the playlist and its store exist.
+    return true;
+}
+
+bool CVelquinDlg::UnInit() {
+    SaveConfig();
+
+    if (m_pPlayerTimer) {
+        m_pPlayerTimer->stop();
+        delete m_pPlayerTimer;
+        m_pPlayerTimer = nullptr;
+    }
+
+    CLanguageParser::DeleteInstance();
+    if (SkinManager::GetInstance())
+        SkinManager::DelObserver(this);
+    return true;
+}
+
+// ---------------------------------------------------------------------------
+// Widget tree
+
+CSkinButton* CVelquinDlg::MakeButton(QWidget* pParent, const char* szName, int nWidth, int nHeight) {
+    CSkinButton* pBtn = new CSkinButton(pParent);
+    pBtn->setObjectName(QString::fromLatin1(szName));
+    pBtn->setFixedSize(nWidth, nHeight);
+    pBtn->setFocusPolicy(Qt::NoFocus);
+    return pBtn;
+}
+
+namespace {
+
+QWidget* MakeContainer(QWidget* pParent, const char* szName) {
+    QWidget* pWidget = new QWidget(pParent);
+    pWidget->setObjectName(QString::fromLatin1(szName));
+    pWidget->setFocusPolicy(Qt::NoFocus);
+    // Style sheets with a background only paint on a plain QWidget that asks for it.
+    pWidget->setAttribute(Qt::WA_StyledBackground, true);
+    return pWidget;
+}
+
+QLabel* MakeLabel(QWidget* pParent, const char* szName) {
+    QLabel* pLabel = new QLabel(pParent);
+    pLabel->setObjectName(QString::fromLatin1(szName));
+    return pLabel;
+}
+
+QHBoxLayout* MakeHBox(QWidget* pParent, int nSpacing, int nLeft, int nRight) {
+    QHBoxLayout* pLayout = new QHBoxLayout(pParent);
+    pLayout->setSpacing(nSpacing);
+    pLayout->setContentsMargins(nLeft, 0, nRight, 0);
+    return pLayout;
+}
+
+void AddSpacer(QBoxLayout* pLayout) {
+    pLayout->addSpacerItem(new QSpacerItem(0, 0, QSizePolicy::Expanding, QSizePolicy::Minimum));
+}
+
+} // namespace
+
+bool CVelquinDlg::BuildWidgetTree() {
+    m_pRootLayout = new QVBoxLayout(this);
+    m_pRootLayout->setObjectName(QStringLiteral("verticalLayout_4"));
+    m_pRootLayout->setSpacing(1);
+    m_pRootLayout->setContentsMargins(0, 0, 0, 0);
+
+    m_pRootLayout->addWidget(BuildTitleBar());
+
+    m_pHLayoutMainClient = new QHBoxLayout();
+    m_pHLayoutMainClient->setObjectName(QStringLiteral("m_pHLayoutMainClient"));
+    m_pHLayoutMainClient->setSpacing(1);
+    m_pHLayoutMainClient->setContentsMargins(0, 0, 0, 0);
+    m_pRootLayout->addLayout(m_pHLayoutMainClient, 1);
+
+    m_pHLayoutMainClient->addWidget(BuildPlaylistColumn());
+    m_pHLayoutMainClient->addWidget(BuildMainWndColumn(), 1);
+    return m_pDlgShow != nullptr;
+}
+
+QWidget* CVelquinDlg::BuildTitleBar() {
+    m_pTitleBarContainer = MakeContainer(this, "m_pTitleBarContainer");
+    m_pTitleBarContainer->setFixedHeight(35);
+    QHBoxLayout* pLayout = MakeHBox(m_pTitleBarContainer, 2, 10, 6);
+
+    m_pLabMainWndTitle = MakeLabel(m_pTitleBarContainer, "m_pLabMainWndTitle");
+    pLayout->addWidget(m_pLabMainWndTitle);
+    AddSpacer(pLayout);
+    m_pBtnLanguage = MakeButton(m_pTitleBarContainer, "m_pBtnLanguage", 24, 24);
+    m_pBtnLanguage->hide();
+    m_pBtnMainMenu = MakeButton(m_pTitleBarContainer, "m_pBtnMainMenu", 24, 24);
+    m_pBtnTopMode = MakeButton(m_pTitleBarContainer, "m_pBtnTopMode", 24, 24);
+    m_pBtnMin = MakeButton(m_pTitleBarContainer, "m_pBtnMin", 24, 24);
+    m_pBtnMax = MakeButton(m_pTitleBarContainer, "m_pBtnMax", 24, 24);
+    m_pBtnExit = MakeButton(m_pTitleBarContainer, "m_pBtnExit", 24, 24);
+    for (QWidget* pWidget : {static_cast<QWidget*>(m_pBtnLanguage), static_cast<QWidget*>(m_pBtnMainMenu),
+                             static_cast<QWidget*>(m_pBtnTopMode), static_cast<QWidget*>(m_pBtnMin),
+                             static_cast<QWidget*>(m_pBtnMax), static_cast<QWidget*>(m_pBtnExit)})
+        pLayout->addWidget(pWidget);
+
+    // The main menu (settings, language, about) and the display on top modes come
+    // with their own features.
+    m_pBtnMainMenu->setEnabled(false);
+    m_pBtnTopMode->setEnabled(false);
+    return m_pTitleBarContainer;
+}
+
+QWidget* CVelquinDlg::BuildPlaylistColumn() {
+    m_pPlaylistCtrlContainer = MakeContainer(this, "m_pPlaylistCtrlContainer");
+    m_pPlaylistCtrlContainer->setFixedWidth(250);
+    QVBoxLayout* pColumn = new QVBoxLayout(m_pPlaylistCtrlContainer);
+    pColumn->setSpacing(0);
+    pColumn->setContentsMargins(0, 0, 0, 0);
+
+    m_pListToolBarContainer = MakeContainer(m_pPlaylistCtrlContainer, "m_pListToolBarContainer");
+    m_pListToolBarContainer->setFixedHeight(36);
+    QHBoxLayout* pBar = MakeHBox(m_pListToolBarContainer, 2, 10, 0);
+    m_pLabPlaylistTitle = MakeLabel(m_pListToolBarContainer, "m_pLabPlaylistTitle");
+    pBar->addWidget(m_pLabPlaylistTitle);
+    AddSpacer(pBar);
+    m_pBtnListAdd = MakeButton(m_pListToolBarContainer, "m_pBtnListAdd", 26, 26);
+    m_pBtnListDelete = MakeButton(m_pListToolBarContainer, "m_pBtnListDelete", 26, 26);
+    m_pBtnListDelete->hide();
+    m_pBtnPlayMode = MakeButton(m_pListToolBarContainer, "m_pBtnPlayMode", 26, 26);
+    m_pBtnSearch = MakeButton(m_pListToolBarContainer, "m_pBtnSearch", 48, 36);
+    pBar->addWidget(m_pBtnListAdd);
+    pBar->addWidget(m_pBtnListDelete);
+    pBar->addWidget(m_pBtnPlayMode);
+    pBar->addWidget(m_pBtnSearch);
+    // The list tool bar acts on the playlist, which is not part of this build yet.
+    for (CSkinButton* pBtn : {m_pBtnListAdd, m_pBtnListDelete, m_pBtnPlayMode, m_pBtnSearch})
+        pBtn->setEnabled(false);
+    pColumn->addWidget(m_pListToolBarContainer);
+
+    m_pLabelListBottomBorder = MakeLabel(m_pPlaylistCtrlContainer, "m_pLabelListBottomBorder");
+    m_pLabelListBottomBorder->setFixedHeight(1);
+    pColumn->addWidget(m_pLabelListBottomBorder);
+
+    m_pPlaylistArea = MakeContainer(m_pPlaylistCtrlContainer, "m_pPlaylistArea");
+    pColumn->addWidget(m_pPlaylistArea, 1);
+    return m_pPlaylistCtrlContainer;
+}
+
+QWidget* CVelquinDlg::BuildMainWndColumn() {
+    m_pMainWndContainer = MakeContainer(this, "m_pMainWndContainer");
+    QVBoxLayout* pColumn = new QVBoxLayout(m_pMainWndContainer);
+    pColumn->setSpacing(0);
+    pColumn->setContentsMargins(0, 0, 0, 0);
+
+    pColumn->addWidget(BuildStatusBar());
+    m_pDlgShow = new CDlgShow(m_pMainWndContainer);
+    m_pDlgShow->setObjectName(QStringLiteral("m_pDlgShow"));
+    m_pDlgShow->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Expanding);
+    pColumn->addWidget(m_pDlgShow, 1);
+    pColumn->addWidget(BuildCtrlBar());
+    return m_pMainWndContainer;
+}
+
+QWidget* CVelquinDlg::BuildStatusBar() {
+    m_pStatusBarContainer = MakeContainer(m_pMainWndContainer, "m_pStatusBarContainer");
+    m_pStatusBarContainer->setFixedHeight(35);
+    QHBoxLayout* pLayout = MakeHBox(m_pStatusBarContainer, 6, 10, 10);
+
+    m_pLabPlayStatus = MakeLabel(m_pStatusBarContainer, "m_pLabPlayStatus");
+    m_pLabFileName = MakeLabel(m_pStatusBarContainer, "m_pLabFileName");
+    m_pLabFrameIndex = MakeLabel(m_pStatusBarContainer, "m_pLabFrameIndex");
+    pLayout->addWidget(m_pLabPlayStatus);
+    pLayout->addWidget(m_pLabFileName);
+    pLayout->addWidget(m_pLabFrameIndex);
+    AddSpacer(pLayout);
+    m_pBtnEagleEyeCtrl = MakeButton(m_pStatusBarContainer, "m_pBtnEagleEyeCtrl", 26, 26);
+    m_pBtnPanoPlayer = MakeButton(m_pStatusBarContainer, "m_pBtnPanoPlayer", 26, 26);
+    m_pBtnPartZoom = MakeButton(m_pStatusBarContainer, "m_pBtnPartZoom", 26, 26);
+    m_pBtnCapPic = MakeButton(m_pStatusBarContainer, "m_pBtnCapPic", 26, 26);
+    m_pBtnConCapPic = MakeButton(m_pStatusBarContainer, "m_pBtnConCapPic", 26, 26);
+    // Fisheye, partial zoom and capture come with their features.
+    for (CSkinButton* pBtn :
+         {m_pBtnEagleEyeCtrl, m_pBtnPanoPlayer, m_pBtnPartZoom, m_pBtnCapPic, m_pBtnConCapPic}) {
+        pBtn->setEnabled(false);
+        pLayout->addWidget(pBtn);
+    }
+    return m_pStatusBarContainer;
+}
+
+QWidget* CVelquinDlg::BuildCtrlBar() {
+    m_pCtrlBarContainer = MakeContainer(m_pMainWndContainer, "m_pCtrlBarContainer");
+    m_pCtrlBarContainer->setFixedHeight(75);
+    QVBoxLayout* pBar = new QVBoxLayout(m_pCtrlBarContainer);
+    pBar->setSpacing(0);
+    pBar->setContentsMargins(0, 0, 0, 0);
+
+    m_pProgressBarContainer = MakeContainer(m_pCtrlBarContainer, "m_pProgressBarContainer");
+    m_pProgressBarContainer->setFixedHeight(24);
+    QHBoxLayout* pProgress = MakeHBox(m_pProgressBarContainer, 4, 10, 10);
+    m_pLabCurPlayTime = MakeLabel(m_pProgressBarContainer, "m_pLabCurPlayTime");
+    m_pLabCurPlayTime->setFixedWidth(50);
+    m_pPlayProgressSlider = new QSlider(Qt::Horizontal, m_pProgressBarContainer);
+    m_pPlayProgressSlider->setObjectName(QStringLiteral("m_pPlayProgressSlider"));
+    // It shows where the selected window plays; seeking by it comes with the
+    // progress slider of the stage.
+    m_pPlayProgressSlider->setEnabled(false);
+    m_pLabWholeTime = MakeLabel(m_pProgressBarContainer, "m_pLabWholeTime");
+    m_pLabWholeTime->setFixedWidth(50);
+    pProgress->addWidget(m_pLabCurPlayTime);
+    pProgress->addWidget(m_pPlayProgressSlider, 1);
+    pProgress->addWidget(m_pLabWholeTime);
+    pBar->addWidget(m_pProgressBarContainer);
+
+    m_pCtrlBtnsContainer = MakeContainer(m_pCtrlBarContainer, "m_pCtrlBtnsContainer");
+    m_pCtrlBtnsContainer->setFixedHeight(50);
+    QHBoxLayout* pBtns = MakeHBox(m_pCtrlBtnsContainer, 5, 15, 15);
+    m_pBtnOpenFiles = MakeButton(m_pCtrlBtnsContainer, "m_pBtnOpenFiles", 26, 26);
+    m_pBtnTools = MakeButton(m_pCtrlBtnsContainer, "m_pBtnTools", 26, 26);
+    m_pBtnReversePlay = MakeButton(m_pCtrlBtnsContainer, "m_pBtnReversePlay", 26, 26);
+    m_pBtnSlow = MakeButton(m_pCtrlBtnsContainer, "m_pBtnSlow", 26, 26);
+    m_pBtnLastFrame = MakeButton(m_pCtrlBtnsContainer, "m_pBtnLastFrame", 26, 26);
+    m_pBtnPlayOrPause = MakeButton(m_pCtrlBtnsContainer, "m_pBtnPlayOrPause", 50, 50);
+    m_pBtnStop = MakeButton(m_pCtrlBtnsContainer, "m_pBtnStop", 26, 26);
+    m_pBtnNextFrame = MakeButton(m_pCtrlBtnsContainer, "m_pBtnNextFrame", 26, 26);
+    m_pBtnFast = MakeButton(m_pCtrlBtnsContainer, "m_pBtnFast", 26, 26);
+    m_pBtnSyncPlay = MakeButton(m_pCtrlBtnsContainer, "m_pBtnSyncPlay", 26, 26);
+    m_pBtnMute = MakeButton(m_pCtrlBtnsContainer, "m_pBtnMute", 26, 26);
+    m_pSliderSound = new CCustomSlider(Qt::Horizontal, m_pCtrlBtnsContainer);
+    m_pSliderSound->setObjectName(QStringLiteral("m_pSliderSound"));
+    m_pSliderSound->setFixedSize(70, 18);
+    m_pSliderSound->setRange(0, 100);
+    m_pSliderSound->setValue(50);
+    m_pSliderSound->setFocusPolicy(Qt::NoFocus);
+    m_pBtnLayout = MakeButton(m_pCtrlBtnsContainer, "m_pBtnLayout", 26, 26);
+    m_pBtnFullScreen = MakeButton(m_pCtrlBtnsContainer, "m_pBtnFullScreen", 26, 26);
+
+    pBtns->addWidget(m_pBtnOpenFiles);
+    pBtns->addWidget(m_pBtnTools);
+    AddSpacer(pBtns);
+    for (CSkinButton* pBtn : {m_pBtnReversePlay, m_pBtnSlow, m_pBtnLastFrame, m_pBtnPlayOrPause, m_pBtnStop,
+                              m_pBtnNextFrame, m_pBtnFast, m_pBtnSyncPlay})
+        pBtns->addWidget(pBtn);
+    AddSpacer(pBtns);
+    pBtns->addWidget(m_pBtnMute);
+    pBtns->addWidget(m_pSliderSound);
+    pBtns->addWidget(m_pBtnLayout);
+    pBtns->addWidget(m_pBtnFullScreen);
+    pBar->addWidget(m_pCtrlBtnsContainer);
+
+    // Tools, speed, stepping, reverse and synchronous play, and full screen come
+    // with their features; until then they stay greyed out.
+    for (CSkinButton* pBtn : {m_pBtnTools, m_pBtnReversePlay, m_pBtnSlow, m_pBtnLastFrame, m_pBtnNextFrame,
+                              m_pBtnFast, m_pBtnSyncPlay, m_pBtnFullScreen})
+        pBtn->setEnabled(false);
+    return m_pCtrlBarContainer;
+}
+
+bool CVelquinDlg::InitMenus() {
+    m_pOpenMenu = new QMenu(this);
+    m_pOpenMenu->setObjectName(QStringLiteral("m_pOpenMenu"));
+    m_pActOpenFile = m_pOpenMenu->addAction(QString());
+    m_pActOpenFolder = m_pOpenMenu->addAction(QString());
+    m_pActOpenURL = m_pOpenMenu->addAction(QString());
+    // Streams need the network session library, which this build does not have.
+    m_pActOpenURL->setEnabled(false);
+
+    m_pPlayWndLayoutMenu = new QMenu(this);
+    m_pPlayWndLayoutMenu->setObjectName(QStringLiteral("m_pPlayWndLayoutMenu"));
+    m_pLayoutGroup = new QActionGroup(this);
+    m_pLayoutGroup->setExclusive(true);
+    m_pActLayout1 = m_pPlayWndLayoutMenu->addAction(QString());
+    m_pActLayout4 = m_pPlayWndLayoutMenu->addAction(QString());
+    m_pActLayout9 = m_pPlayWndLayoutMenu->addAction(QString());
+    m_pActLayout16 = m_pPlayWndLayoutMenu->addAction(QString());
+    for (QAction* pAction : {m_pActLayout1, m_pActLayout4, m_pActLayout9, m_pActLayout16}) {
+        pAction->setCheckable(true);
+        m_pLayoutGroup->addAction(pAction);
+    }
+    return true;
+}
+
+bool CVelquinDlg::InitObjectNames() {
+    if (!m_pMainWndContainer || !m_pTitleBarContainer || !m_pStatusBarContainer || !m_pCtrlBarContainer ||
+        !m_pListToolBarContainer)
+        return false;
+    m_pMainWndContainer->setObjectName(QStringLiteral("m_pMainWndContainer"));
+    m_pTitleBarContainer->setObjectName(QStringLiteral("m_pTitleBarContainer"));
+    m_pStatusBarContainer->setObjectName(QStringLiteral("m_pStatusBarContainer"));
+    m_pCtrlBarContainer->setObjectName(QStringLiteral("m_pCtrlBarContainer"));
+    m_pListToolBarContainer->setObjectName(QStringLiteral("m_pListToolBarContainer"));
+    return true;
+}
+
+bool CVelquinDlg::InitConnections() {
+    bool bOk = true;
+    bOk &= bool(connect(m_pBtnLanguage, &QPushButton::clicked, this, &CVelquinDlg::On_ChangeLanguageCN_EN));
+    bOk &= bool(connect(m_pBtnMin, &QPushButton::clicked, this, &CVelquinDlg::On_ShowMinimized));
+    bOk &= bool(connect(m_pBtnMax, &QPushButton::clicked, this, &CVelquinDlg::On_ShowMaximized));
+    bOk &= bool(connect(m_pBtnExit, &QPushButton::clicked, this, &CVelquinDlg::On_Exit));
+    bOk &= bool(connect(m_pBtnOpenFiles, &QPushButton::clicked, this, &CVelquinDlg::On_ShowOpenMenu_OpenBtn));
+    bOk &= bool(connect(m_pActOpenFile, &QAction::triggered, this, &CVelquinDlg::On_OpenFiles));
+    bOk &= bool(connect(m_pActOpenFolder, &QAction::triggered, this, &CVelquinDlg::On_OpenFolder));
+    bOk &= bool(connect(m_pBtnPlayOrPause, &QPushButton::clicked, this, &CVelquinDlg::On_PlayOrPause));
+    bOk &= bool(connect(m_pBtnStop, &QPushButton::clicked, this, &CVelquinDlg::On_Stop));
+    bOk &= bool(connect(m_pBtnMute, &QPushButton::clicked, this, &CVelquinDlg::On_Mute));
+    bOk &= bool(connect(m_pBtnLayout, &QPushButton::clicked, this, &CVelquinDlg::On_ShowSelectMultiWndsDlg));
+    bOk &= bool(connect(m_pLayoutGroup, &QActionGroup::triggered, this, &CVelquinDlg::On_SwitchLayoutMode));
+    bOk &= bool(
+        connect(m_pSliderSound, &CCustomSlider::Sig_ChangeValue, this, &CVelquinDlg::On_SliderSetVolume));
+
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_FileEnd, this, &CVelquinDlg::On_FilePlayEnd));
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_ChangeSelWnd, this, &CVelquinDlg::On_ChangeSelectWnd));
+    bOk &=
+        bool(connect(m_pDlgShow, &CDlgShow::Sig_UpdateCtrlStatus, this, &CVelquinDlg::On_UpdateCtrlsState));
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_FileRefCreated, this, &CVelquinDlg::On_FileRefCreated));
+    bOk &= bool(
+        connect(m_pDlgShow, &CDlgShow::Sig_MouseMoveEvent, this, &CVelquinDlg::On_DlgShowMouseMoveEvent));
+    bOk &= bool(
+        connect(m_pDlgShow, &CDlgShow::Sig_MousePressEvent, this, &CVelquinDlg::On_DlgShowMousePressEvent));
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_KeyPressEvent, this, &CVelquinDlg::On_KeyPressEvent));
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_OpenFiles, this, &CVelquinDlg::On_OpenFiles));
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_OpenFolder, this, &CVelquinDlg::On_OpenFolder));
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_MarkInvalidFile, this, &CVelquinDlg::On_MarkInvalidFile,
+                        Qt::QueuedConnection));
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_ErrorToStopPlay, this, &CVelquinDlg::ErrorToStopPlay));
+    return bOk;
+}
+
+// ---------------------------------------------------------------------------
+// Language and skin
+
+QString CVelquinDlg::Text(const QString& strKey, const QString& strDefault) {
+    QString strText;
+    CLanguageParser::FindString(strKey, strText, strDefault);
+    return strText;
+}
+
+bool CVelquinDlg::LoadLanguage() {
+    if (!CLanguageParser::GetInstance())
+        return false;
+    CLanguageParser::LoadStringFile(m_stPlayerCfg.nLanguage);
+
+    setWindowTitle(QCoreApplication::translate("pThis", "Velquin"));
+    m_pLabMainWndTitle->setText(QStringLiteral("Velquin"));
+    m_pLabPlaylistTitle->setText(Text(IDS_Global_Playlist, QStringLiteral("Playlist")));
+    RetranslateWidgets();
+    RetranslateMenus();
+    if (m_pDlgShow)
+        m_pDlgShow->UpdateStartPageText();
+    return true;
+}
+
+void CVelquinDlg::RetranslateWidgets() {
+    m_pBtnMainMenu->setToolTip(Text(IDS_MainWnd_MainMenu, QStringLiteral("Main Menu")));
+    m_pBtnMin->setToolTip(Text(IDS_MainWnd_Minimize, QStringLiteral("Minimize")));
+    m_pBtnExit->setToolTip(Text(IDS_Global_Exit, QStringLiteral("Exit")));
+    m_pBtnListAdd->setToolTip(Text(IDS_MainWnd_AddFileToPlaylist, QStringLiteral("Add Files")));
+    m_pBtnListDelete->setToolTip(Text(IDS_MainWnd_DelFileInPlaylist, QStringLiteral("Delete Files")));
+    m_pBtnPlayMode->setToolTip(Text(IDS_MainWnd_PlayMode, QStringLiteral("Play Mode")));
+    m_pBtnSearch->setToolTip(Text(IDS_Global_Search, QStringLiteral("Search")));
+    m_pBtnPanoPlayer->setToolTip(Text(IDS_FEC_FisheyeExpansion, QStringLiteral("Fisheye Expansion")));
+    m_pBtnCapPic->setToolTip(Text(IDS_Global_Capture, QStringLiteral("Capture")));
+    m_pBtnOpenFiles->setToolTip(Text(IDS_Global_Open, QStringLiteral("Open")));
+    m_pBtnTools->setToolTip(Text(IDS_Global_ToolBox, QStringLiteral("Toolbox")));
+    m_pBtnSlow->setToolTip(Text(IDS_Global_SpeedDown, QStringLiteral("Slow Forward")));
+    m_pBtnFast->setToolTip(Text(IDS_Global_SpeedUp, QStringLiteral("Fast Forward")));
+    m_pBtnStop->setToolTip(Text(IDS_Global_Stop, QStringLiteral("Stop")));
+    m_pBtnNextFrame->setToolTip(Text(IDS_Global_NextFrame, QStringLiteral("Forward One Frame")));
+    m_pBtnLastFrame->setToolTip(Text(IDS_Global_LastFrame, QStringLiteral("Backward One Frame")));
+    m_pBtnLayout->setToolTip(Text(IDS_PlayWnd_PlayWndLayout, QStringLiteral("Layout")));
+    m_pBtnEagleEyeCtrl->setToolTip(Text(IDS_SRCtrl_SphaeraMode, QStringLiteral("Sphaera Mode")));
+
+    if (m_stPlayerCfg.nLanguage == 0) {
+        const QString strText = Text(IDS_MainWnd_LangChinese_SI, QStringLiteral("Chinese"));
+        m_pBtnLanguage->setText(strText);
+        m_pBtnLanguage->setToolTip(strText);
+    } else if (m_stPlayerCfg.nLanguage == 1) {
+        const QString strText = Text(IDS_MainWnd_LangEnglish, QStringLiteral("English"));
+        m_pBtnLanguage->setText(strText);
+        m_pBtnLanguage->setToolTip(strText);
+    }
+    m_pBtnMax->setToolTip(m_bMaximized ? Text(IDS_MainWnd_RestoreWindow, QStringLiteral("Restore window"))
+                                       : Text(IDS_MainWnd_Maximize, QStringLiteral("Maximize")));
+    m_pBtnPartZoom->setToolTip(Text(IDS_Global_Part, QStringLiteral("Partial Zoom")));
+    m_pBtnConCapPic->setToolTip(Text(IDS_Global_ContinuousCapture, QStringLiteral("Continuous Capture")));
+    m_pBtnTopMode->setToolTip(Text(IDS_MainWnd_NeverTop, QStringLiteral("Never")));
+    m_pBtnFullScreen->setToolTip(
+        m_bFullScreen ? Text(IDS_MainWnd_FullScreenCancel, QStringLiteral("Cancel Full Screen"))
+                      : Text(IDS_MainWnd_FullScreen, QStringLiteral("Full Screen")));
+    m_pBtnReversePlay->setToolTip(Text(IDS_MainWnd_StartBackPlay, QStringLiteral("Start Reverse Play")));
+    m_pBtnSyncPlay->setToolTip(Text(IDS_MainWnd_SyncPlay, QStringLiteral("Synchronous Play")));
+    m_pBtnMute->setToolTip(m_bMute ? Text(IDS_MainWnd_MuteOff, QStringLiteral("Cancel Mute"))
+                                   : Text(IDS_MainWnd_MuteOn, QStringLiteral("Mute")));
+
+    const int nState = m_pDlgShow ? m_pDlgShow->GetPlayState() : 0;
+    m_pBtnPlayOrPause->setToolTip(nState == 1 ? Text(IDS_Global_Pause, QStringLiteral("Pause"))
+                                              : Text(IDS_Global_Play, QStringLiteral("Play")));
+
+    // The speed ladder is not part of this build, so a playing window runs at speed 0.
+    if (nState == 1)
+        m_pLabPlayStatus->setText(Text(IDS_Global_Play, QStringLiteral("Playing")));
+    else if (nState == 2)
+        m_pLabPlayStatus->setText(Text(IDS_Global_Pause, QStringLiteral("Pause")));
+    else
+        m_pLabPlayStatus->setText(Text(IDS_MainWnd_Ready, QStringLiteral("Ready")));
+}
+
+void CVelquinDlg::RetranslateMenus() {
+    m_pOpenMenu->setTitle(Text(IDS_Global_Open, QStringLiteral("Open")));
+    m_pActOpenFile->setText(Text(IDS_Global_OpenFile, QStringLiteral("Open File")));
+    m_pActOpenFolder->setText(Text(IDS_Global_OpenFolder, QStringLiteral("Open Folder")));
+    m_pActOpenURL->setText(Text(IDS_Global_OpenURL, QStringLiteral("Open URL")));
+    m_pPlayWndLayoutMenu->setTitle(Text(IDS_PlayWnd_PlayWndLayout, QStringLiteral("Layout")));
+    m_pActLayout1->setText(Text(IDS_PlayWnd_1PlayWnd, QStringLiteral("1 window")));
+    m_pActLayout4->setText(Text(IDS_PlayWnd_4PlayWnd, QStringLiteral("4 window")));
+    m_pActLayout9->setText(Text(IDS_PlayWnd_9PlayWnd, QStringLiteral("9 window")));
+    m_pActLayout16->setText(Text(IDS_PlayWnd_16PlayWnd, QStringLiteral("16 window")));
+}
+
+bool CVelquinDlg::On_ChangeLanguageCN_EN() {
+    if (m_stPlayerCfg.nLanguage == 0)
+        m_stPlayerCfg.nLanguage = 1;
+    else if (m_stPlayerCfg.nLanguage == 1)
+        m_stPlayerCfg.nLanguage = 0;
+    return LoadLanguage();
+}
+
+void CVelquinDlg::SkinChanged() {
+    // Resource 1 styles what lives outside the dialog's tree: menus, tool tips, side dialogs.
+    const QString strGlobalQss = SkinManager::GetQssResPath(1);
+    if (!strGlobalQss.isEmpty() && qApp)
+        qApp->setStyleSheet(SkinManager::ReadQssFile(strGlobalQss));
+    const QString strQssPath = SkinManager::GetQssResPath(0);
+    if (!strQssPath.isEmpty())
+        setStyleSheet(SkinManager::ReadQssFile(strQssPath));
+    for (int i = 0; i < RES_STYLE_NUM; ++i)
+        m_strResStyle[i] = SkinManager::GetResStyleSheet(0, i);
+}
+
+void CVelquinDlg::ApplyStyle(QWidget* pWidget, int nStyleIndex) {
+    if (pWidget && nStyleIndex >= 0 && nStyleIndex < RES_STYLE_NUM && !m_strResStyle[nStyleIndex].isEmpty())
+        pWidget->setStyleSheet(m_strResStyle[nStyleIndex]);
+}
+
+// ---------------------------------------------------------------------------
+// Read access
+
+int CVelquinDlg::GetSelWndIndex() const {
+    return m_pDlgShow ? m_pDlgShow->GetSelWndIndex() : 0;
+}
+int CVelquinDlg::GetPlayState() const {
+    return m_pDlgShow ? m_pDlgShow->GetPlayState() : 0;
+}
+bool CVelquinDlg::IsSyncPlay() const {
+    return m_pDlgShow ? m_pDlgShow->IsSyncPlay() : false;
+}
+uint CVelquinDlg::GetFileTime() const {
+    return m_pDlgShow ? m_pDlgShow->GetFileTime() : 0;
+}
+uint CVelquinDlg::GetPlayedTime() const {
+    return m_pDlgShow ? m_pDlgShow->GetPlayedTime() : 0;
+}
+QString CVelquinDlg::GetSelWndFilePath() const {
+    return m_pDlgShow ? m_pDlgShow->GetSelWndFilePath() : QString();
+}
+
+QString CVelquinDlg::GetVolumeUpKeyText() const {
+    return QKeySequence(m_stPlayerCfg.stHotKeys.nVolumeUp).toString();
+}
+
+// ---------------------------------------------------------------------------
+// Title bar and window
+
+bool CVelquinDlg::On_ShowMinimized() {
+    showMinimized();
+    On_UpdateCtrlsState();
+    return true;
+}
+
+bool CVelquinDlg::On_ShowMaximized() {
+    if (m_bMaximized) {
+        setGeometry(m_rcNormal);
+        m_bMaximized = false;
+        setSizeGripEnabled(true);
+    } else {
+        m_rcNormal = geometry();
+        QScreen* pScreen = QGuiApplication::primaryScreen();
+        if (pScreen)
+            setGeometry(pScreen->availableGeometry());
+        m_bMaximized = true;
+        setSizeGripEnabled(false);
+    }
+    On_UpdateCtrlsState();
+    return true;
+}
+
+bool CVelquinDlg::On_Exit() {
+    // All saving is in UnInit, after the event loop: closing the last window ends it.
+    close();
+    return true;
+}
+
+void CVelquinDlg::mousePressEvent(QMouseEvent* ev) {
+    const QPoint ptGlobal = ev->globalPosition().toPoint();
+    if (ev->button() == Qt::LeftButton && !m_bMaximized && !m_bDragging && m_pTitleBarContainer) {
+        const QRect rcTitle(m_pTitleBarContainer->mapToGlobal(QPoint(0, 0)), m_pTitleBarContainer->size());
+        if (rcTitle.contains(ptGlobal)) {
+            m_ptDragOffset = ptGlobal - normalGeometry().topLeft();
+            m_bDragging = true;
+        }
+    }
+    On_DlgShowMousePressEvent(ev);
+    update();
+}
+
+void CVelquinDlg::mouseMoveEvent(QMouseEvent* ev) {
+    if ((ev->buttons() & Qt::LeftButton) && !m_bMaximized && m_bDragging)
+        move(ev->globalPosition().toPoint() - m_ptDragOffset);
+}
+
+void CVelquinDlg::mouseReleaseEvent(QMouseEvent* ev) {
+    if (m_bDragging) {
+        m_bDragging = false;
+        // The title bar must not stay above the top of the screen, out of reach.
+        const QRect rcNormal = normalGeometry();
+        if (rcNormal.top() < 0)
+            move(rcNormal.x(), 1);
+    }
+    setCursor(Qt::ArrowCursor);
+    QDialog::mouseReleaseEvent(ev);
+}
+
+void CVelquinDlg::mouseDoubleClickEvent(QMouseEvent* ev) {
+    if (ev->button() != Qt::LeftButton || !m_pTitleBarContainer)
+        return;
+    const QRect rcTitle(m_pTitleBarContainer->mapToGlobal(QPoint(0, 0)), m_pTitleBarContainer->size());
+    if (rcTitle.contains(ev->globalPosition().toPoint()))
+        On_ShowMaximized();
+}
+
+bool CVelquinDlg::On_DlgShowMousePressEvent(QMouseEvent* /*ev*/) {
+    // The right click menu of the stage comes with the menus; nothing else to do.
+    update();
+    return true;
+}
+
+bool CVelquinDlg::On_DlgShowMouseMoveEvent(QMouseEvent* /*ev*/) {
+    return true;
+}
+
+void CVelquinDlg::keyPressEvent(QKeyEvent* ev) {
+    // QDialog's own handling is skipped on purpose: Escape must not close the player.
+    On_KeyPressEvent(ev);
+}
+
+bool CVelquinDlg::On_KeyPressEvent(QKeyEvent* ev) {
+    if (!ev)
+        return false;
+    const int nKey = int(ev->modifiers()) + ev->key();
+    const HotKeysCfg& stKeys = m_stPlayerCfg.stHotKeys;
+    // Compared in the fixed order of the hot key table, so that of two equal keys
+    // only the first runs. Keys of commands that come later match nothing yet.
+    if (nKey == stKeys.nOpenFiles)
+        return On_OpenFiles();
+    if (nKey == stKeys.nOpenFolder)
+        return On_OpenFolder();
+    if (nKey == stKeys.nPlayOrPause)
+        return On_PlayOrPause();
+    if (nKey == stKeys.nStop)
+        return On_Stop();
+    if (nKey == stKeys.nVolumeUp || nKey == stKeys.nVolumeDown) {
+        int nVolume = int(m_nVolume);
+        if (nKey == stKeys.nVolumeUp)
+            nVolume = (nVolume < 100 && nVolume > 90) ? 100 : qMin(nVolume + 10, 200);
+        else
+            nVolume = (nVolume > 100 && nVolume < 110) ? 100 : qMax(nVolume - 10, 0);
+        if (!SetVolumeValue(nVolume))
+            return false;
+        m_pSliderSound->setValue(qMin(nVolume, 100));
+        return true;
+    }
+    if (nKey == stKeys.nExit)
+        return On_Exit();
+    return false;
+}
+
+// ---------------------------------------------------------------------------
+// Opening and sequencing
+
+void CVelquinDlg::ShowInfoMessage(const QString& strKey, const QString& strDefault) {
+    NonModalMessageBox::MsgBox(this, Text(IDS_Global_Information, QStringLiteral("Information")),
+                               Text(strKey, strDefault));
+}
+
+bool CVelquinDlg::GuardSyncMode() {
+    if (!m_pDlgShow || !m_pDlgShow->IsSyncPlay())
+        return true;
+    ShowInfoMessage(IDS_PlaySetDlg_UnSupportInSyncMode,
+                    QStringLiteral("The operation is not supported in sychronization mode."));
+    return false;
+}
+
+bool CVelquinDlg::On_ShowOpenMenu_OpenBtn() {
+    if (!m_pOpenMenu || !m_pBtnOpenFiles)
+        return false;
+    m_pOpenMenu->setEnabled(!IsSyncPlay());
+    m_pOpenMenu->popup(m_pBtnOpenFiles->mapToGlobal(QPoint(0, m_pBtnOpenFiles->height() + 1)));
+    return true;
+}
+
+bool CVelquinDlg::ShowFileDialog(QStringList& lstPaths, int nMax) {
+    if (m_strLastFileDir.isEmpty())
+        m_strLastFileDir = QDir::currentPath();
+    const QStringList lstChosen =
+        QFileDialog::getOpenFileNames(this, Text(IDS_Global_OpenFile, QStringLiteral("Open File")),
+                                      m_strLastFileDir, tr("ALL File (*.*);;Media File (*.mp4 *.avi)"));
+    if (lstChosen.isEmpty())
+        return false;
+    for (const QString& strPath : lstChosen) {
+        if (lstPaths.size() >= nMax)
+            break;
+        lstPaths << strPath;
+    }
+    m_strLastFileDir = CPlayHelper::GetFolderFromPath(lstChosen.first());
+    return true;
+}
+
+bool CVelquinDlg::ShowFolderDialog(QStringList& lstPaths, int nMax) {
+    if (m_strLastFolderDir.isEmpty())
+        m_strLastFolderDir = QDir::currentPath();
+    const QString strDir = QFileDialog::getExistingDirectory(
+        this, Text(IDS_Global_OpenFolder, QStringLiteral("Open Folder")), m_strLastFolderDir,
+        QFileDialog::ShowDirsOnly | QFileDialog::DontResolveSymlinks);
+    if (strDir.isEmpty())
+        return false;
+    m_strLastFolderDir = QDir::toNativeSeparators(strDir);
+    if (!QDir(m_strLastFolderDir).exists())
+        return false;
+    // Hidden files count and sub-folders are walked; no filter by extension, the
+    // player decides per file whether it can open it.
+    QDirIterator it(m_strLastFolderDir, QStringList() << QStringLiteral("*.*"),
+                    QDir::Files | QDir::Hidden | QDir::NoSymLinks | QDir::NoDotAndDotDot,
+                    QDirIterator::Subdirectories);
+    while (it.hasNext() && lstPaths.size() < nMax) {
+        it.next();
+        lstPaths << it.fileInfo().absoluteFilePath();
+    }
+    return true;
+}
+
+bool CVelquinDlg::On_OpenFiles() {
+    if (!GuardSyncMode())
+        return false;
+    QStringList lstPaths;
+    if (!ShowFileDialog(lstPaths, MAX_OPEN_PATHS))
+        return false;
+    return OpenFileList(lstPaths);
+}
+
+bool CVelquinDlg::On_OpenFolder() {
+    if (!GuardSyncMode())
+        return false;
+    QStringList lstPaths;
+    if (!ShowFolderDialog(lstPaths, MAX_OPEN_PATHS))
+        return false;
+    return OpenFileList(lstPaths);
+}
+
+bool CVelquinDlg::OpenFileList(QStringList lstPaths) {
+    if (lstPaths.isEmpty() || !m_pDlgShow)
+        return false;
+    // One request for the whole walk. Without the playlist the paths are not kept in
+    // a list yet: those beyond the windows of the layout are left out.
+    OpenInfo stInfo;
+    for (int i = 0; i < lstPaths.size(); ++i) {
+        stInfo.strFilePath = lstPaths.at(i);
+        stInfo.nMediaType = QFileInfo(stInfo.strFilePath).isFile() ? 1 : 0;
+        if (lstPaths.size() == 1)
+            return On_OpenFileInSelWnd(&stInfo);
+        if (i >= m_pDlgShow->GetPlayWndNum())
+            break;
+        m_pDlgShow->On_ChangeSelWnd(i);
+        PlayFileInWnd(i, &stInfo);
+    }
+    return true;
+}
+
+bool CVelquinDlg::On_OpenFileInSelWnd(OpenInfo* pOpenInfo) {
+    if (!pOpenInfo || !m_pDlgShow)
+        return false;
+    if (!GuardSyncMode())
+        return false;
+    // The key prompt for encrypted files comes with the playlist, which knows the keys.
+    return PlayFileInWnd(m_pDlgShow->GetSelWndIndex(), pOpenInfo);
+}
+
+bool CVelquinDlg::PlayFileInWnd(int nWnd, OpenInfo* pOpenInfo) {
+    if (!m_pDlgShow || nWnd < 0 || nWnd >= MAX_PLAY_WND || !pOpenInfo)
+        return false;
+    if (m_pDlgShow->IsSyncPlay())
+        return false;
+
+    pOpenInfo->bHardDecode = m_stPlayerCfg.bStartHardDecodeEngine;
+    const bool bSelected = (nWnd == m_pDlgShow->GetSelWndIndex());
+    if (!m_pDlgShow->OpenFileInWnd(nWnd, pOpenInfo)) {
+        // The window reports the failure itself; the controls must show that
+        // nothing plays there now.
+        if (bSelected)
+            On_UpdateCtrlsState();
+        return false;
+    }
+
+    // Only the selected window sounds.
+    if (bSelected && !m_bMute)
+        m_pDlgShow->SetVolume(nWnd, true, m_nVolume, false);
+    else
+        m_pDlgShow->SetVolume(nWnd, false, 0, false);
+
+    if (bSelected) {
+        On_UpdateCtrlsState();
+        On_PlayerTimer();
+    }
+
+    if (!m_pPlayerTimer) {
+        m_pPlayerTimer = new QTimer(this);
+        if (!connect(m_pPlayerTimer, &QTimer::timeout, this, &CVelquinDlg::On_PlayerTimer))
+            return false;
+    }
+    if (!m_pPlayerTimer->isActive())
+        m_pPlayerTimer->start(PLAYER_TIMER_MS);
+    return true;
+}
+
+bool CVelquinDlg::StopWnd(int nWnd) {
+    if (!m_pDlgShow || m_pDlgShow->IsSyncPlay() || nWnd < 0 || nWnd >= MAX_PLAY_WND)
+        return false;
+    m_pDlgShow->Stop(nWnd);
+    if (nWnd == m_pDlgShow->GetSelWndIndex())
+        On_UpdateCtrlsState();
+    return true;
+}
+
+bool CVelquinDlg::On_FilePlayEnd(int nPlayWndIndex) {
+    if (!m_pDlgShow)
+        return false;
+    if (nPlayWndIndex == m_pDlgShow->GetSelWndIndex())
+        m_bSliderPressed = false; // a drag in progress must not freeze the slider
+
+    if (!m_pDlgShow->IsSyncPlay()) {
+        // Only single play exists in this build: the modes that move on through the
+        // playlist or loop come with the playlist.
+        switch (m_nPlayMode) {
+        default:
+            StopWnd(nPlayWndIndex);
+            break;
+        }
+    }
+    return true;
+}
+
+void CVelquinDlg::ErrorToStopPlay(QString strFileName, int nErrorType, bool bSRFile) {
+    Q_UNUSED(strFileName); // the wrong key of type 5 is forgotten by the playlist, which joins later
+    switch (nErrorType) {
+    case 0:
+        // Type 0 is only fatal for fisheye material.
+        if (bSRFile)
+            On_Stop();
+        break;
+    case 1:
+    case 2:
+    case 4:
+    case 5:
+        On_Stop();
+        break;
+    default:
+        break;
+    }
+}
+
+bool CVelquinDlg::On_MarkInvalidFile(QString /*strFilePath*/, bool /*bState*/) {
+    // Marks live in the playlist rows; without the playlist there is nothing to clear.
+    return true;
+}
+
+bool CVelquinDlg::On_ShowSelectMultiWndsDlg() {
+    if (!m_pPlayWndLayoutMenu || !m_pBtnLayout || !m_pDlgShow)
+        return false;
+    const int nNum = m_pDlgShow->GetPlayWndNum();
+    m_pActLayout1->setChecked(nNum == 1);
+    m_pActLayout4->setChecked(nNum == 4);
+    m_pActLayout9->setChecked(nNum == 9);
+    m_pActLayout16->setChecked(nNum == 16);
+    // Centred above the button, which sits at the bottom of the dialog; popup()
+    // keeps the menu on the screen.
+    const QSize sizeMenu = m_pPlayWndLayoutMenu->sizeHint();
+    const QPoint ptTop = m_pBtnLayout->mapToGlobal(QPoint(m_pBtnLayout->width() / 2, 0));
+    m_pPlayWndLayoutMenu->popup(QPoint(ptTop.x() - sizeMenu.width() / 2, ptTop.y() - sizeMenu.height()));
+    return true;
+}
+
+bool CVelquinDlg::On_ChangePlayWndNum(int nWndNum) {
+    if (!m_pDlgShow)
+        return false;
+    // A layout change always starts from the restored grid.
+    if (m_pDlgShow->IsMaxWnd())
+        m_pDlgShow->ToggleMaxWnd();
+    const bool bOk = m_pDlgShow->SetPlayWndNum(nWndNum);
+    On_UpdateCtrlsState();
+    return bOk;
+}
+
+bool CVelquinDlg::On_SwitchLayoutMode(QAction* pAction) {
+    if (pAction == m_pActLayout1)
+        return On_ChangePlayWndNum(1);
+    if (pAction == m_pActLayout4)
+        return On_ChangePlayWndNum(4);
+    if (pAction == m_pActLayout9)
+        return On_ChangePlayWndNum(9);
+    if (pAction == m_pActLayout16)
+        return On_ChangePlayWndNum(16);
+    return false;
+}
+
+// ---------------------------------------------------------------------------
+// Transport and sound
+
+bool CVelquinDlg::On_PlayOrPause() {
+    if (!m_pDlgShow)
+        return false;
+    const int nState = m_pDlgShow->GetPlayState();
+    if (IsActiveState(nState)) {
+        // A network stream neither pauses nor resumes.
+        if (m_pDlgShow->GetOpenMode(m_pDlgShow->GetSelWndIndex()) != 2)
+            m_pDlgShow->PlayOrPause();
+        return true;
+    }
+    // With nothing playing the button opens the selected playlist row, which needs
+    // the playlist.
+    return false;
+}
+
+bool CVelquinDlg::On_Stop() {
+    if (!m_pDlgShow)
+        return false;
+    if (m_pDlgShow->GetPlayState() == 3)
+        return false;
+    m_pDlgShow->SyncStop();
+    On_UpdateCtrlsState();
+    return true;
+}
+
+bool CVelquinDlg::On_Mute() {
+    if (!m_pDlgShow)
+        return false;
+    m_bMute = !m_bMute;
+    const int nSel = m_pDlgShow->GetSelWndIndex();
+    if (m_bMute)
+        m_pDlgShow->SetVolume(nSel, false, 0, false);
+    else
+        m_pDlgShow->SetVolume(nSel, true, m_nVolume, false);
+    On_UpdateCtrlsState();
+    return true;
+}
+
+bool CVelquinDlg::On_SliderSetVolume(int nPos) {
+    if (!m_pDlgShow || nPos < 0 || nPos > 100)
+        return false;
+    return SetVolumeValue(nPos);
+}
+
+bool CVelquinDlg::SetVolumeValue(int nPos) {
+    if (!m_pDlgShow || nPos < 0 || nPos > 200)
+        return false;
+    m_pDlgShow->SetVolume(m_pDlgShow->GetSelWndIndex(), true, uint(nPos), true);
+    m_pSliderSound->setToolTip(
+        QStringLiteral("%1: %2%").arg(Text(IDS_Global_SoundVolume, QStringLiteral("Volume"))).arg(nPos));
+
+    // Changing the volume always cancels mute; crossing 100 changes the mute icon.
+    bool bRefresh = false;
+    if ((nPos > 100 && m_nVolume <= 100) || (nPos <= 100 && m_nVolume > 100)) {
+        m_bMute = false;
+        bRefresh = true;
+    } else if (m_bMute) {
+        m_bMute = false;
+        bRefresh = true;
+    }
+    m_nVolume = uint(nPos);
+    if (bRefresh)
+        On_UpdateCtrlsState();
+    return true;
+}
+
+// ---------------------------------------------------------------------------
+// Control state
+
+QString CVelquinDlg::FormatHms(uint nSeconds) {
+    return QString::asprintf("%02u:%02u:%02u", nSeconds / 3600, (nSeconds % 3600) / 60, nSeconds % 60);
+}
+
+bool CVelquinDlg::On_UpdateCtrlsState() {
+    if (!m_pDlgShow)
+        return false;
+
+    const int nSel = m_pDlgShow->GetSelWndIndex();
+    qDebug() << "SelWndIndex:" << nSel << "PlayState:" << m_pDlgShow->GetPlayState(nSel);
+
+    ApplyStyle(m_pBtnMax, m_bMaximized ? STYLE_MAX_RESTORE : STYLE_MAX_NORMAL);
+    ApplyStyle(m_pBtnMute, m_bMute ? STYLE_MUTE_ON : (m_nVolume > 100 ? STYLE_MUTE_BOOST : STYLE_MUTE_OFF));
+    ApplyStyle(m_pBtnTopMode, STYLE_TOP_MODE_0 + m_nTopMode);
+    ApplyStyle(m_pBtnPlayMode,
+               STYLE_PLAY_MODE_1 + ((m_nPlayMode >= 1 && m_nPlayMode <= 4) ? m_nPlayMode - 1 : 0));
+    ApplyStyle(m_pBtnFullScreen, m_bFullScreen ? STYLE_FULL_LEAVE : STYLE_FULL_ENTER);
+
+    switch (m_pDlgShow->GetPlayState()) {
+    case 1:
+        ApplyStyle(m_pBtnPlayOrPause, STYLE_PAUSE);
+        m_pBtnPlayOrPause->setEnabled(m_pDlgShow->GetOpenMode(nSel) != 2);
+        m_pBtnStop->setEnabled(true);
+        break;
+    case 2:
+        ApplyStyle(m_pBtnPlayOrPause, STYLE_PLAY);
+        m_pBtnPlayOrPause->setEnabled(true);
+        m_pBtnStop->setEnabled(true);
+        break;
+    case 0:
+    case 3:
+        ApplyStyle(m_pBtnPlayOrPause, STYLE_PLAY);
+        // From here play starts the selected playlist row; without the playlist
+        // there is nothing it could start.
+        m_pBtnPlayOrPause->setEnabled(false);
+        m_pBtnStop->setEnabled(false);
+        m_pPlayProgressSlider->setValue(0);
+        m_pLabFrameIndex->clear();
+        m_pLabCurPlayTime->setText(FormatHms(0));
+        m_pLabWholeTime->setText(FormatHms(0));
+        break;
+    default:
+        break;
+    }
+
+    RetranslateWidgets();
+    m_pDlgShow->UpdateStartPage();
+    return true;
+}
+
+bool CVelquinDlg::On_PlayerTimer() {
+    if (!m_pDlgShow)
+        return false;
+
+    uint nFileTime = 0, nPlayed = 0, nFrames = 0, nCurFrame = 0, nPos = 0;
+    if (m_pDlgShow->GetFileTotalFrames() != 0) {
+        nFileTime = m_pDlgShow->GetFileTime();
+        nPlayed = m_pDlgShow->GetPlayedTime();
+        if (nPlayed > nFileTime)
+            nPlayed = 0;
+        nFrames = m_pDlgShow->GetFileTotalFrames();
+        nCurFrame = m_pDlgShow->GetCurrentFrameNum();
+        uint nPlayedShown = nPlayed;
+        if (nCurFrame == 0xFFFFFFFFu) { // just opened: no frame shown yet
+            nCurFrame = 0;
+            nPlayedShown = 0;
+        }
+        if (nFileTime != 0)
+            nPos = uint(quint64(nPlayed) * SLIDER_UNITS / nFileTime);
+        else // a stream without a time: position by frames
+            nPos = uint(quint64(nCurFrame) * SLIDER_UNITS / (nFrames > 1 ? nFrames - 1 : nFrames));
+        nPlayed = nPlayedShown;
+    }
+
+    if (IsActiveState(m_pDlgShow->GetPlayState())) {
+        m_pLabFrameIndex->setText(QStringLiteral("%1/%2").arg(nCurFrame).arg(nFrames));
+        m_pLabCurPlayTime->setText(FormatHms(nPlayed));
+        m_pLabWholeTime->setText(FormatHms(nFileTime));
+
+        const int nSel = m_pDlgShow->GetSelWndIndex();
+        const QString strPath = m_pDlgShow->GetSelWndFilePath();
+        const QString strName =
+            m_pDlgShow->GetOpenMode(nSel) == 2 ? strPath : CPlayHelper::GetFileNameFormPath(strPath);
+        const QFontMetrics fm(m_pLabFileName->font());
+        if (fm.boundingRect(strName).width() > FILE_NAME_MAX_WIDTH)
+            m_pLabFileName->setText(fm.elidedText(strName, Qt::ElideMiddle, FILE_NAME_MAX_WIDTH));
+        else
+            m_pLabFileName->setText(strName);
+        m_pLabFileName->setToolTip(strName);
+
+        if (!m_bSliderPressed)
+            m_pPlayProgressSlider->setValue(int(nPos));
+    } else {
+        m_pLabFrameIndex->clear();
+        m_pLabFileName->clear();
+        m_pLabCurPlayTime->setText(FormatHms(0));
+        m_pLabWholeTime->setText(FormatHms(0));
+        m_pPlayProgressSlider->setValue(0);
+    }
+    return true;
+}
+
+bool CVelquinDlg::On_ChangeSelectWnd(int nPlayWndIndex) {
+    if (!m_pDlgShow)
+        return false;
+    for (int i = 0; i < MAX_PLAY_WND; ++i)
+        m_pDlgShow->SetVolume(i, false, 0, false);
+    if (!m_bMute)
+        m_pDlgShow->SetVolume(nPlayWndIndex, true, m_nVolume, false);
+    // The labels follow the new selection at once, not at the next tick.
+    On_UpdateCtrlsState();
+    On_PlayerTimer();
+    return true;
+}
+
+bool CVelquinDlg::On_FileRefCreated(int nPlayWndIndex) {
+    if (!m_pDlgShow || nPlayWndIndex != m_pDlgShow->GetSelWndIndex())
+        return false;
+    return On_UpdateCtrlsState();
+}

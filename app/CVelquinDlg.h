@@ -1,0 +1,237 @@
+#pragma once
+
+#include <QDialog>
+#include <QPoint>
+#include <QRect>
+#include <QSize>
+#include <QString>
+#include <QStringList>
+
+#include "IObserverBase.h"
+#include "PlayerConfig.h"
+
+class QAction;
+class QActionGroup;
+class QEvent;
+class QHBoxLayout;
+class QKeyEvent;
+class QLabel;
+class QLocale;
+class QMenu;
+class QMouseEvent;
+class QSlider;
+class QTimer;
+class QVBoxLayout;
+class QWidget;
+class CCustomSlider;
+class CDlgShow;
+class CSkinButton;
+struct OpenInfo;
+
+// The one top level window: builds the bars around the stage, turns every user
+// command into a call on the stage, and derives what the controls show from
+// what the stage answers. It never holds a play window itself.
+class CVelquinDlg : public QDialog, public IObserverBase {
+    Q_OBJECT
+
+public:
+    // strConfigDir: folder of GlobalConfig.xml, GlobalLanguageConfig.xml and
+    // PlayerConfig.xml; empty means the program's own folder.
+    explicit CVelquinDlg(QWidget* parent = nullptr, const QString& strConfigDir = QString());
+    ~CVelquinDlg() override;
+
+    // The process-wide dialog, set by the constructor; parent of message boxes for
+    // classes without a parent of their own. Null when no dialog exists.
+    static CVelquinDlg* GetMainDlg();
+
+    bool Init();
+    bool RestorePlaylist();
+    bool OpenFileList(QStringList lstPaths);
+    bool UnInit();
+
+    // Read access for the stage and the side dialogs; 0 or empty without a stage.
+    int GetLanguage() const { return m_stPlayerCfg.nLanguage; }
+    int GetSelWndIndex() const;
+    int GetPlayState() const;
+    bool IsSyncPlay() const;
+    uint GetFileTime() const;
+    uint GetPlayedTime() const;
+    QString GetSelWndFilePath() const;
+    QString GetVolumeUpKeyText() const;
+    const PlayerConfig& GetPlayerConfig() const { return m_stPlayerCfg; }
+    QString GetConfigDir() const { return m_strConfigDir; }
+
+    // Language of a first start without any configuration: Simplified Chinese
+    // systems get 0, all others 1.
+    static int DefaultLanguageFromLocale(const QLocale& locale);
+    // Starting size for a primary screen of the given size.
+    static QSize InitialSizeForScreen(const QSize& sizeScreen);
+
+    // IObserverBase: the skin notice.
+    void SkinChanged() override;
+
+signals:
+    void Sig_ShowAutoExpandWnd(int nFileNum, bool bIsHoverWnd);
+
+public slots:
+    // Title bar and window
+    bool On_ShowMinimized();
+    bool On_ShowMaximized();
+    bool On_Exit();
+    bool On_ChangeLanguageCN_EN();
+
+    // Opening and sequencing
+    bool On_ShowOpenMenu_OpenBtn();
+    bool On_OpenFiles();
+    bool On_OpenFolder();
+    bool On_OpenFileInSelWnd(OpenInfo* pOpenInfo);
+    bool PlayFileInWnd(int nWnd, OpenInfo* pOpenInfo);
+    bool StopWnd(int nWnd);
+    bool On_FilePlayEnd(int nPlayWndIndex);
+    void ErrorToStopPlay(QString strFileName, int nErrorType, bool bSRFile);
+    bool On_ShowSelectMultiWndsDlg();
+    bool On_ChangePlayWndNum(int nWndNum);
+    bool On_SwitchLayoutMode(QAction* pAction);
+
+    // Transport and sound
+    bool On_PlayOrPause();
+    bool On_Stop();
+    bool On_Mute();
+    bool On_SliderSetVolume(int nPos);
+    bool SetVolumeValue(int nPos);
+
+    // Control state
+    bool On_UpdateCtrlsState();
+    bool On_PlayerTimer();
+    bool On_ChangeSelectWnd(int nPlayWndIndex);
+    bool On_FileRefCreated(int nPlayWndIndex);
+    bool On_KeyPressEvent(QKeyEvent* ev);
+    bool On_DlgShowMousePressEvent(QMouseEvent* ev);
+    bool On_DlgShowMouseMoveEvent(QMouseEvent* ev);
+    bool On_MarkInvalidFile(QString strFilePath, bool bState);
+
+protected:
+    void keyPressEvent(QKeyEvent* ev) override;
+    void mousePressEvent(QMouseEvent* ev) override;
+    void mouseReleaseEvent(QMouseEvent* ev) override;
+    void mouseDoubleClickEvent(QMouseEvent* ev) override;
+    void mouseMoveEvent(QMouseEvent* ev) override;
+
+private:
+    // Init steps
+    bool LoadConfig();
+    void SetDefaultConfig();
+    bool SaveConfig();
+    QString ConfigFilePath(const QString& strFileName) const;
+    bool BuildWidgetTree();
+    QWidget* BuildTitleBar();
+    QWidget* BuildPlaylistColumn();
+    QWidget* BuildMainWndColumn();
+    QWidget* BuildStatusBar();
+    QWidget* BuildCtrlBar();
+    CSkinButton* MakeButton(QWidget* pParent, const char* szName, int nWidth, int nHeight);
+    bool InitMenus();
+    bool InitObjectNames();
+    bool InitConnections();
+    bool LoadLanguage();
+    void RetranslateWidgets();
+    void RetranslateMenus();
+
+    // Helpers
+    bool ShowFileDialog(QStringList& lstPaths, int nMax);
+    bool ShowFolderDialog(QStringList& lstPaths, int nMax);
+    bool GuardSyncMode();
+    void ShowInfoMessage(const QString& strKey, const QString& strDefault);
+    void ApplyStyle(QWidget* pWidget, int nStyleIndex);
+    static QString Text(const QString& strKey, const QString& strDefault);
+    static QString FormatHms(uint nSeconds);
+
+    // Window state
+    QPoint m_ptDragOffset;
+    bool m_bDragging = false;
+    bool m_bMaximized = false;
+    QRect m_rcNormal;
+    bool m_bFullScreen = false;
+    bool m_bMute = false;
+    QString m_strLastFileDir;
+    int m_nPlayMode = 1; // 1 single play, 2 playlist order, 3 loop single file, 4 loop playlist
+    int m_nTopMode = 0;
+    bool m_bTopmost = false;
+    QTimer* m_pPlayerTimer = nullptr; // 500 ms, made at the first opened file
+    PlayerConfig m_stPlayerCfg;
+    int m_nBrightness = 64;
+    int m_nContrast = 64;
+    int m_nSaturation = 64;
+    int m_nHue = 64;
+    bool m_bSliderPressed = false;
+    uint m_nVolume = 50; // 0..200; above 100 is boost
+    bool m_bPlaylistShown = true;
+    QString m_strLastFolderDir;
+    QString m_strConfigDir;
+    static const int RES_STYLE_NUM = 18;
+    QString m_strResStyle[RES_STYLE_NUM];
+
+    // Menus
+    QMenu* m_pOpenMenu = nullptr;
+    QAction* m_pActOpenFile = nullptr;
+    QAction* m_pActOpenFolder = nullptr;
+    QAction* m_pActOpenURL = nullptr;
+    QMenu* m_pPlayWndLayoutMenu = nullptr;
+    QActionGroup* m_pLayoutGroup = nullptr;
+    QAction* m_pActLayout1 = nullptr;
+    QAction* m_pActLayout4 = nullptr;
+    QAction* m_pActLayout9 = nullptr;
+    QAction* m_pActLayout16 = nullptr;
+
+    // Widget tree
+    QVBoxLayout* m_pRootLayout = nullptr; // "verticalLayout_4"
+    QWidget* m_pTitleBarContainer = nullptr;
+    QLabel* m_pLabMainWndTitle = nullptr;
+    CSkinButton* m_pBtnLanguage = nullptr;
+    CSkinButton* m_pBtnMainMenu = nullptr;
+    CSkinButton* m_pBtnTopMode = nullptr;
+    CSkinButton* m_pBtnMin = nullptr;
+    CSkinButton* m_pBtnMax = nullptr;
+    CSkinButton* m_pBtnExit = nullptr;
+    QHBoxLayout* m_pHLayoutMainClient = nullptr;
+    QWidget* m_pPlaylistCtrlContainer = nullptr;
+    QWidget* m_pListToolBarContainer = nullptr;
+    QLabel* m_pLabPlaylistTitle = nullptr;
+    CSkinButton* m_pBtnListAdd = nullptr;
+    CSkinButton* m_pBtnListDelete = nullptr;
+    CSkinButton* m_pBtnPlayMode = nullptr;
+    CSkinButton* m_pBtnSearch = nullptr;
+    QLabel* m_pLabelListBottomBorder = nullptr;
+    QWidget* m_pPlaylistArea = nullptr; // place of the playlist, which joins later
+    QWidget* m_pMainWndContainer = nullptr;
+    QWidget* m_pStatusBarContainer = nullptr;
+    QLabel* m_pLabPlayStatus = nullptr;
+    QLabel* m_pLabFileName = nullptr;
+    QLabel* m_pLabFrameIndex = nullptr;
+    CSkinButton* m_pBtnEagleEyeCtrl = nullptr;
+    CSkinButton* m_pBtnPanoPlayer = nullptr;
+    CSkinButton* m_pBtnPartZoom = nullptr;
+    CSkinButton* m_pBtnCapPic = nullptr;
+    CSkinButton* m_pBtnConCapPic = nullptr;
+    CDlgShow* m_pDlgShow = nullptr;
+    QWidget* m_pCtrlBarContainer = nullptr;
+    QWidget* m_pProgressBarContainer = nullptr;
+    QLabel* m_pLabCurPlayTime = nullptr;
+    QSlider* m_pPlayProgressSlider = nullptr; // shows progress; seeking joins later
+    QLabel* m_pLabWholeTime = nullptr;
+    QWidget* m_pCtrlBtnsContainer = nullptr;
+    CSkinButton* m_pBtnOpenFiles = nullptr;
+    CSkinButton* m_pBtnTools = nullptr;
+    CSkinButton* m_pBtnReversePlay = nullptr;
+    CSkinButton* m_pBtnSlow = nullptr;
+    CSkinButton* m_pBtnLastFrame = nullptr;
+    CSkinButton* m_pBtnPlayOrPause = nullptr;
+    CSkinButton* m_pBtnStop = nullptr;
+    CSkinButton* m_pBtnNextFrame = nullptr;
+    CSkinButton* m_pBtnFast = nullptr;
+    CSkinButton* m_pBtnSyncPlay = nullptr;
+    CSkinButton* m_pBtnMute = nullptr;
+    CCustomSlider* m_pSliderSound = nullptr;
+    CSkinButton* m_pBtnLayout = nullptr;
+    CSkinButton* m_pBtnFullScreen = nullptr;
+};

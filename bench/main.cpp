@@ -1,0 +1,223 @@
+// velquin-bench: measures the playback engine against the ffmpeg tool on the
+// same file. No window: ports play with the display callback only.
+//
+//   velquin-bench framemd5 FILE
+//   velquin-bench throughput FILE [--ports N] [--realtime SECONDS] [--threads T]
+//   velquin-bench first-frame FILE
+#include "BenchPort.h"
+#include "CpuMeter.h"
+#include "PeerDecode.h"
+
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QFile>
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+namespace {
+using Clock = BenchPort::Clock;
+
+// Long enough for any clip a benchmark plays unpaced; a hang still ends.
+const auto kUnpacedLimit = std::chrono::hours(1);
+
+int Usage() {
+    std::fprintf(stderr,
+                 "usage: velquin-bench framemd5 FILE\n"
+                 "       velquin-bench throughput FILE [--ports N] [--realtime SECONDS] [--threads T]\n"
+                 "       velquin-bench first-frame FILE\n");
+    return 2;
+}
+
+std::string NativePath(const QString& strFile) {
+    return QFile::encodeName(strFile).toStdString();
+}
+
+bool OpenOrSay(BenchPort& port, const QString& strFile) {
+    if (port.Open(NativePath(strFile)))
+        return true;
+    std::fprintf(stderr, "velquin-bench: cannot open %s (engine error %u)\n", qPrintable(strFile),
+                 port.LastError());
+    return false;
+}
+
+double Ms(Clock::duration d) {
+    return std::chrono::duration<double, std::milli>(d).count();
+}
+
+// The picture of a display record as planar Y, U, V (YV12 holds V before U), hashed.
+QByteArray I420Md5Hex(const TAVRIX_DISPLAY_INFO& stInfo) {
+    const qsizetype nLuma = qsizetype(stInfo.nWidth) * stInfo.nHeight;
+    const qsizetype nChroma = qsizetype((stInfo.nWidth + 1) / 2) * ((stInfo.nHeight + 1) / 2);
+    if (!stInfo.pBuf || stInfo.nBufLen < nLuma + 2 * nChroma)
+        return QByteArray("short-buffer");
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    hash.addData(QByteArrayView(stInfo.pBuf, nLuma));
+    hash.addData(QByteArrayView(stInfo.pBuf + nLuma + nChroma, nChroma));
+    hash.addData(QByteArrayView(stInfo.pBuf + nLuma, nChroma));
+    return hash.result().toHex();
+}
+
+int RunFrameMd5(const QString& strFile) {
+    std::mutex mutex;
+    std::vector<QByteArray> hashes; // guarded by mutex
+    BenchPort port;
+    port.SetFrameSink([&](const TAVRIX_DISPLAY_INFO& stInfo) {
+        QByteArray md5 = I420Md5Hex(stInfo);
+        std::lock_guard<std::mutex> lock(mutex);
+        hashes.push_back(std::move(md5));
+    });
+    if (!OpenOrSay(port, strFile))
+        return 1;
+    if (!port.Play(false)) {
+        std::fprintf(stderr, "velquin-bench: cannot play %s (engine error %u)\n", qPrintable(strFile),
+                     port.LastError());
+        return 1;
+    }
+    if (!port.WaitForEnd(Clock::now() + kUnpacedLimit)) {
+        std::fprintf(stderr, "velquin-bench: %s never reached its end\n", qPrintable(strFile));
+        return 1;
+    }
+    port.Close();
+    for (size_t i = 0; i < hashes.size(); ++i)
+        std::printf("%zu,%s\n", i, hashes[i].constData());
+    return 0;
+}
+
+// Frames shown more than one frame interval after they were due. Due times
+// count from the first shown frame, so opening and the first decode are left to first-frame.
+size_t LateFrames(const std::vector<BenchPort::Shown>& frames) {
+    if (frames.size() < 2)
+        return 0;
+    std::vector<int32_t> steps;
+    for (size_t i = 1; i < frames.size(); ++i)
+        steps.push_back(frames[i].nStampMs - frames[i - 1].nStampMs);
+    std::nth_element(steps.begin(), steps.begin() + steps.size() / 2, steps.end());
+    const double dIntervalMs = std::max(1, steps[steps.size() / 2]);
+    size_t nLate = 0;
+    for (const BenchPort::Shown& shown : frames) {
+        const double dDueMs = shown.nStampMs - frames.front().nStampMs;
+        if (Ms(shown.wallTime - frames.front().wallTime) - dDueMs > dIntervalMs)
+            ++nLate;
+    }
+    return nLate;
+}
+
+struct ThroughputOptions {
+    int nPorts = 1;
+    int nRealTimeSeconds = 0; // 0 plays unpaced to the end
+    int nThreads = 0;
+};
+
+bool ParseThroughputOptions(const QStringList& args, ThroughputOptions& options) {
+    for (int i = 0; i < args.size(); ++i) {
+        bool bOk = i + 1 < args.size();
+        const int nValue = bOk ? args[i + 1].toInt(&bOk) : 0;
+        if (!bOk)
+            return false;
+        if (args[i] == "--ports" && nValue >= 1 && nValue <= TAVRIX_MAX_PORTS)
+            options.nPorts = nValue;
+        else if (args[i] == "--realtime" && nValue >= 1)
+            options.nRealTimeSeconds = nValue;
+        else if (args[i] == "--threads" && nValue >= 0)
+            options.nThreads = nValue;
+        else
+            return false;
+        ++i;
+    }
+    return true;
+}
+
+int RunThroughput(const QString& strFile, const ThroughputOptions& options) {
+    const bool bRealTime = options.nRealTimeSeconds > 0;
+    std::vector<std::unique_ptr<BenchPort>> ports;
+    for (int i = 0; i < options.nPorts; ++i) {
+        ports.push_back(std::make_unique<BenchPort>());
+        if (!OpenOrSay(*ports.back(), strFile))
+            return 1;
+    }
+    const CpuMeter cpu(CpuMeter::Who::Self);
+    const Clock::time_point start = Clock::now();
+    for (auto& port : ports) {
+        if (!port->Play(bRealTime)) {
+            std::fprintf(stderr, "velquin-bench: cannot play %s (engine error %u)\n", qPrintable(strFile),
+                         port->LastError());
+            return 1;
+        }
+    }
+    const Clock::time_point deadline =
+        bRealTime ? start + std::chrono::seconds(options.nRealTimeSeconds) : start + kUnpacedLimit;
+    bool bAllEnded = true;
+    for (auto& port : ports)
+        bAllEnded = port->WaitForEnd(deadline) && bAllEnded;
+    if (!bRealTime && !bAllEnded) {
+        std::fprintf(stderr, "velquin-bench: %s never reached its end\n", qPrintable(strFile));
+        return 1;
+    }
+    const double dSeconds = Ms(Clock::now() - start) / 1000.0;
+    const double dCpuPercent = cpu.PercentOfOneCore();
+    size_t nFrames = 0, nLate = 0;
+    for (auto& port : ports) {
+        const std::vector<BenchPort::Shown> frames = port->Frames();
+        nFrames += frames.size();
+        if (bRealTime)
+            nLate += LateFrames(frames);
+    }
+    for (auto& port : ports)
+        port->Close();
+    const double dPeakRssMb = CpuMeter::PeakRssMb();
+
+    const PeerDecode::Result peer = PeerDecode(strFile, options.nThreads, options.nPorts).Run();
+    const double dFps = dSeconds > 0 ? nFrames / dSeconds : 0.0;
+    std::printf("file: %s\nports: %d\nmode: %s\nthreads: %d\n", qPrintable(strFile), options.nPorts,
+                bRealTime ? "realtime" : "unpaced", options.nThreads);
+    std::printf(
+        "seconds: %.3f\nframes: %zu\nfps: %.1f\nlate_frames: %zu\ncpu_percent: %.1f\npeak_rss_mb: %.1f\n",
+        dSeconds, nFrames, dFps, nLate, dCpuPercent, dPeakRssMb);
+    if (!peer.bOk) {
+        std::fprintf(stderr, "velquin-bench: %s\n", qPrintable(peer.strError));
+        return 1;
+    }
+    std::printf("ffmpeg_frames: %lld\nffmpeg_fps: %.1f\nffmpeg_cpu_percent: %.1f\nratio: %.3f\n",
+                peer.nFrames, peer.Fps(), peer.dCpuPercent, peer.Fps() > 0 ? dFps / peer.Fps() : 0.0);
+    return 0;
+}
+
+int RunFirstFrame(const QString& strFile) {
+    BenchPort port;
+    if (!OpenOrSay(port, strFile))
+        return 1;
+    if (!port.Play(true)) {
+        std::fprintf(stderr, "velquin-bench: cannot play %s (engine error %u)\n", qPrintable(strFile),
+                     port.LastError());
+        return 1;
+    }
+    if (!port.WaitForFrames(1, Clock::now() + std::chrono::minutes(1))) {
+        std::fprintf(stderr, "velquin-bench: no frame from %s within a minute\n", qPrintable(strFile));
+        return 1;
+    }
+    const double dMs = Ms(port.Frames().front().wallTime - port.OpenTime());
+    port.Close();
+    std::printf("first_frame_ms: %.1f\n", dMs);
+    return 0;
+}
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv); // QProcess wants an application object
+    const QStringList args = app.arguments().mid(1);
+    if (args.size() < 2)
+        return Usage();
+    const QString& strCommand = args[0];
+    const QString& strFile = args[1];
+    if (strCommand == "framemd5" && args.size() == 2)
+        return RunFrameMd5(strFile);
+    if (strCommand == "first-frame" && args.size() == 2)
+        return RunFirstFrame(strFile);
+    ThroughputOptions options;
+    if (strCommand == "throughput" && ParseThroughputOptions(args.mid(2), options))
+        return RunThroughput(strFile, options);
+    return Usage();
+}

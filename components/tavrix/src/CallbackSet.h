@@ -1,0 +1,88 @@
+// The callbacks registered on one port, with their user values. Registration
+// happens on any thread while the engine threads call them, so each read takes
+// a copy under the lock and the call itself is made without it.
+#pragma once
+
+#include "Tavrix.h"
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+namespace tavrix {
+
+class CallbackSet {
+public:
+    struct Display {
+        TavrixDisplayCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
+    struct Draw {
+        TavrixDrawCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
+    struct Dec {
+        TavrixDecCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
+    struct FileEnd {
+        TavrixFileEndCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
+    struct FileRef {
+        TavrixFileRefCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
+    struct RunTime {
+        TavrixRunTimeInfoCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
+    struct Watermark {
+        TavrixWatermarkCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
+    struct EncTypeChange {
+        TavrixEncTypeChangeCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
+
+    explicit CallbackSet(int nPort) : m_nPort(nPort) {}
+
+    void SetDisplay(Display cb);
+    void SetDraw(int nRegion, Draw cb);
+    void SetDec(Dec cb);
+    void SetFileEnd(FileEnd cb);
+    void SetFileRef(FileRef cb);
+    void SetRunTime(int nModule, RunTime cb);
+    void SetWatermark(Watermark cb);
+    void SetEncTypeChange(EncTypeChange cb);
+
+    Display GetDisplay() const;
+    Draw GetDraw(int nRegion) const;
+    Dec GetDec() const;
+    FileEnd GetFileEnd() const;
+    bool WantsYv12() const { return m_bWantsYv12.load(); }
+
+    // Reports a run-time error through the module's callback, once per code
+    // until ResetRunTimeReports() (each play starts afresh).
+    void ReportRunTime(int nModule, int32_t nErrorCode);
+    void ResetRunTimeReports();
+
+private:
+    void UpdateWantsYv12(); // caller holds m_mtx
+
+    const int m_nPort;
+    mutable std::mutex m_mtx;
+    Display m_display;                     // guarded by m_mtx
+    Draw m_draw[2];                        // guarded by m_mtx
+    Dec m_dec;                             // guarded by m_mtx
+    FileEnd m_fileEnd;                     // guarded by m_mtx
+    FileRef m_fileRef;                     // guarded by m_mtx
+    RunTime m_runTime[2];                  // modules 1 and 2; guarded by m_mtx
+    Watermark m_watermark;                 // guarded by m_mtx
+    EncTypeChange m_encType;               // guarded by m_mtx
+    uint32_t m_nReportedMask = 0;          // bit per run-time code already reported; guarded by m_mtx
+    std::atomic<bool> m_bWantsYv12{false}; // a display or decode callback is set
+};
+
+} // namespace tavrix

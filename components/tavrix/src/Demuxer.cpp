@@ -1,0 +1,274 @@
+#include "Demuxer.h"
+
+#include <pthread.h>
+
+#include "CallbackSet.h"
+#include "EngineLog.h"
+#include "GlobalTime.h"
+#include "Tavrix.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+namespace tavrix {
+namespace {
+// Beyond this many bytes in both queues the demuxer waits whatever the
+// durations say: a stalled consumer must not make memory grow without end.
+constexpr int64_t kMaxQueuedBytes = 16 * 1024 * 1024;
+} // namespace
+
+Demuxer::Demuxer(int nPort, CallbackSet* pCallbacks)
+    : m_nPort(nPort), m_pCallbacks(pCallbacks), m_videoQueue([this] { NotifyRoom(); }),
+      m_audioQueue([this] { NotifyRoom(); }) {}
+
+Demuxer::~Demuxer() {
+    Stop();
+}
+
+int Demuxer::InterruptCallback(void* pOpaque) {
+    return static_cast<Demuxer*>(pOpaque)->m_bAbort.load() ? 1 : 0;
+}
+
+AVStream* Demuxer::VideoStream() const {
+    return m_nVideoIndex >= 0 ? m_pFormat->streams[m_nVideoIndex] : nullptr;
+}
+
+AVStream* Demuxer::AudioStream() const {
+    return m_nAudioIndex >= 0 ? m_pFormat->streams[m_nAudioIndex] : nullptr;
+}
+
+uint32_t Demuxer::Open(const std::string& strUtf8Path, const std::string& strOriginalPath,
+                       const std::string& strKeyHex) {
+    AVFormatContext* pRaw = avformat_alloc_context();
+    if (pRaw == nullptr) {
+        return TAVRIX_ERR_ALLOC_MEMORY;
+    }
+    pRaw->interrupt_callback.callback = &Demuxer::InterruptCallback;
+    pRaw->interrupt_callback.opaque = this;
+    AVDictionary* pRawOptions = nullptr;
+    if (!strKeyHex.empty()) {
+        // The MP4 demuxer decrypts Common Encryption (AES-128 CTR) itself
+        // when given the key; other demuxers leave the option unused.
+        av_dict_set(&pRawOptions, "decryption_key", strKeyHex.c_str(), 0);
+        m_bHasKey = true;
+    }
+    // avformat_open_input replaces the dictionary with the unused options.
+    int nErr = avformat_open_input(&pRaw, strUtf8Path.c_str(), nullptr, &pRawOptions);
+    DictPtr pUnused(pRawOptions);
+    if (nErr < 0) {
+        // avformat_open_input frees the context on failure.
+        EngineLog::AvFail(m_nPort, "open input", nErr);
+        return TAVRIX_ERR_OPEN_FILE;
+    }
+    m_pFormat.reset(pRaw);
+    nErr = avformat_find_stream_info(m_pFormat.get(), nullptr);
+    if (nErr < 0) {
+        EngineLog::AvFail(m_nPort, "find stream info", nErr);
+        return TAVRIX_ERR_OPEN_FILE;
+    }
+    m_nVideoIndex = av_find_best_stream(m_pFormat.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (m_nVideoIndex < 0) {
+        m_nVideoIndex = -1;
+        return TAVRIX_ERR_NO_VIDEO;
+    }
+    const AVCodecParameters* pPar = m_pFormat->streams[m_nVideoIndex]->codecpar;
+    if (pPar->width <= 0 || pPar->height <= 0 || avcodec_find_decoder(pPar->codec_id) == nullptr) {
+        m_nVideoIndex = -1;
+        return TAVRIX_ERR_NO_VIDEO;
+    }
+    m_nAudioIndex = av_find_best_stream(m_pFormat.get(), AVMEDIA_TYPE_AUDIO, -1, m_nVideoIndex, nullptr, 0);
+    if (m_nAudioIndex < 0) {
+        m_nAudioIndex = -1;
+    }
+    FillInfo(strOriginalPath);
+    return TAVRIX_NOERROR;
+}
+
+void Demuxer::FillInfo(const std::string& strOriginalPath) {
+    AVStream* pVideo = VideoStream();
+    m_info.nWidth = pVideo->codecpar->width;
+    m_info.nHeight = pVideo->codecpar->height;
+    const AVRational fps = av_guess_frame_rate(m_pFormat.get(), pVideo, nullptr);
+    m_info.dFps = (fps.num > 0 && fps.den > 0) ? av_q2d(fps) : 25.0;
+    if (m_pFormat->duration != AV_NOPTS_VALUE && m_pFormat->duration > 0) {
+        m_info.nDurationMs = m_pFormat->duration / 1000;
+    } else if (pVideo->duration != AV_NOPTS_VALUE && pVideo->duration > 0) {
+        m_info.nDurationMs = av_rescale_q(pVideo->duration, pVideo->time_base, AVRational{1, 1000});
+    }
+    m_info.nFileStartUs = m_pFormat->start_time != AV_NOPTS_VALUE ? m_pFormat->start_time : 0;
+    m_info.nVideoStartUs = pVideo->start_time != AV_NOPTS_VALUE
+                               ? av_rescale_q(pVideo->start_time, pVideo->time_base, AV_TIME_BASE_Q)
+                               : m_info.nFileStartUs;
+    if (pVideo->nb_frames > 0) {
+        m_info.nTotalFrames = static_cast<uint32_t>(pVideo->nb_frames);
+    } else {
+        m_info.nTotalFrames = static_cast<uint32_t>(std::llround(VideoSpanUs() * m_info.dFps / 1000000.0));
+    }
+    m_info.bHasAudio = m_nAudioIndex >= 0;
+
+    const AVDictionaryEntry* pEntry = av_dict_get(m_pFormat->metadata, "creation_time", nullptr, 0);
+    if (pEntry == nullptr) {
+        pEntry = av_dict_get(pVideo->metadata, "creation_time", nullptr, 0);
+    }
+    int64_t nEpochMs = 0;
+    if (pEntry != nullptr && GlobalTime::ParseIso8601(pEntry->value, &nEpochMs)) {
+        m_info.bHasGlobalTime = true;
+        m_info.nGlobalStartMs = nEpochMs;
+    } else if (GlobalTime::ParseFileName(strOriginalPath, &nEpochMs)) {
+        m_info.bHasGlobalTime = true;
+        m_info.nGlobalStartMs = nEpochMs;
+    }
+    for (unsigned i = 0; i < m_pFormat->nb_streams; ++i) {
+        size_t nSize = 0;
+        if (av_stream_get_side_data(m_pFormat->streams[i], AV_PKT_DATA_ENCRYPTION_INIT_INFO, &nSize) !=
+            nullptr) {
+            m_info.bEncrypted = true;
+        }
+    }
+}
+
+int64_t Demuxer::VideoSpanUs() const {
+    // The video's own span, not the file's: a sound track that starts
+    // earlier or ends later would otherwise add frames that do not exist.
+    const AVStream* pVideo = VideoStream();
+    if (pVideo->duration != AV_NOPTS_VALUE && pVideo->duration > 0) {
+        return av_rescale_q(pVideo->duration, pVideo->time_base, AV_TIME_BASE_Q);
+    }
+    // Matroska keeps the end of each track as a "DURATION" tag.
+    const AVDictionaryEntry* pTag = av_dict_get(pVideo->metadata, "DURATION", nullptr, 0);
+    int nHour = 0, nMinute = 0;
+    double dSecond = 0.0;
+    if (pTag != nullptr && std::sscanf(pTag->value, "%d:%d:%lf", &nHour, &nMinute, &dSecond) == 3) {
+        const int64_t nEndUs = (nHour * 3600LL + nMinute * 60LL) * 1000000LL + std::llround(dSecond * 1e6);
+        const int64_t nStartUs = m_info.nVideoStartUs - m_info.nFileStartUs;
+        if (nEndUs > nStartUs) {
+            return nEndUs - nStartUs;
+        }
+    }
+    const int64_t nLeadUs = m_info.nVideoStartUs - m_info.nFileStartUs;
+    return std::max<int64_t>(0, m_info.nDurationMs * 1000 - nLeadUs);
+}
+
+bool Demuxer::RewindIfNeeded() {
+    if (!m_bHasRead) {
+        return true;
+    }
+    const int64_t nStart = m_pFormat->start_time != AV_NOPTS_VALUE ? m_pFormat->start_time : 0;
+    int nErr = avformat_seek_file(m_pFormat.get(), -1, INT64_MIN, nStart, nStart, 0);
+    if (nErr < 0) {
+        AVStream* pVideo = VideoStream();
+        const int64_t nVideoStart = pVideo->start_time != AV_NOPTS_VALUE ? pVideo->start_time : 0;
+        nErr = av_seek_frame(m_pFormat.get(), m_nVideoIndex, nVideoStart, AVSEEK_FLAG_BACKWARD);
+    }
+    if (nErr < 0) {
+        EngineLog::AvFail(m_nPort, "rewind to the start", nErr);
+        return false;
+    }
+    return true;
+}
+
+bool Demuxer::Start(bool bFeedAudio) {
+    Stop();
+    if (!m_pFormat) {
+        return false;
+    }
+    m_bAbort = false;
+    if (!RewindIfNeeded()) {
+        return false;
+    }
+    m_bHasRead = true;
+    m_bFeedAudio = bFeedAudio && m_nAudioIndex >= 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mtxRoom);
+        m_bRoomAbort = false;
+    }
+    m_videoQueue.Start();
+    m_audioQueue.Start();
+    m_thread = std::thread(&Demuxer::Run, this);
+    return true;
+}
+
+void Demuxer::Stop() {
+    m_bAbort = true;
+    {
+        std::lock_guard<std::mutex> lock(m_mtxRoom);
+        m_bRoomAbort = true;
+    }
+    m_cvRoom.notify_all();
+    m_videoQueue.Abort();
+    m_audioQueue.Abort();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+    m_videoQueue.Flush();
+    m_audioQueue.Flush();
+}
+
+void Demuxer::NotifyRoom() {
+    { std::lock_guard<std::mutex> lock(m_mtxRoom); }
+    m_cvRoom.notify_all();
+}
+
+bool Demuxer::WaitForRoom() {
+    std::unique_lock<std::mutex> lock(m_mtxRoom);
+    m_cvRoom.wait(lock, [this] {
+        if (m_bRoomAbort) {
+            return true;
+        }
+        const int64_t nBytes = m_videoQueue.Bytes() + (m_bFeedAudio ? m_audioQueue.Bytes() : 0);
+        if (nBytes > kMaxQueuedBytes) {
+            return false;
+        }
+        // The picture sets the pace: sound decoded for nobody takes its
+        // packets at once and must not let the reading run ahead.
+        return !m_videoQueue.IsEnough();
+    });
+    return !m_bRoomAbort;
+}
+
+void Demuxer::Run() {
+    pthread_setname_np(pthread_self(), "tavrix-demux"); // names the thread in debuggers and top
+    AVStream* pVideo = VideoStream();
+    AVStream* pAudio = AudioStream();
+    while (WaitForRoom()) {
+        PacketPtr pPacket = MakePacket();
+        if (!pPacket) {
+            break;
+        }
+        const int nErr = av_read_frame(m_pFormat.get(), pPacket.get());
+        if (m_bAbort) {
+            return;
+        }
+        if (nErr < 0) {
+            // A cut-off file ends where its data ends; only a real read error
+            // in the middle is reported.
+            const bool bEnd = nErr == AVERROR_EOF || (m_pFormat->pb != nullptr && avio_feof(m_pFormat->pb));
+            if (!bEnd) {
+                EngineLog::AvFail(m_nPort, "read packet", nErr);
+                m_pCallbacks->ReportRunTime(2, TAVRIX_RT_DEMUX);
+            }
+            break;
+        }
+        if (av_packet_get_side_data(pPacket.get(), AV_PKT_DATA_ENCRYPTION_INFO, nullptr) != nullptr) {
+            // Encrypted samples come out still encrypted: no key was given.
+            m_bSawEncrypted = true;
+            if (!m_bHasKey) {
+                m_pCallbacks->ReportRunTime(2, TAVRIX_RT_DECRYPT);
+            }
+        }
+        if (pPacket->stream_index == m_nVideoIndex) {
+            const int64_t nDurUs = av_rescale_q(pPacket->duration, pVideo->time_base, AV_TIME_BASE_Q);
+            m_videoQueue.Push(std::move(pPacket), nDurUs);
+        } else if (m_bFeedAudio && pPacket->stream_index == m_nAudioIndex) {
+            const int64_t nDurUs = av_rescale_q(pPacket->duration, pAudio->time_base, AV_TIME_BASE_Q);
+            m_audioQueue.Push(std::move(pPacket), nDurUs);
+        }
+    }
+    m_videoQueue.PushEos();
+    if (m_bFeedAudio) {
+        m_audioQueue.PushEos();
+    }
+}
+
+} // namespace tavrix

@@ -1,0 +1,387 @@
+#include "PlayerPort.h"
+
+#include "AudioDecoder.h"
+#include "AudioOutput.h"
+#include "Demuxer.h"
+#include "EngineLog.h"
+#include "GlobalTime.h"
+#include "PathCodec.h"
+#include "VideoDecoder.h"
+#include "VideoRenderer.h"
+
+#include <cstdio>
+
+namespace tavrix {
+
+PlayerPort::PlayerPort(int nPort) : m_nPort(nPort), m_callbacks(nPort) {
+    EngineLog::Install();
+}
+
+PlayerPort::~PlayerPort() {
+    CloseFile();
+    StopSound();
+}
+
+bool PlayerPort::Fail(uint32_t nError) {
+    m_nLastError = nError;
+    return false;
+}
+
+bool PlayerPort::SetStreamOpenMode(uint32_t nMode) {
+    if (nMode == TAVRIX_STREAM_FILE) {
+        return true;
+    }
+    // Real-time streams are fed by the network path, which this engine does
+    // not offer yet.
+    return Fail(nMode == TAVRIX_STREAM_REALTIME ? TAVRIX_ERR_NOT_SUPPORT : TAVRIX_ERR_PARA_OVER);
+}
+
+bool PlayerPort::SetSecretKey(int32_t nKeyType, const char* pKey, int32_t nKeyLenBits) {
+    if (nKeyType != 1 || pKey == nullptr || nKeyLenBits != 128) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    std::string strHex;
+    for (int i = 0; i < 16; ++i) {
+        char sz[3];
+        std::snprintf(sz, sizeof(sz), "%02x", static_cast<unsigned char>(pKey[i]));
+        strHex += sz;
+    }
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    m_strKeyHex = strHex;
+    return true;
+}
+
+bool PlayerPort::SetDecodeEngine(uint32_t nEngine) {
+    if (nEngine > 1) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    // Takes effect when the decoder is next made (the next start of play).
+    m_nDecodeEngineWanted = nEngine;
+    return true;
+}
+
+uint32_t PlayerPort::DecodeEngine() const {
+    return m_bHardwareActive.load() ? 1 : 0;
+}
+
+bool PlayerPort::SetRealTime(bool bRealTime) {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    m_bRealTime = bRealTime;
+    if (m_pRenderer) {
+        m_pRenderer->SetRealTime(bRealTime);
+    }
+    if (m_pAudio) {
+        m_pAudio->SetRealTime(bRealTime);
+    }
+    return true;
+}
+
+bool PlayerPort::OpenFile(const char* szPath) {
+    if (szPath == nullptr || *szPath == '\0') {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    CloseFile();
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    std::string strUtf8;
+    if (!PathCodec::Gb18030ToUtf8(szPath, &strUtf8)) {
+        return Fail(TAVRIX_ERR_OPEN_FILE);
+    }
+    auto pDemuxer = std::make_unique<Demuxer>(m_nPort, &m_callbacks);
+    const uint32_t nErr = pDemuxer->Open(strUtf8, szPath, m_strKeyHex);
+    if (nErr != TAVRIX_NOERROR) {
+        return Fail(nErr);
+    }
+    {
+        std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
+        m_info = pDemuxer->Info();
+        m_bOpen = true;
+    }
+    m_readings.Reset();
+    m_readings.nWidth = pDemuxer->Info().nWidth;
+    m_readings.nHeight = pDemuxer->Info().nHeight;
+    m_pDemuxer = std::move(pDemuxer);
+    m_bPaused = false;
+    return true;
+}
+
+bool PlayerPort::CloseFile() {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    StopThreads();
+    m_pDemuxer.reset();
+    {
+        std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
+        m_bOpen = false;
+        m_info = MediaInfo();
+    }
+    m_readings.Reset();
+    m_readings.nWidth = 0;
+    m_readings.nHeight = 0;
+    return true;
+}
+
+bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
+    bool bNewWindow = false;
+    {
+        std::lock_guard<std::mutex> lock(m_mtxControl);
+        if (!m_pDemuxer) {
+            return Fail(TAVRIX_ERR_ORDER);
+        }
+        bNewWindow = nWindowKey != m_nWindowKey || (nWindowKey != 0 && !m_pSink);
+    }
+    // The sink is made outside the control lock: making it may wait for the
+    // GUI thread, which may itself be waiting for this lock.
+    std::shared_ptr<FrameSink> pNewSink;
+    if (bNewWindow && nWindowKey != 0 && fnMakeSink) {
+        pNewSink = fnMakeSink();
+    }
+    std::shared_ptr<FrameSink> pOldSink; // let go outside the lock
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER); // closed meanwhile
+    }
+    if (bNewWindow) {
+        pOldSink = std::move(m_pSink);
+        m_pSink = std::move(pNewSink);
+        m_nWindowKey = m_pSink ? nWindowKey : 0;
+        if (m_pRenderer) {
+            m_pRenderer->SetSink(m_pSink);
+        }
+    }
+    if (!m_bRunning) {
+        m_bPaused = false;
+        return StartThreads(m_pSink);
+    }
+    if (m_bPaused) {
+        // Play on a paused port resumes it.
+        m_bPaused = false;
+        m_pRenderer->SetPaused(false);
+        std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+        if (pOut) {
+            pOut->SetPaused(false);
+        }
+    }
+    return true;
+}
+
+bool PlayerPort::StartThreads(std::shared_ptr<FrameSink> pSink) {
+    const MediaInfo info = m_pDemuxer->Info();
+    m_readings.Reset();
+    m_callbacks.ResetRunTimeReports();
+    auto pVideo = std::make_unique<VideoDecoder>(m_nPort, &m_callbacks, &m_readings);
+    const bool bEncrypted =
+        info.bEncrypted || !m_strKeyHex.empty() || m_pDemuxer->SawEncryptedPackets().load();
+    if (!pVideo->Open(m_pDemuxer->VideoStream(), info, m_nDecodeEngineWanted == 1, bEncrypted,
+                      &m_pDemuxer->SawEncryptedPackets())) {
+        m_callbacks.ReportRunTime(1, TAVRIX_RT_DECODE);
+        return Fail(TAVRIX_ERR_DEC_VIDEO);
+    }
+    m_bHardwareActive = pVideo->HardwareActive();
+    std::unique_ptr<AudioDecoder> pAudio;
+    if (m_pDemuxer->AudioStream() != nullptr) {
+        pAudio = std::make_unique<AudioDecoder>(m_nPort, &m_callbacks, &m_readings,
+                                                [this] { return CurrentOutput(); });
+        if (!pAudio->Open(m_pDemuxer->AudioStream(), info)) {
+            pAudio.reset(); // the picture plays without sound
+        }
+    }
+    auto pRenderer = std::make_unique<VideoRenderer>(m_nPort, &m_callbacks, &m_readings);
+    pRenderer->SetSink(std::move(pSink));
+    pRenderer->Start(m_bRealTime, false);
+    if (!m_pDemuxer->Start(pAudio != nullptr)) {
+        pRenderer->Stop();
+        return Fail(TAVRIX_ERR_OPEN_FILE);
+    }
+    pVideo->Start(&m_pDemuxer->VideoQueue(), pRenderer.get());
+    if (pAudio) {
+        pAudio->Start(&m_pDemuxer->AudioQueue(), m_bRealTime);
+    }
+    std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+    if (pOut) {
+        pOut->Flush();
+        pOut->SetPaused(false);
+    }
+    m_pRenderer = std::move(pRenderer);
+    m_pVideo = std::move(pVideo);
+    m_pAudio = std::move(pAudio);
+    m_bRunning = true;
+    return true;
+}
+
+void PlayerPort::StopThreads() {
+    if (m_pAudio) {
+        m_pAudio->Abort();
+    }
+    if (m_pRenderer) {
+        m_pRenderer->Stop(); // also frees a decoder waiting for room
+    }
+    if (m_pDemuxer) {
+        m_pDemuxer->Stop(); // frees decoders waiting for packets
+    }
+    if (m_pVideo) {
+        m_pVideo->Join();
+    }
+    if (m_pAudio) {
+        m_pAudio->Join();
+    }
+    m_pAudio.reset();
+    m_pVideo.reset();
+    m_pRenderer.reset();
+    // Dropping the sink detaches the window, which shows its background again.
+    m_pSink.reset();
+    m_nWindowKey = 0;
+    m_bRunning = false;
+    m_bPaused = false;
+    m_bHardwareActive = false;
+    std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+    if (pOut) {
+        pOut->Flush();
+    }
+}
+
+bool PlayerPort::Pause(bool bPause) {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    if (!m_bRunning) {
+        return true;
+    }
+    m_bPaused = bPause;
+    m_pRenderer->SetPaused(bPause);
+    std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+    if (pOut) {
+        pOut->SetPaused(bPause);
+    }
+    return true;
+}
+
+bool PlayerPort::Stop() {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    StopThreads();
+    m_readings.Reset();
+    return true;
+}
+
+bool PlayerPort::Refresh(uint32_t nRegion) {
+    if (nRegion > 1) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    // Region 1 (the navigator) has no window of its own yet.
+    if (nRegion == 0 && m_pRenderer) {
+        m_pRenderer->RequestRefresh();
+    }
+    return true;
+}
+
+bool PlayerPort::IsOpen() const {
+    std::lock_guard<std::mutex> lock(m_mtxInfo);
+    return m_bOpen;
+}
+
+uint32_t PlayerPort::FileTimeSec() const {
+    std::lock_guard<std::mutex> lock(m_mtxInfo);
+    return m_bOpen ? static_cast<uint32_t>(m_info.nDurationMs / 1000) : 0;
+}
+
+uint32_t PlayerPort::PlayedTimeMs() const {
+    const int64_t nMs = m_readings.nPlayedMs.load();
+    return nMs > 0 ? static_cast<uint32_t>(nMs) : 0;
+}
+
+uint32_t PlayerPort::TotalFrames() const {
+    std::lock_guard<std::mutex> lock(m_mtxInfo);
+    return m_bOpen ? m_info.nTotalFrames : 0;
+}
+
+uint32_t PlayerPort::CurrentFrameNum() const {
+    return m_readings.nFrameNum.load();
+}
+
+bool PlayerPort::PictureSize(int32_t* pnWidth, int32_t* pnHeight) const {
+    if (!IsOpen()) {
+        return false;
+    }
+    *pnWidth = m_readings.nWidth.load();
+    *pnHeight = m_readings.nHeight.load();
+    return *pnWidth > 0 && *pnHeight > 0;
+}
+
+bool PlayerPort::SystemTime(TAVRIX_SYSTEM_TIME* pstOut) const {
+    int64_t nStartMs = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mtxInfo);
+        if (!m_bOpen || !m_info.bHasGlobalTime) {
+            return false;
+        }
+        nStartMs = m_info.nGlobalStartMs;
+    }
+    const int64_t nOffsetMs = m_readings.bShown.load() ? m_readings.nSourceMs.load() : 0;
+    GlobalTime::ToSystemTime(nStartMs + nOffsetMs, pstOut);
+    return true;
+}
+
+std::shared_ptr<AudioOutput> PlayerPort::CurrentOutput() const {
+    std::lock_guard<std::mutex> lock(m_mtxSound);
+    return m_pOutput;
+}
+
+bool PlayerPort::PlaySound() {
+    int nWantedRate = 0;
+    bool bPaused = false;
+    {
+        std::lock_guard<std::mutex> lock(m_mtxControl);
+        bPaused = m_bRunning && m_bPaused;
+        if (m_pDemuxer && m_pDemuxer->AudioStream() != nullptr) {
+            nWantedRate = m_pDemuxer->AudioStream()->codecpar->sample_rate;
+        }
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_mtxSound);
+        if (m_pOutput) {
+            return true;
+        }
+        m_pOutput = AudioOutput::Open(m_nPort, nWantedRate);
+        if (!m_pOutput) {
+            return Fail(TAVRIX_ERR_NO_SOUND_DEVICE);
+        }
+        m_pOutput->SetVolume(m_nVolume);
+        if (bPaused) {
+            m_pOutput->SetPaused(true);
+        }
+    }
+    // Outside the sound lock: a decoder waiting for the picture looks at the
+    // sound output under the progress lock, so the two are never taken the
+    // other way round. The wait ends now that someone listens.
+    m_readings.NotifyProgress();
+    return true;
+}
+
+bool PlayerPort::StopSound() {
+    std::shared_ptr<AudioOutput> pOut;
+    {
+        std::lock_guard<std::mutex> lock(m_mtxSound);
+        pOut = std::move(m_pOutput);
+    }
+    if (pOut) {
+        pOut->Close(); // silence now, even while the decoder still holds it
+    }
+    return true;
+}
+
+bool PlayerPort::SetVolume(uint16_t nVolume) {
+    std::lock_guard<std::mutex> lock(m_mtxSound);
+    m_nVolume = nVolume;
+    if (m_pOutput) {
+        m_pOutput->SetVolume(nVolume);
+    }
+    return true;
+}
+
+} // namespace tavrix

@@ -1,0 +1,114 @@
+// One port: an open file and the threads that play it.
+//
+//   Demuxer thread -> video PacketQueue -> VideoDecoder thread -> VideoRenderer ring
+//                  -> audio PacketQueue -> AudioDecoder thread -> AudioOutput (SDL2)
+//   VideoRenderer thread: frame clock, display callback, FrameSink (the window)
+//
+// The picture sets the pace: the demuxer rests while the video queue holds
+// enough, the renderer waits for each picture's instant, and the audio
+// decoder either fills the sound device's short ring or, with sound off,
+// waits for the picture. Transport calls are serialised by the control lock,
+// which the engine threads never take, so a callback may read the port's
+// readings while the GUI thread stops it; a stop aborts every queue and
+// joins every thread, and a new play builds them afresh.
+#pragma once
+
+#include "CallbackSet.h"
+#include "FrameSink.h"
+#include "MediaInfo.h"
+#include "PlayReadings.h"
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace tavrix {
+
+class AudioDecoder;
+class AudioOutput;
+class Demuxer;
+class VideoDecoder;
+class VideoRenderer;
+
+class PlayerPort {
+public:
+    using SinkFactory = std::function<std::shared_ptr<FrameSink>()>;
+
+    explicit PlayerPort(int nPort);
+    ~PlayerPort();
+    PlayerPort(const PlayerPort&) = delete;
+    PlayerPort& operator=(const PlayerPort&) = delete;
+
+    int Port() const { return m_nPort; }
+    CallbackSet& Callbacks() { return m_callbacks; }
+    uint32_t LastError() const { return m_nLastError.load(); }
+    void SetLastError(uint32_t nError) { m_nLastError = nError; }
+
+    // Settings. Each answers false (with the last error set) on bad input.
+    bool SetStreamOpenMode(uint32_t nMode);
+    bool SetSecretKey(int32_t nKeyType, const char* pKey, int32_t nKeyLenBits);
+    bool SetDecodeEngine(uint32_t nEngine);
+    uint32_t DecodeEngine() const;
+    bool SetRealTime(bool bRealTime);
+
+    bool OpenFile(const char* szPath);
+    bool CloseFile();
+    // nWindowKey names the window (0 none); fnMakeSink builds a sink for it and
+    // runs only when the window differs from the one already in use.
+    bool Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink);
+    bool Pause(bool bPause);
+    bool Stop();
+    bool Refresh(uint32_t nRegion);
+
+    // Readings.
+    bool IsOpen() const;
+    uint32_t FileTimeSec() const;
+    uint32_t PlayedTimeMs() const;
+    uint32_t TotalFrames() const;
+    uint32_t CurrentFrameNum() const;
+    bool PictureSize(int32_t* pnWidth, int32_t* pnHeight) const;
+    bool SystemTime(TAVRIX_SYSTEM_TIME* pstOut) const;
+
+    // Sound.
+    bool PlaySound();
+    bool StopSound();
+    bool SetVolume(uint16_t nVolume);
+
+private:
+    bool StartThreads(std::shared_ptr<FrameSink> pSink);
+    void StopThreads();
+    std::shared_ptr<AudioOutput> CurrentOutput() const;
+    bool Fail(uint32_t nError);
+
+    const int m_nPort;
+    CallbackSet m_callbacks;
+    PlayReadings m_readings;
+    std::atomic<uint32_t> m_nLastError{0};
+    std::atomic<bool> m_bRealTime{true};
+    std::atomic<uint32_t> m_nDecodeEngineWanted{0};
+
+    std::mutex m_mtxControl;                    // serialises the transport; never held by engine threads
+    std::string m_strKeyHex;                    // guarded by m_mtxControl
+    std::unique_ptr<Demuxer> m_pDemuxer;        // guarded by m_mtxControl
+    std::unique_ptr<VideoRenderer> m_pRenderer; // guarded by m_mtxControl
+    std::unique_ptr<VideoDecoder> m_pVideo;     // guarded by m_mtxControl
+    std::unique_ptr<AudioDecoder> m_pAudio;     // guarded by m_mtxControl
+    bool m_bRunning = false;                    // threads run; guarded by m_mtxControl
+    bool m_bPaused = false;                     // guarded by m_mtxControl
+    uintptr_t m_nWindowKey = 0;                 // guarded by m_mtxControl
+    std::shared_ptr<FrameSink> m_pSink;         // guarded by m_mtxControl
+    std::atomic<bool> m_bHardwareActive{false};
+
+    mutable std::mutex m_mtxInfo; // the facts of the open file, for readers on any thread
+    bool m_bOpen = false;         // guarded by m_mtxInfo
+    MediaInfo m_info;             // guarded by m_mtxInfo
+
+    mutable std::mutex m_mtxSound;
+    std::shared_ptr<AudioOutput> m_pOutput; // guarded by m_mtxSound
+    uint16_t m_nVolume = 65535;             // guarded by m_mtxSound
+};
+
+} // namespace tavrix

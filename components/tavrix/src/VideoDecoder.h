@@ -1,0 +1,70 @@
+// The video decode thread of a port: packets from the demuxer's video queue
+// in, pictures in display order out to the render thread. Uses the codec's
+// frame threads; tries a hardware device when asked and quietly stays in
+// software where none exists.
+#pragma once
+
+#include "FfmpegPtr.h"
+#include "MediaInfo.h"
+#include "PacketQueue.h"
+#include "PlayReadings.h"
+#include "VideoFrame.h"
+#include "YuvConverter.h"
+
+#include <atomic>
+#include <cstdint>
+#include <thread>
+
+namespace tavrix {
+
+class CallbackSet;
+class VideoRenderer;
+
+class VideoDecoder {
+public:
+    VideoDecoder(int nPort, CallbackSet* pCallbacks, PlayReadings* pReadings);
+    ~VideoDecoder();
+    VideoDecoder(const VideoDecoder&) = delete;
+    VideoDecoder& operator=(const VideoDecoder&) = delete;
+
+    // bHardware asks for a hardware device; bEncrypted (or *pSawEncrypted,
+    // set by the demuxer when still-encrypted packets pass) makes decode
+    // errors count as a decryption failure. False if the codec cannot open.
+    bool Open(const AVStream* pStream, const MediaInfo& info, bool bHardware, bool bEncrypted,
+              const std::atomic<bool>* pSawEncrypted);
+    void Start(PacketQueue* pQueue, VideoRenderer* pRenderer);
+    // The queue and the renderer must be aborted first; this joins.
+    void Join();
+    bool HardwareActive() const { return m_bHardwareActive.load(); }
+
+private:
+    static enum AVPixelFormat GetFormat(AVCodecContext* pCtx, const enum AVPixelFormat* pFormats);
+    bool TryHardware(const AVCodec* pCodec);
+    void Run();
+    bool ReceiveFrames();
+    bool Deliver(FramePtr pFrame);
+    void CountError(int nAvError);
+    void CallDecodeCallback(const VideoFrame& frame);
+
+    const int m_nPort;
+    CallbackSet* const m_pCallbacks;
+    PlayReadings* const m_pReadings;
+    CodecContextPtr m_pCodec;
+    BufferRefPtr m_pHwDevice;
+    enum AVPixelFormat m_eHwFormat = AV_PIX_FMT_NONE;
+    std::atomic<bool> m_bHardwareActive{false};
+    AVRational m_timeBase{1, 1};
+    int64_t m_nFileStartUs = 0;
+    int64_t m_nVideoStartUs = 0;
+    int32_t m_nFrameRate = 25;
+    int64_t m_nFrameDurUs = 40000;
+    bool m_bEncrypted = false;
+    const std::atomic<bool>* m_pSawEncrypted = nullptr;
+    int m_nErrors = 0;
+    PacketQueue* m_pQueue = nullptr;
+    VideoRenderer* m_pRenderer = nullptr;
+    YuvConverter m_yuv;
+    std::thread m_thread;
+};
+
+} // namespace tavrix

@@ -1,0 +1,75 @@
+// The render thread of a port: takes decoded pictures from a small ring,
+// waits for each one's instant on the frame clock, calls the display callback
+// and hands the picture to the window's sink. Commands (pause, refresh, sink
+// change) are posted to it and applied on its own thread. The last shown
+// picture stays for refreshes until the next start.
+#pragma once
+
+#include "FfmpegPtr.h"
+#include "FrameClock.h"
+#include "FrameSink.h"
+#include "PlayReadings.h"
+#include "VideoFrame.h"
+#include "YuvConverter.h"
+
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+namespace tavrix {
+
+class CallbackSet;
+
+class VideoRenderer {
+public:
+    VideoRenderer(int nPort, CallbackSet* pCallbacks, PlayReadings* pReadings);
+    ~VideoRenderer();
+    VideoRenderer(const VideoRenderer&) = delete;
+    VideoRenderer& operator=(const VideoRenderer&) = delete;
+
+    void Start(bool bRealTime, bool bPaused);
+    // Aborts and joins; drops queued pictures and the last one.
+    void Stop();
+
+    // Decoder side: blocks while the ring is full; false once aborted.
+    bool Push(std::unique_ptr<VideoFrame> pFrame);
+
+    void SetPaused(bool bPaused);
+    void SetRealTime(bool bRealTime);
+    void SetSink(std::shared_ptr<FrameSink> pSink);
+    void RequestRefresh();
+    bool Ended() const;
+
+private:
+    void Run();
+    void Show(VideoFrame& frame, bool bToWindow);
+    void CallDisplay(VideoFrame& frame);
+    void Publish(const VideoFrame& frame);
+    void FireFileEnd();
+
+    const int m_nPort;
+    CallbackSet* const m_pCallbacks;
+    PlayReadings* const m_pReadings;
+
+    mutable std::mutex m_mtx;
+    std::condition_variable m_cvWork;                  // the render thread waits for pictures and commands
+    std::condition_variable m_cvSpace;                 // the decoder waits for room in the ring
+    std::deque<std::unique_ptr<VideoFrame>> m_deqRing; // guarded by m_mtx
+    bool m_bAbort = true;                              // guarded by m_mtx
+    bool m_bPaused = false;                            // requested state; guarded by m_mtx
+    bool m_bRealTime = true;                           // guarded by m_mtx
+    bool m_bRefreshPending = false;                    // guarded by m_mtx
+    bool m_bEnded = false;                             // guarded by m_mtx
+    std::shared_ptr<FrameSink> m_pSink;                // guarded by m_mtx
+
+    // Owned by the render thread while it runs.
+    std::unique_ptr<VideoFrame> m_pLast;
+    FrameClock m_clock;
+    uint32_t m_nDisplayIndex = 0;
+    YuvConverter m_yuv;
+    std::thread m_thread;
+};
+
+} // namespace tavrix

@@ -1,0 +1,783 @@
+#include "CPlayWnd.h"
+
+#include <QDebug>
+#include <QDir>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QMutexLocker>
+#include <QPainter>
+#include <QStyleOption>
+#include <QTimerEvent>
+
+#include <algorithm>
+#include <cstring>
+
+#include "CDlgShow.h"
+#include "CLanguageParser.h"
+#include "CPlayHelper.h"
+#include "LanguageKeys.h"
+#include "NonModalMessageBox.h"
+#include "OpenInfo.h"
+#include "SkinManager.h"
+
+namespace {
+
+const int kSkinResPlayWnd = 38;
+const int kDisplayInfoMs = 3000;
+const int kRefreshMs = 100;
+const int kLowRateRefreshMs = 40;
+const int kAsciiPathSize = 1040;
+const int kSecretKeyBytes = 16;
+
+// Internal events of PostPlayEvent.
+const int kEventFileEnd = 102;
+const int kEventSizeChange = 103;
+
+// Run-time error codes the window reports (others are ignored).
+const int kRtDecodeEngine = 0;
+const int kRtDemux = 1;
+const int kRtDecode = 2;
+const int kRtRender = 4;
+const int kRtDecrypt = 5;
+
+QString LangText(const char* szKey, const char* szDefault) {
+    QString strText;
+    CLanguageParser::FindString(szKey, strText, szDefault);
+    return strText;
+}
+
+CPlayWnd* WndOf(void* pUser) {
+    return static_cast<CPlayWnd*>(pUser);
+}
+
+} // namespace
+
+CPlayWnd::CPlayWnd(int nSubWndIndex, QWidget* pParent)
+    : QWidget(pParent), m_pDlgShow(qobject_cast<CDlgShow*>(pParent)), m_nSubWndIndex(nSubWndIndex) {
+    m_pDisplayWnd = new QLabel(this, Qt::FramelessWindowHint);
+    m_pDisplayWnd->setObjectName("m_pDisplayWnd");
+    m_pDisplayWnd->show();
+
+    // The engine's callbacks emit on its own threads; these arrive queued.
+    connect(this, &CPlayWnd::Sig_WidthHeightChange, this, &CPlayWnd::On_WidthHeightChange,
+            Qt::QueuedConnection);
+    connect(this, &CPlayWnd::Sig_DelayDisplayInfoTimer, this, &CPlayWnd::On_DelayDisplayInfoTimer);
+    connect(this, &CPlayWnd::Sig_FileDecLowFrameRate, this, &CPlayWnd::On_FileDecLowFrameRate);
+    connect(this, &CPlayWnd::Sig_ErrorMsg, this, &CPlayWnd::ErrorMsgBox);
+
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    SkinManager::AddObserver(this);
+    m_hDisplayWnd = static_cast<uintptr_t>(m_pDisplayWnd->winId());
+    setAcceptDrops(false);
+    setMouseTracking(true);
+}
+
+CPlayWnd::~CPlayWnd() {
+    Close();
+    if (m_lPort >= 0) {
+        Tavrix_FreePort(m_lPort);
+        m_lPort = -1;
+    }
+    SkinManager::DelObserver(this);
+}
+
+// ---- opening ---------------------------------------------------------------
+
+bool CPlayWnd::Open(OpenInfo* pInfo) {
+    if (!pInfo)
+        return false;
+    Close();
+    if (pInfo->nMediaType == 1)
+        return OpenFile(pInfo->strFilePath, pInfo->strDecryptKey);
+    if (pInfo->nMediaType == 2)
+        return OpenStream(pInfo->strFilePath, pInfo->nTransmitMode, pInfo->nPort, pInfo->bHardDecode);
+
+    const QString strLower = pInfo->strFilePath.toLower();
+    const bool bStream =
+        strLower.contains("rtsp:") || (strLower.contains("http:") && strLower.contains(".m3u8"));
+    if (bStream)
+        return OpenStream(pInfo->strFilePath, pInfo->nTransmitMode, pInfo->nPort, pInfo->bHardDecode);
+    return OpenFile(pInfo->strFilePath, pInfo->strDecryptKey);
+}
+
+QWidget* CPlayWnd::MainDlg() const {
+    return m_pDlgShow ? m_pDlgShow->GetMainDlg() : nullptr;
+}
+
+bool CPlayWnd::GetPortOrReport() {
+    if (m_lPort != -1)
+        return true;
+    int32_t nPort = -1;
+    if (Tavrix_GetPort(&nPort)) {
+        m_lPort = nPort;
+        return true;
+    }
+    m_lPort = -1;
+    if (m_pDlgShow)
+        NonModalMessageBox::MsgBox(MainDlg(), LangText(IDS_Global_Information, "Information"),
+                                   LangText(IDS_PlayWnd_GetPortFail, "Get port fail!"));
+    return false;
+}
+
+bool CPlayWnd::OpenFile(QString strFilePath, QString strKey) {
+    if (!GetPortOrReport())
+        return false;
+
+    SetDisplayCallBack(true);
+    SetDrawCallBack(true);
+    {
+        QMutexLocker lock(&m_mtxShared);
+        m_strFilePath = QDir::toNativeSeparators(strFilePath);
+    }
+    CPlayHelper::IsSRFile(m_strFilePath, &m_bSRFile);
+    // Fisheye material has no frame index: reverse play and stepping back stay closed.
+    if (!SetFileRefCallBack(!m_bSRFile))
+        qDebug("Tavrix_SetFileRefCallBack() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+    SetWatermarkCallBack(true);
+    SetDecCallBack(true);
+    SetFileEndCallback(true);
+    SetEncTypeChangeCallBack(true);
+    if (!strKey.isEmpty())
+        SetSecretKey(strKey);
+
+    if (!Tavrix_SetStreamOpenMode(m_lPort, TAVRIX_STREAM_FILE)) {
+        qDebug("Tavrix_SetStreamOpenMode() STREAME_FILE Fail GetLastError()=%d",
+               Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+
+    char szPath[kAsciiPathSize] = {};
+    if (!CPlayHelper::UnicodeToAscii(m_strFilePath, szPath, kAsciiPathSize))
+        return false;
+
+    if (!Tavrix_OpenFile(m_lPort, szPath)) {
+        qDebug("Tavrix_OpenFile() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+        Tavrix_CloseFile(m_lPort);
+        return false;
+    }
+    // Picture enhancement settings join with the enhancement views; none are kept yet.
+    Tavrix_SkipErrorData(m_lPort, false);
+    m_nPlayState = 4;
+    m_nOpenMode = 1;
+    return true;
+}
+
+bool CPlayWnd::OpenStream(QString strUrl, int nTransmitMode, int nPort, bool bHardDecode) {
+    Q_UNUSED(nTransmitMode);
+    Q_UNUSED(nPort);
+    Q_UNUSED(bHardDecode);
+    // A stream is fed by a network session; without the session library there is
+    // nothing to feed the port with, so the window refuses rather than pretend.
+    qDebug() << "CPlayWnd::OpenStream no network session library in this build, cannot open" << strUrl;
+    return false;
+}
+
+void CPlayWnd::SetSecretKey(QString strKey) {
+    if (m_lPort < 0 || strKey.size() > kSecretKeyBytes)
+        return;
+    m_strSecretKey = strKey;
+    // The engine takes the key's 8-bit form as exactly 16 bytes, zero padded.
+    char szNarrow[kSecretKeyBytes * 4 + 1] = {};
+    CPlayHelper::UnicodeToAscii(strKey, szNarrow, sizeof(szNarrow));
+    char szKey[kSecretKeyBytes] = {};
+    std::memcpy(szKey, szNarrow, std::min<size_t>(std::strlen(szNarrow), kSecretKeyBytes));
+    Tavrix_SetSecretKey(m_lPort, 1, szKey, 128);
+}
+
+// ---- transport ---------------------------------------------------------------
+
+bool CPlayWnd::Play(bool bForce) {
+    const int nOldState = m_nPlayState;
+    if (nOldState == 1 && !bForce)
+        return false;
+    if (m_lPort < 0)
+        return false;
+
+    if (SetRunTimeInfoCallBack(true))
+        m_bErrorReported = false;
+
+    // Fisheye material always decodes on the hardware engine.
+    const uint32_t nEngine = m_bSRFile ? 1u : static_cast<uint32_t>(m_nDecodeEngine);
+    if (!Tavrix_SetDecodeEngineEx(m_lPort, nEngine)) {
+        if (m_bSRFile)
+            qDebug("Tavrix_SetDecodeEngine Err");
+        else
+            qDebug("CPlayWnd::Play Tavrix_SetDecodeEngineEx Fail GetLastError()=%d",
+                   Tavrix_GetLastError(m_lPort));
+    }
+    // Fisheye view modes are applied here once the fisheye views exist.
+
+    if (!Tavrix_Play(m_lPort, m_hDisplayWnd)) {
+        qDebug("CPlayWnd::PlayNotSync() Tavrix_Play Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+               Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+
+    // A paused file standing on its last frame has nothing left to play: the
+    // engine will not report the end again, so the window does.
+    if (nOldState == 2) {
+        const uint nTotal = GetFileTotalFrames();
+        if (nTotal > 0 && GetCurrentFrameNum() == nTotal - 1) {
+            m_nPlayState = 1;
+            PostPlayEvent(kEventFileEnd);
+            return true;
+        }
+    }
+
+    KillTimerField(m_nRefreshTimer);
+    m_nRefreshTimer = startTimer(kRefreshMs);
+    m_nPlayState = 1;
+    return true;
+}
+
+bool CPlayWnd::Pause() {
+    if (m_nPlayState != 1 || m_lPort < 0)
+        return false;
+    if (!Tavrix_Pause(m_lPort, 1))
+        qDebug("CPlayWnd::Pause() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+               Tavrix_GetLastError(m_lPort));
+    m_nPlayState = 2;
+    return true;
+}
+
+bool CPlayWnd::Resume() {
+    if (m_nPlayState != 2 || m_lPort < 0)
+        return false;
+    if (!Tavrix_Pause(m_lPort, 0))
+        qDebug("CPlayWnd::Pause() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+               Tavrix_GetLastError(m_lPort));
+    m_nPlayState = 1;
+    return true;
+}
+
+bool CPlayWnd::Stop() {
+    if (m_nPlayState == 0 || m_nPlayState == 3)
+        return true;
+
+    // The frame index describes the file, not the play: it survives a stop.
+    const bool bFileRefCreated = m_bFileRefCreated;
+    ResetPlayState();
+    if (bFileRefCreated)
+        m_bFileRefCreated = true;
+
+    if (m_lPort < 0)
+        return false;
+    if (!Tavrix_Stop(m_lPort))
+        qDebug("Tavrix_Stop() Fail deError=%d", Tavrix_GetLastError(m_lPort));
+    update();
+    m_nPlayState = 3;
+    return true;
+}
+
+void CPlayWnd::ResetPlayState() {
+    m_bFileRefCreated = false;
+    m_strSecretKey.clear();
+    SetDisplayInfo(QString());
+    m_nSoundState = -1;
+    m_nFrameRate = -1;
+    m_nVideoWidth = 0;
+    m_nVideoHeight = 0;
+    m_bRepeatASet = false;
+    m_bRepeatBSet = false;
+    {
+        QMutexLocker lock(&m_mtxShared);
+        std::memset(m_stWatermark, 0, sizeof(m_stWatermark));
+    }
+    On_FileDecLowFrameRate(false);
+}
+
+bool CPlayWnd::Close() {
+    if (m_lPort < 0)
+        return false;
+    Stop();
+    m_bFileRefCreated = false;
+    if (m_nOpenMode == 1 && !Tavrix_CloseFile(m_lPort))
+        qDebug("Tavrix_CloseFile() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+    {
+        QMutexLocker lock(&m_mtxShared);
+        m_strFilePath.clear();
+    }
+    if (!Tavrix_FreePort(m_lPort)) {
+        qDebug("Tavrix_FreePort() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    // Each item plays on a fresh port, which resets everything the engine held.
+    m_lPort = -1;
+    int32_t nPort = -1;
+    if (!Tavrix_GetPort(&nPort)) {
+        qDebug("Tavrix_GetPort() Fail m_nSubWndIndex=%d", m_nSubWndIndex);
+        return false;
+    }
+    m_lPort = nPort;
+    m_nPlayState = 0;
+    m_nOpenMode = 0;
+    return true;
+}
+
+void CPlayWnd::RefreshPlayEx(int nRegion) {
+    if (m_lPort < 0 || (m_nPlayState != 1 && m_nPlayState != 2))
+        return;
+    Tavrix_RefreshPlayEx(m_lPort, static_cast<uint32_t>(nRegion));
+}
+
+// ---- sound -------------------------------------------------------------------
+
+bool CPlayWnd::EnableSound(bool bOn) {
+    if (m_lPort < 0)
+        return false;
+    if (bOn) {
+        if (!Tavrix_PlaySoundShare(m_lPort))
+            return false;
+        m_nSoundState = 1;
+        return true;
+    }
+    if (!Tavrix_StopSoundShare(m_lPort))
+        return false;
+    m_nSoundState = 0;
+    return true;
+}
+
+bool CPlayWnd::SetVolume(bool bSound, int nVolume, bool bShowInfo) {
+    nVolume = std::clamp(nVolume, 0, 200);
+    if (m_nPlayState != 1 && m_nPlayState != 2)
+        return false;
+    if (m_nSoundState == -1 || m_nSoundState != (bSound ? 1 : 0))
+        EnableSound(bSound);
+
+    if (bSound) {
+        const float fScale = nVolume / 100.0f;
+        // Above 100% the engine has no software gain yet: it plays at full scale.
+        const uint16_t wVolume = fScale >= 1.0f ? 65535 : static_cast<uint16_t>(fScale * 65535);
+        if (!Tavrix_SetVolume(m_lPort, wVolume)) {
+            qDebug("CPlayWnd::SetVolume() Tavrix_SetVolume Fail dwErr=%d", Tavrix_GetLastError(m_lPort));
+            return false;
+        }
+    }
+
+    if (bShowInfo) {
+        QString strInfo = QString("%1: %2%").arg(LangText(IDS_Global_SoundVolume, "Volume")).arg(nVolume);
+        if (nVolume == 100) {
+            const QString strKey = m_pDlgShow ? m_pDlgShow->GetVolumeUpKeyText() : QString();
+            strInfo += " " + LangText(IDS_Global_PressHotKeyToIncreaseVolume, "Press %s to increase volume")
+                                 .replace("%s", strKey);
+        }
+        SetDisplayInfo(strInfo);
+        if (m_nPlayState == 2)
+            RefreshPlayEx(0);
+        On_DelayDisplayInfoTimer(true);
+    }
+    return true;
+}
+
+// ---- readers -------------------------------------------------------------------
+
+uint CPlayWnd::GetFileTime() {
+    if (m_lPort < 0 || (m_nPlayState != 1 && m_nPlayState != 2) || m_nOpenMode == 2)
+        return 0;
+    return Tavrix_GetFileTime(m_lPort);
+}
+
+uint CPlayWnd::GetPlayedTime() {
+    if (m_lPort < 0 || (m_nPlayState != 1 && m_nPlayState != 2) || m_nOpenMode == 2)
+        return 0;
+    return Tavrix_GetPlayedTime(m_lPort);
+}
+
+uint CPlayWnd::GetFileTotalFrames() {
+    if (m_lPort < 0 || (m_nPlayState != 1 && m_nPlayState != 2) || m_nOpenMode == 2)
+        return 0;
+    return Tavrix_GetFileTotalFrames(m_lPort);
+}
+
+uint CPlayWnd::GetCurrentFrameNum() {
+    if (m_lPort < 0 || (m_nPlayState != 1 && m_nPlayState != 2) || m_nOpenMode == 2)
+        return 0;
+    return Tavrix_GetCurrentFrameNum(m_lPort);
+}
+
+bool CPlayWnd::GetCurGlobalTime(TAVRIX_SYSTEM_TIME* pGlobalTime) {
+    if (m_lPort < 0 || !pGlobalTime) {
+        qDebug("CPlayWnd::GetCurGlobalTime (m_lPort < 0) || (pGlobalTime == NULL)");
+        return false;
+    }
+    TAVRIX_SYSTEM_TIME stTime = {};
+    if (!Tavrix_GetSystemTime(m_lPort, &stTime)) {
+        qDebug("Tavrix_GetSystemTime dwErr=%d", Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    *pGlobalTime = stTime;
+    return true;
+}
+
+bool CPlayWnd::GetImageSize(uint* pnWidth, uint* pnHeight) {
+    if (!pnWidth || !pnHeight) {
+        qDebug("GetImageSize fail 1");
+        return false;
+    }
+    int32_t nWidth = 0;
+    int32_t nHeight = 0;
+    if (m_lPort < 0 || !Tavrix_GetPictureSize(m_lPort, &nWidth, &nHeight)) {
+        qDebug("GetImageSize fail 2");
+        return false;
+    }
+    *pnWidth = static_cast<uint>(nWidth);
+    *pnHeight = static_cast<uint>(nHeight);
+    m_nPicWidth = nWidth;
+    m_nPicHeight = nHeight;
+    return true;
+}
+
+bool CPlayWnd::GetWatermarkInfo(void* pOut) {
+    if (!pOut)
+        return false;
+    QMutexLocker lock(&m_mtxShared);
+    std::memcpy(pOut, m_stWatermark, sizeof(m_stWatermark));
+    return true;
+}
+
+QString CPlayWnd::GetDisplayInfo() const {
+    QMutexLocker lock(&m_mtxShared);
+    return m_strDisplayInfo;
+}
+
+void CPlayWnd::SetDisplayInfo(const QString& strText) {
+    // The font is chosen here, on the GUI thread, so the render thread never
+    // asks the language parser.
+    const QString strFace =
+        (CLanguageParser::CurrentLanguageType() == 0) ? QString::fromUtf8("SimSun") : QString("Arial");
+    QMutexLocker lock(&m_mtxShared);
+    m_strDisplayInfo = strText;
+    m_strInfoFontFace = strFace;
+}
+
+// ---- callback switches -----------------------------------------------------------
+
+bool CPlayWnd::SetDisplayCallBack(bool bEnable) {
+    if (m_lPort < 0)
+        return false;
+    return Tavrix_SetDisplayCallBackEx(m_lPort, bEnable ? DisplayCallBack : nullptr,
+                                       bEnable ? this : nullptr);
+}
+
+bool CPlayWnd::SetDrawCallBack(bool bEnable) {
+    if (m_lPort < 0)
+        return false;
+    const bool bMain =
+        Tavrix_RegisterDrawFunEx(m_lPort, 0, bEnable ? DrawCallBack0 : nullptr, bEnable ? this : nullptr);
+    const bool bNav =
+        Tavrix_RegisterDrawFunEx(m_lPort, 1, bEnable ? DrawCallBack1 : nullptr, bEnable ? this : nullptr);
+    return bMain && bNav;
+}
+
+bool CPlayWnd::SetFileRefCallBack(bool bEnable) {
+    if (m_lPort < 0)
+        return false;
+    return Tavrix_SetFileRefCallBack(m_lPort, bEnable ? FileRefCallBack : nullptr, bEnable ? this : nullptr);
+}
+
+bool CPlayWnd::SetFileEndCallback(bool bEnable) {
+    if (m_lPort < 0)
+        return false;
+    return Tavrix_SetFileEndCallback(m_lPort, bEnable ? FileEndCallback : nullptr, bEnable ? this : nullptr);
+}
+
+bool CPlayWnd::SetWatermarkCallBack(bool bEnable) {
+    if (m_lPort < 0)
+        return false;
+    return Tavrix_SetCheckWatermarkCallBack(m_lPort, bEnable ? WatermarkCallBack : nullptr,
+                                            bEnable ? this : nullptr);
+}
+
+bool CPlayWnd::SetDecCallBack(bool bEnable) {
+    if (m_lPort < 0)
+        return false;
+    return Tavrix_SetDecCallBackExMend(m_lPort, bEnable ? DecCallBack : nullptr, nullptr, 0,
+                                       bEnable ? this : nullptr);
+}
+
+bool CPlayWnd::SetEncTypeChangeCallBack(bool bEnable) {
+    if (m_lPort < 0)
+        return false;
+    return Tavrix_SetEncTypeChangeCallBack(m_lPort, bEnable ? EncTypeChangeCallBack : nullptr,
+                                           bEnable ? this : nullptr);
+}
+
+bool CPlayWnd::SetRunTimeInfoCallBack(bool bEnable) {
+    if (m_lPort < 0)
+        return false;
+    const bool bDemux = Tavrix_SetRunTimeInfoCallBackEx(m_lPort, 2, bEnable ? RunTimeInfoCallBack : nullptr,
+                                                        bEnable ? this : nullptr);
+    const bool bDecoder = Tavrix_SetRunTimeInfoCallBackEx(m_lPort, 1, bEnable ? RunTimeInfoCallBack : nullptr,
+                                                          bEnable ? this : nullptr);
+    return bDemux && bDecoder;
+}
+
+// ---- engine callbacks (engine threads) ------------------------------------------------
+
+void CPlayWnd::PostPlayEvent(int nEvent) {
+    switch (nEvent) {
+    case kEventFileEnd:
+        // With an A-B repeat the repeat takes the position back instead.
+        if (!(m_bRepeatASet && m_bRepeatBSet))
+            emit Sig_FileEnd(m_nSubWndIndex);
+        break;
+    case kEventSizeChange:
+        emit Sig_WidthHeightChange();
+        break;
+    default:
+        break;
+    }
+}
+
+void CPlayWnd::DisplayCallBack(TAVRIX_DISPLAY_INFO* pstDisplayInfo) {
+    if (!pstDisplayInfo || !pstDisplayInfo->nUser)
+        return;
+    CPlayWnd* pWnd = WndOf(pstDisplayInfo->nUser);
+    if (pstDisplayInfo->nWidth != pWnd->m_nVideoWidth || pstDisplayInfo->nHeight != pWnd->m_nVideoHeight) {
+        pWnd->m_nVideoWidth = pstDisplayInfo->nWidth;
+        pWnd->m_nVideoHeight = pstDisplayInfo->nHeight;
+        pWnd->PostPlayEvent(kEventSizeChange);
+    }
+}
+
+void CPlayWnd::DrawCallBack0(int32_t nPort, void* hDc, void* pUser) {
+    Q_UNUSED(nPort);
+    if (!pUser)
+        return;
+    WndOf(pUser)->DrawInfoText(static_cast<QPainter*>(hDc));
+}
+
+void CPlayWnd::DrawCallBack1(int32_t nPort, void* hDc, void* pUser) {
+    // Region 1 is the partial zoom navigator; nothing is drawn there until zoom exists.
+    Q_UNUSED(nPort);
+    Q_UNUSED(hDc);
+    Q_UNUSED(pUser);
+}
+
+void CPlayWnd::DrawInfoText(QPainter* pPainter) {
+    if (!pPainter)
+        return;
+    QString strText;
+    QString strFace;
+    {
+        QMutexLocker lock(&m_mtxShared);
+        strText = m_strDisplayInfo;
+        strFace = m_strInfoFontFace;
+    }
+    if (strText.isEmpty())
+        return;
+
+    QRect rcText = pPainter->window();
+    rcText.setLeft(rcText.left() + 5);
+    rcText.setTop(rcText.top() + 5);
+    QFont font(strFace);
+    font.setPixelSize(14);
+    font.setWeight(QFont::Normal);
+    pPainter->save();
+    pPainter->setFont(font);
+    pPainter->setPen(QColor(255, 255, 0));
+    pPainter->drawText(rcText, Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap, strText);
+    pPainter->restore();
+}
+
+void CPlayWnd::FileRefCallBack(int32_t nPort, void* pUser) {
+    Q_UNUSED(nPort);
+    if (!pUser)
+        return;
+    CPlayWnd* pWnd = WndOf(pUser);
+    pWnd->m_bFileRefCreated = true;
+    emit pWnd->Sig_FileRefCreated(pWnd->m_nSubWndIndex);
+}
+
+void CPlayWnd::FileEndCallback(int32_t nPort, void* pUser) {
+    Q_UNUSED(nPort);
+    if (!pUser)
+        return;
+    CPlayWnd* pWnd = WndOf(pUser);
+    // A file that ends while paused is caught by Play.
+    if (pWnd->GetPlayState() == 1)
+        pWnd->PostPlayEvent(kEventFileEnd);
+}
+
+void CPlayWnd::WatermarkCallBack(int32_t nPort, TAVRIX_WATERMARK_INFO* pInfo, void* pUser) {
+    Q_UNUSED(nPort);
+    if (!pUser || !pInfo || !pInfo->pDataBuf)
+        return;
+    // Two 32-bit values, 6 bytes, 4 single bytes and 3 bytes, stored in that
+    // order at the start of the record; the rest stays as it was.
+    const size_t nBytes = 4 + 4 + 6 + 4 + 3;
+    if (pInfo->nSize > 0 && static_cast<size_t>(pInfo->nSize) < nBytes)
+        return;
+    CPlayWnd* pWnd = WndOf(pUser);
+    QMutexLocker lock(&pWnd->m_mtxShared);
+    std::memcpy(pWnd->m_stWatermark, pInfo->pDataBuf, nBytes);
+}
+
+void CPlayWnd::DecCallBack(int32_t nPort, char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo,
+                           void* pUser) {
+    Q_UNUSED(nPort);
+    Q_UNUSED(pBuf);
+    Q_UNUSED(nSize);
+    if (!pUser || !pFrameInfo)
+        return;
+    const int nType = pFrameInfo->nType;
+    if (nType != 1 && nType != 3 && nType != 7)
+        return;
+    CPlayWnd* pWnd = WndOf(pUser);
+    if (pWnd->m_nFrameRate != pFrameInfo->nFrameRate) {
+        pWnd->m_nFrameRate = pFrameInfo->nFrameRate;
+        emit pWnd->Sig_FileDecLowFrameRate(pFrameInfo->nFrameRate < 2);
+    }
+}
+
+void CPlayWnd::EncTypeChangeCallBack(int32_t nPort, void* pUser) {
+    // Registered so the engine has a receiver; encryption is found by the
+    // thumbnail thread, not here.
+    Q_UNUSED(nPort);
+    Q_UNUSED(pUser);
+}
+
+void CPlayWnd::RunTimeInfoCallBack(int32_t nPort, TAVRIX_RUNTIME_INFO* pInfo, void* pUser) {
+    Q_UNUSED(nPort);
+    if (!pInfo)
+        return;
+    TAVRIX_RUNTIME_INFO stInfo;
+    std::memcpy(&stInfo, pInfo, sizeof(stInfo));
+    if (!pUser)
+        return;
+    CPlayWnd* pWnd = WndOf(pUser);
+
+    const char* szKey = nullptr;
+    const char* szDefault = nullptr;
+    switch (stInfo.nErrorCode) {
+    case kRtDecrypt:
+        szKey = IDS_MYERROR;
+        szDefault = "Password error OR video error";
+        break;
+    case kRtDecodeEngine:
+        szKey = IDS_NetStream_HardDecodeFailed;
+        szDefault = "DecodeEngine error";
+        break;
+    case kRtDemux:
+    case kRtDecode:
+    case kRtRender:
+        szKey = IDS_MainWnd_PlayFail;
+        szDefault = "Playing failed.";
+        break;
+    default:
+        return;
+    }
+    // Both modules may report at once: one report per play.
+    if (pWnd->m_bErrorReported.exchange(true))
+        return;
+    QString strPath;
+    {
+        QMutexLocker lock(&pWnd->m_mtxShared);
+        strPath = pWnd->m_strFilePath;
+    }
+    emit pWnd->Sig_ErrorMsg(LangText(szKey, szDefault));
+    emit pWnd->Sig_ErrorToStopPlay(strPath, stInfo.nErrorCode, pWnd->m_bSRFile);
+}
+
+// ---- GUI-thread slots ---------------------------------------------------------------------
+
+bool CPlayWnd::On_WidthHeightChange() {
+    ApplyDisplayMode();
+    return true;
+}
+
+void CPlayWnd::ApplyDisplayMode() {
+    // Aspect and size modes come with the picture controls; until then the
+    // picture fills the window.
+    m_pDisplayWnd->setGeometry(rect());
+}
+
+bool CPlayWnd::On_DelayDisplayInfoTimer(bool bEnable) {
+    KillTimerField(m_nDisplayInfoTimer);
+    if (!bEnable)
+        return true;
+    m_nDisplayInfoTimer = startTimer(kDisplayInfoMs);
+    return m_nDisplayInfoTimer != 0;
+}
+
+bool CPlayWnd::On_FileDecLowFrameRate(bool bIsLowFrameRate) {
+    qDebug() << "CPlayWnd::On_FileDecLowFrameRate() " << bIsLowFrameRate;
+    KillTimerField(m_nLowRateTimer);
+    // At 0 or 1 frame per second the engine shows too rarely to keep the text
+    // and frames fresh; repaint from here.
+    if (bIsLowFrameRate)
+        m_nLowRateTimer = startTimer(kLowRateRefreshMs);
+    return true;
+}
+
+void CPlayWnd::ErrorMsgBox(QString strMsg) {
+    NonModalMessageBox::MsgBox(MainDlg(), "ERROR", strMsg);
+}
+
+void CPlayWnd::KillTimerField(int& nTimerId) {
+    if (nTimerId != 0) {
+        killTimer(nTimerId);
+        nTimerId = 0;
+    }
+}
+
+// ---- events -------------------------------------------------------------------------
+
+void CPlayWnd::timerEvent(QTimerEvent* ev) {
+    const int nId = ev->timerId();
+    if (nId == 0)
+        return;
+    if (nId == m_nDisplayInfoTimer) {
+        KillTimerField(m_nDisplayInfoTimer);
+        SetDisplayInfo(QString());
+        if (m_nPlayState == 2)
+            RefreshPlayEx(0);
+    } else if (nId == m_nRefreshTimer) {
+        KillTimerField(m_nRefreshTimer);
+        RefreshPlayEx(0);
+    } else if (nId == m_nLowRateTimer) {
+        RefreshPlayEx(0);
+    }
+}
+
+void CPlayWnd::mousePressEvent(QMouseEvent* ev) {
+    emit Sig_LButtonClickPlayWnd(m_nSubWndIndex);
+    emit Sig_MousePressEvent(ev);
+}
+
+void CPlayWnd::mouseDoubleClickEvent(QMouseEvent* ev) {
+    if (ev->button() == Qt::LeftButton)
+        emit Sig_DbClickPlayWnd(m_nSubWndIndex);
+}
+
+void CPlayWnd::mouseMoveEvent(QMouseEvent* ev) {
+    emit Sig_MouseMoveEvent(ev);
+}
+
+void CPlayWnd::paintEvent(QPaintEvent* ev) {
+    Q_UNUSED(ev);
+    QStyleOption opt;
+    opt.initFrom(this);
+    QPainter painter(this);
+    style()->drawPrimitive(QStyle::PE_Widget, &opt, &painter, this);
+    if (m_nDisplayMode != 0 || m_nPlayState == 3)
+        painter.fillRect(rect(), m_clrBackground);
+    if (m_nPlayState == 1 || m_nPlayState == 2)
+        RefreshPlayEx(0);
+}
+
+void CPlayWnd::resizeEvent(QResizeEvent* ev) {
+    QWidget::resizeEvent(ev);
+    ApplyDisplayMode();
+    KillTimerField(m_nRefreshTimer);
+    m_nRefreshTimer = startTimer(kRefreshMs);
+}
+
+void CPlayWnd::SkinChanged() {
+    const QString strQss = SkinManager::GetQssResPath(kSkinResPlayWnd);
+    if (!strQss.isEmpty())
+        setStyleSheet(SkinManager::ReadQssFile(strQss));
+    const QColor clr = SkinManager::GetResColor(kSkinResPlayWnd, 0);
+    if (clr.isValid())
+        m_clrBackground = clr;
+}

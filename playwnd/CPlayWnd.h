@@ -1,0 +1,192 @@
+#pragma once
+
+#include <QColor>
+#include <QMutex>
+#include <QPoint>
+#include <QString>
+#include <QWidget>
+
+#include <atomic>
+#include <cstdint>
+
+#include "IObserverBase.h"
+#include "Tavrix.h"
+
+class QLabel;
+class QMouseEvent;
+class QPainter;
+class QTimer;
+class CDlgShow;
+struct OpenInfo;
+
+// One tile of the stage: owns one playback port of the engine and shows what
+// that port plays. The engine paints the picture into m_pDisplayWnd itself; this
+// widget paints only its background.
+//
+// Play state (GetPlayState): 0 closed, 1 playing, 2 paused, 3 stopped,
+// 4 opened and not started. Open mode (GetOpenMode): 0 nothing, 1 local file,
+// 2 network stream.
+//
+// All operations run on the GUI thread. The engine's callbacks run on its own
+// threads; they touch a few plain fields and emit signals that arrive queued.
+class CPlayWnd : public QWidget, public IObserverBase {
+    Q_OBJECT
+
+public:
+    explicit CPlayWnd(int nSubWndIndex, QWidget* pParent = nullptr);
+    ~CPlayWnd() override;
+
+    // ---- opening and transport ----
+    // Closes what is open and opens pInfo: media type 1 file, 2 stream, other
+    // values let the path decide ("rtsp:", or "http:" with ".m3u8", is a stream).
+    bool Open(OpenInfo* pInfo);
+    // Opens a local file on the window's port (takes one if it has none). State 4.
+    bool OpenFile(QString strFilePath, QString strKey);
+    // Network streams need the network session library, which this build does
+    // not have yet: logs the reason and returns false.
+    bool OpenStream(QString strUrl, int nTransmitMode, int nPort, bool bHardDecode);
+    // Stops, closes and frees the port, then takes a fresh one. State 0.
+    bool Close();
+    // Starts or resumes play; bForce lets a playing window run all steps again.
+    bool Play(bool bForce);
+    bool Pause();
+    // Paused to playing by the engine's pause switch alone.
+    bool Resume();
+    // Stops and keeps the file open (state 3); the frame index survives.
+    bool Stop();
+    // The engine redraws the last frame of a display region (0 main picture).
+    void RefreshPlayEx(int nRegion);
+
+    // ---- sound ----
+    bool EnableSound(bool bOn);
+    // nVolume in percent, clamped to 0..200; only in state 1 or 2. Values above
+    // 100 play at full scale (the engine has no software gain yet). bShowInfo
+    // puts "Volume: n%" on the picture for 3 s.
+    bool SetVolume(bool bSound, int nVolume, bool bShowInfo);
+
+    // ---- keys ----
+    // Keys of 1..16 characters, given to the engine as 16 zero-padded bytes.
+    void SetSecretKey(QString strKey);
+
+    // ---- readers ----
+    int GetPlayState() const { return m_nPlayState; }
+    int GetOpenMode() const { return m_nOpenMode; }
+    int GetPort() const { return m_lPort; }
+    int GetSubWndIndex() const { return m_nSubWndIndex; }
+    QString GetFilePath() const { return m_strFilePath; }
+    QString GetSecretKey() const { return m_strSecretKey; }
+    bool IsHardDecode() const { return m_nDecodeEngine == 1; }
+    // The engine finished the frame index of the open file.
+    bool IsFileRefCreated() const { return m_bFileRefCreated; }
+    // Time and frame readers: 0 without a port, outside states 1 and 2, or for a stream.
+    uint GetFileTime();
+    uint GetPlayedTime();
+    uint GetFileTotalFrames();
+    uint GetCurrentFrameNum();
+    bool GetCurGlobalTime(TAVRIX_SYSTEM_TIME* pGlobalTime);
+    bool GetImageSize(uint* pnWidth, uint* pnHeight);
+    // Copies the 64-byte watermark record last seen.
+    bool GetWatermarkInfo(void* pOut);
+    // The text currently drawn on the picture (empty when none).
+    QString GetDisplayInfo() const;
+
+    // ---- callback switches: true registers, false registers null ----
+    bool SetDisplayCallBack(bool bEnable);
+    bool SetDrawCallBack(bool bEnable);
+    bool SetFileRefCallBack(bool bEnable);
+    bool SetFileEndCallback(bool bEnable);
+    bool SetWatermarkCallBack(bool bEnable);
+    bool SetDecCallBack(bool bEnable);
+    bool SetEncTypeChangeCallBack(bool bEnable);
+    bool SetRunTimeInfoCallBack(bool bEnable);
+
+    // ---- engine callbacks (run on the engine's threads; pUser is the CPlayWnd*) ----
+    static void DisplayCallBack(TAVRIX_DISPLAY_INFO* pstDisplayInfo);
+    static void DrawCallBack0(int32_t nPort, void* hDc, void* pUser);
+    static void DrawCallBack1(int32_t nPort, void* hDc, void* pUser);
+    static void FileRefCallBack(int32_t nPort, void* pUser);
+    static void FileEndCallback(int32_t nPort, void* pUser);
+    static void WatermarkCallBack(int32_t nPort, TAVRIX_WATERMARK_INFO* pInfo, void* pUser);
+    static void DecCallBack(int32_t nPort, char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo,
+                            void* pUser);
+    static void EncTypeChangeCallBack(int32_t nPort, void* pUser);
+    static void RunTimeInfoCallBack(int32_t nPort, TAVRIX_RUNTIME_INFO* pInfo, void* pUser);
+
+    // IObserverBase: the skin notice.
+    void SkinChanged() override;
+
+signals:
+    bool Sig_DbClickPlayWnd(int nPlayWndIndex);
+    bool Sig_LButtonClickPlayWnd(int nPlayWndIndex);
+    bool Sig_FileEnd(int nPlayWndIndex);
+    bool Sig_FileRefCreated(int nPlayWndIndex);
+    bool Sig_WidthHeightChange();
+    bool Sig_MousePressEvent(QMouseEvent* ev);
+    bool Sig_MouseMoveEvent(QMouseEvent* ev);
+    bool Sig_UpdateCtrlStatus();
+    bool Sig_NetStreamStartSound(int nWndIndex);
+    bool Sig_DelayDisplayInfoTimer(bool bEnable);
+    bool Sig_FileDecLowFrameRate(bool bIsLowFrameRate);
+    bool Sig_MarkInvalidFile(QString strFilePath, bool bState);
+    void Sig_ErrorMsg(QString strMsg);
+    void Sig_ErrorToStopPlay(QString strFilePath, int nErrorType, bool bSRFile);
+
+public slots:
+    bool On_WidthHeightChange();
+    bool On_DelayDisplayInfoTimer(bool bEnable);
+    bool On_FileDecLowFrameRate(bool bIsLowFrameRate);
+    void ErrorMsgBox(QString strMsg);
+
+protected:
+    void timerEvent(QTimerEvent* ev) override;
+    void mousePressEvent(QMouseEvent* ev) override;
+    void mouseDoubleClickEvent(QMouseEvent* ev) override;
+    void mouseMoveEvent(QMouseEvent* ev) override;
+    void paintEvent(QPaintEvent* ev) override;
+    void resizeEvent(QResizeEvent* ev) override;
+
+private:
+    bool GetPortOrReport();
+    void ResetPlayState();
+    void PostPlayEvent(int nEvent);
+    void ApplyDisplayMode();
+    void SetDisplayInfo(const QString& strText);
+    void DrawInfoText(QPainter* pPainter);
+    QWidget* MainDlg() const;
+    void KillTimerField(int& nTimerId);
+
+    // Fields of later features (speed ladder, capture, zoom, fisheye, network
+    // session, picture controls) join the class with those features.
+    int m_nSoundState = -1;         // -1 not set since the last reset, 0 off, 1 on
+    bool m_bRepeatASet = false;     // A-B repeat points; with both set the end is not
+    bool m_bRepeatBSet = false;     // reported (the repeat itself is not built yet)
+    bool m_bSRFile = true;          // fisheye material; true until the first open
+    CDlgShow* m_pDlgShow = nullptr; // the stage; null if the parent is no stage
+    int m_lPort = -1;               // playback port; -1 none
+    int m_nOpenMode = 0;            // 0 nothing, 1 file, 2 stream
+    QString m_strSecretKey;
+    QString m_strFilePath;            // native separators for files; written under m_mtxShared
+    std::atomic<int> m_nPlayState{0}; // also read by the file end callback
+    int m_nSubWndIndex = 0;
+    int m_nPicWidth = 0; // picture size as last read from the engine
+    int m_nPicHeight = 0;
+    std::atomic<bool> m_bFileRefCreated{false}; // written on an engine thread
+    // Guards m_strDisplayInfo, m_strInfoFontFace and m_stWatermark, and the writes
+    // of m_strFilePath: the render and run-time threads read them.
+    mutable QMutex m_mtxShared;
+    QString m_strDisplayInfo;                  // text drawn on the picture
+    QString m_strInfoFontFace;                 // font of that text, chosen by the language
+    unsigned char m_stWatermark[64] = {};      // last watermark record seen
+    int m_nDisplayInfoTimer = 0;               // clears the text after 3 s
+    QLabel* m_pDisplayWnd = nullptr;           // child the engine draws into
+    int m_nDisplayMode = 1;                    // aspect mode; the picture fills the window
+    int m_nRefreshTimer = 0;                   // 100 ms one-shot repaint request
+    int m_nLowRateTimer = 0;                   // 40 ms repaint while the frame rate is below 2
+    int m_nDecodeEngine = 0;                   // 0 software, 1 hardware
+    std::atomic<bool> m_bErrorReported{false}; // a run-time error was reported for this play
+    std::atomic<int> m_nFrameRate{-1};         // written on the decode thread
+    std::atomic<int> m_nVideoWidth{0};         // written on the render thread
+    std::atomic<int> m_nVideoHeight{0};
+    QColor m_clrBackground = Qt::black; // from the skin
+    uintptr_t m_hDisplayWnd = 0;        // native id given to Tavrix_Play
+};

@@ -1,0 +1,469 @@
+#include "CDlgShow.h"
+
+#include <algorithm>
+
+#include <QDir>
+#include <QEvent>
+#include <QGridLayout>
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QStyleOption>
+
+#include "CPlayWnd.h"
+#include "OpenInfo.h"
+#include "SkinManager.h"
+
+namespace {
+const int kSkinResStage = 39;
+const int kGridSpacing = 2; // leaves room for the window frames
+
+// Paths reach the stage in either separator form (the playlist keeps what the
+// user gave, a window keeps native separators, and footage often comes with
+// Windows paths): compare them with '/' throughout.
+QString ComparablePath(const QString& strPath) {
+    QString strResult = QDir::fromNativeSeparators(strPath);
+    strResult.replace('\\', '/');
+    return strResult;
+}
+} // namespace
+
+CDlgShow::CDlgShow(QWidget* pParent) : QWidget(pParent) {
+    InitPlayWnds();
+    setAcceptDrops(false); // drops are the main dialog's
+    setMouseTracking(true);
+}
+
+CDlgShow::~CDlgShow() {
+    for (CPlayWnd*& pWnd : m_pPlayWnd) {
+        if (!pWnd)
+            continue;
+        pWnd->Close();
+        delete pWnd;
+        pWnd = nullptr;
+    }
+    SkinManager::DelObserver(this);
+}
+
+bool CDlgShow::InitPlayWnds() {
+    m_pGridLayout = new QGridLayout(this);
+    m_pGridLayout->setSpacing(kGridSpacing);
+    m_pGridLayout->setContentsMargins(kGridSpacing, kGridSpacing, kGridSpacing, kGridSpacing);
+
+    for (int i = 0; i < MAX_PLAY_WND; ++i) {
+        m_pPlayWnd[i] = new CPlayWnd(i, this);
+        m_pPlayWnd[i]->hide();
+    }
+    // The start page is not built yet: m_pStartPageWnd stays null.
+    RelayoutPlayWnds();
+
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        connect(pWnd, &CPlayWnd::Sig_DbClickPlayWnd, this, &CDlgShow::On_DbClickPlayWnd);
+        connect(pWnd, &CPlayWnd::Sig_LButtonClickPlayWnd, this, &CDlgShow::On_ChangeSelWnd);
+        connect(pWnd, &CPlayWnd::Sig_FileEnd, this, &CDlgShow::On_FileEnd);
+        connect(pWnd, &CPlayWnd::Sig_FileRefCreated, this, &CDlgShow::Sig_FileRefCreated);
+        connect(pWnd, &CPlayWnd::Sig_MouseMoveEvent, this, &CDlgShow::On_MouseMoveEvent);
+        connect(pWnd, &CPlayWnd::Sig_MousePressEvent, this, &CDlgShow::On_MousePressEvent);
+        connect(pWnd, &CPlayWnd::Sig_UpdateCtrlStatus, this, &CDlgShow::Sig_UpdateCtrlStatus);
+        // These come from engine threads: always queued, so the receiver may
+        // stop or close the window that sent them.
+        connect(pWnd, &CPlayWnd::Sig_NetStreamStartSound, this, &CDlgShow::Sig_NetStreamStartSound,
+                Qt::QueuedConnection);
+        connect(pWnd, &CPlayWnd::Sig_MarkInvalidFile, this, &CDlgShow::Sig_MarkInvalidFile,
+                Qt::QueuedConnection);
+        connect(pWnd, &CPlayWnd::Sig_ErrorToStopPlay, this, &CDlgShow::Sig_ErrorToStopPlay,
+                Qt::QueuedConnection);
+    }
+    connect(this, &CDlgShow::Sig_Update, this, &CDlgShow::On_Update);
+
+    SkinManager::AddObserver(this);
+    return true;
+}
+
+bool CDlgShow::SetMainDlg(QWidget* pMainDlg) {
+    if (!pMainDlg || !pMainDlg->inherits("CVelquinDlg"))
+        return false;
+    m_pMainDlg = pMainDlg;
+    return true;
+}
+
+// ---- layout and selection -------------------------------------------------------
+
+bool CDlgShow::RelayoutPlayWnds() {
+    if (!m_pGridLayout)
+        return false;
+    int nSide = 0;
+    switch (m_nPlayWndNum) {
+    case 1:
+        nSide = 1;
+        break;
+    case 4:
+        nSide = 2;
+        break;
+    case 9:
+        nSide = 3;
+        break;
+    case 16:
+        nSide = 4;
+        break;
+    default:
+        return false;
+    }
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        if (!pWnd)
+            return false;
+    }
+
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        m_pGridLayout->removeWidget(pWnd);
+        pWnd->hide();
+    }
+    const int nMargin = (m_nPlayWndNum == 1) ? 0 : kGridSpacing;
+    m_pGridLayout->setContentsMargins(nMargin, nMargin, nMargin, nMargin);
+    for (int i = 0; i < m_nPlayWndNum; ++i)
+        m_pGridLayout->addWidget(m_pPlayWnd[i], i / nSide, i % nSide, 1, 1);
+    // A maximised window fills the stage because the other cells hold hidden widgets.
+    for (int i = 0; i < m_nPlayWndNum; ++i)
+        m_pPlayWnd[i]->setVisible(!m_bMaxWnd || i == m_nSelWndIndex);
+
+    emit Sig_Update();
+    return true;
+}
+
+bool CDlgShow::SetPlayWndNum(int nNum) {
+    if ((nNum != 1 && nNum != 4 && nNum != 9 && nNum != 16) || nNum == m_nPlayWndNum)
+        return false;
+    if (m_nSelWndIndex + 1 > nNum) {
+        m_nSelWndIndex = 0;
+        emit Sig_ChangeSelWnd(0);
+    }
+    m_nPlayWndNum = nNum;
+    RelayoutPlayWnds();
+    emit Sig_UpdateCtrlStatus();
+    return true;
+}
+
+void CDlgShow::ToggleMaxWnd() {
+    m_bMaxWnd = !m_bMaxWnd;
+    RelayoutPlayWnds();
+}
+
+void CDlgShow::SelectWndByPos(QPoint ptGlobal) {
+    for (int i = 0; i < m_nPlayWndNum; ++i) {
+        CPlayWnd* pWnd = m_pPlayWnd[i];
+        if (!pWnd || !pWnd->isVisible())
+            continue;
+        const QRect rcWnd(pWnd->mapToGlobal(QPoint(0, 0)), pWnd->size());
+        if (!rcWnd.contains(ptGlobal))
+            continue;
+        if (i == m_nSelWndIndex)
+            return;
+        m_nSelWndIndex = i;
+        break;
+    }
+    // Also when no window holds the point: the current selection is confirmed.
+    emit Sig_ChangeSelWnd(m_nSelWndIndex);
+    emit Sig_Update();
+}
+
+bool CDlgShow::UpdateStartPage() {
+    // No start page is built yet (m_pStartPageWnd stays null): nothing to show.
+    if (!m_pStartPageWnd || !m_pPlayWnd[0])
+        return false;
+    const int nState = m_pPlayWnd[0]->GetPlayState();
+    if (m_nPlayWndNum == 1 && nState != 1 && nState != 2 && nState != 4) {
+        m_pStartPageWnd->setGeometry(0, 0, width(), height());
+        m_pStartPageWnd->show();
+        m_pStartPageWnd->raise();
+    } else {
+        m_pStartPageWnd->hide();
+    }
+    return true;
+}
+
+void CDlgShow::UpdateStartPageText() {
+    // Nothing to reload until the start page exists.
+}
+
+bool CDlgShow::On_ChangeSelWnd(int nPlayWndIndex) {
+    if (nPlayWndIndex == m_nSelWndIndex || nPlayWndIndex < 0 || nPlayWndIndex >= m_nPlayWndNum)
+        return false;
+    m_nSelWndIndex = nPlayWndIndex;
+    emit Sig_ChangeSelWnd(nPlayWndIndex);
+    emit Sig_Update();
+    return true;
+}
+
+bool CDlgShow::On_DbClickPlayWnd(int nPlayWndIndex) {
+    // In the one-window layout a double click means full screen, the main dialog's business.
+    if (m_nPlayWndNum == 1 && nPlayWndIndex == 0) {
+        emit Sig_DbClickPlayWnd(0);
+        return true;
+    }
+    On_ChangeSelWnd(nPlayWndIndex);
+    ToggleMaxWnd();
+    emit Sig_Update();
+    return true;
+}
+
+bool CDlgShow::On_FileEnd(int nPlayWndIndex) {
+    // Synchronous play is not built yet; every end goes up.
+    emit Sig_FileEnd(nPlayWndIndex);
+    return true;
+}
+
+bool CDlgShow::On_MousePressEvent(QMouseEvent* ev) {
+    emit Sig_MousePressEvent(ev);
+    return true;
+}
+
+bool CDlgShow::On_MouseMoveEvent(QMouseEvent* ev) {
+    emit Sig_MouseMoveEvent(ev);
+    return true;
+}
+
+bool CDlgShow::On_Update() {
+    update();
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        if (pWnd)
+            pWnd->RefreshPlayEx(0);
+    }
+    return true;
+}
+
+// ---- state readers ------------------------------------------------------------------
+
+CPlayWnd* CDlgShow::SelWnd() const {
+    if (m_nSelWndIndex < 0 || m_nSelWndIndex >= MAX_PLAY_WND)
+        return nullptr;
+    return m_pPlayWnd[m_nSelWndIndex];
+}
+
+CPlayWnd* CDlgShow::GetPlayWnd(int i) {
+    return ValidIndex(i) ? m_pPlayWnd[i] : nullptr;
+}
+
+int CDlgShow::GetPlayState() {
+    // Synchronous mode, which aggregates over the group, is not built yet.
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetPlayState() : 0;
+}
+
+int CDlgShow::GetPlayState(int i) {
+    return ValidIndex(i) ? m_pPlayWnd[i]->GetPlayState() : 0;
+}
+
+int CDlgShow::GetOpenMode(int i) {
+    return ValidIndex(i) ? m_pPlayWnd[i]->GetOpenMode() : 0;
+}
+
+QString CDlgShow::GetSelWndFilePath() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetFilePath() : QString();
+}
+
+QString CDlgShow::GetWndFilePath(int i) {
+    return ValidIndex(i) ? m_pPlayWnd[i]->GetFilePath() : QString();
+}
+
+uint CDlgShow::GetFileTotalFrames() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetFileTotalFrames() : 0;
+}
+
+uint CDlgShow::GetFileTime() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetFileTime() : 0;
+}
+
+uint CDlgShow::GetFileTime(int i) {
+    return ValidIndex(i) ? m_pPlayWnd[i]->GetFileTime() : 0;
+}
+
+uint CDlgShow::GetPlayedTime() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetPlayedTime() : 0;
+}
+
+uint CDlgShow::GetPlayedTime(int i) {
+    return ValidIndex(i) ? m_pPlayWnd[i]->GetPlayedTime() : 0;
+}
+
+uint CDlgShow::GetCurrentFrameNum() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetCurrentFrameNum() : 0;
+}
+
+bool CDlgShow::IsFileRefCreated() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->IsFileRefCreated() : false;
+}
+
+bool CDlgShow::IsHardDecode(int i) {
+    return ValidIndex(i) ? m_pPlayWnd[i]->IsHardDecode() : false;
+}
+
+// ---- commands -----------------------------------------------------------------------------
+
+bool CDlgShow::OpenFileInWnd(int i, OpenInfo* pInfo) {
+    if (m_bSyncPlay || !ValidIndex(i) || !pInfo)
+        return false;
+    if (!m_pPlayWnd[i]->Open(pInfo))
+        return false;
+    return m_pPlayWnd[i]->Play(false);
+}
+
+bool CDlgShow::PlayOrPause() {
+    bool bResult = false;
+    switch (GetPlayState()) {
+    case 2:
+    case 3:
+        bResult = SyncPlay();
+        break;
+    case 1:
+        bResult = SyncPause();
+        break;
+    default:
+        return false;
+    }
+    return bResult; // SyncPlay and SyncPause have told the controls
+}
+
+bool CDlgShow::SyncPlay() {
+    const bool bResult = Play(m_nSelWndIndex);
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::Play(int i) {
+    if (m_bSyncPlay || !ValidIndex(i))
+        return false;
+    const int nState = m_pPlayWnd[i]->GetPlayState();
+    if (nState == 0 || nState == 1)
+        return false;
+    return m_pPlayWnd[i]->Play(false);
+}
+
+bool CDlgShow::SyncPause() {
+    CPlayWnd* pWnd = SelWnd();
+    const bool bResult = pWnd && pWnd->Pause();
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::SyncStop() {
+    const bool bResult = Stop(m_nSelWndIndex);
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::Stop(int i) {
+    if (m_bSyncPlay || !ValidIndex(i))
+        return false;
+    return m_pPlayWnd[i]->Stop();
+}
+
+bool CDlgShow::PauseAllToggle() {
+    m_bAllPaused = !m_bAllPaused;
+    for (int i = 0; i < MAX_PLAY_WND; ++i) {
+        CPlayWnd* pWnd = m_pPlayWnd[i];
+        if (!pWnd)
+            continue;
+        if (m_bAllPaused) {
+            if (pWnd->GetPlayState() == 1) {
+                m_bPausedByToggle[i] = true;
+                pWnd->Pause();
+            }
+        } else if (m_bPausedByToggle[i]) {
+            pWnd->Play(false);
+            m_bPausedByToggle[i] = false;
+        }
+    }
+    emit Sig_UpdateCtrlStatus();
+    return true;
+}
+
+bool CDlgShow::SetVolume(int i, bool bSound, uint nVolume, bool bShowInfo) {
+    if (!ValidIndex(i))
+        return false;
+    return m_pPlayWnd[i]->SetVolume(bSound, static_cast<int>(std::min<uint>(nVolume, 200)), bShowInfo);
+}
+
+bool CDlgShow::CloseByFilePath(QString strPath) {
+    const QString strWanted = ComparablePath(strPath);
+    bool bAnyClosed = false;
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        if (!pWnd)
+            continue;
+        const int nState = pWnd->GetPlayState();
+        if (nState == 0 || nState == 4)
+            continue;
+        if (ComparablePath(pWnd->GetFilePath()) != strWanted)
+            continue;
+        pWnd->Close();
+        bAnyClosed = true;
+    }
+    if (bAnyClosed)
+        emit Sig_UpdateCtrlStatus();
+    return true;
+}
+
+// ---- events ------------------------------------------------------------------------------
+
+void CDlgShow::mousePressEvent(QMouseEvent* ev) {
+    emit Sig_MousePressEvent(ev);
+}
+
+void CDlgShow::mouseMoveEvent(QMouseEvent* ev) {
+    emit Sig_MouseMoveEvent(ev);
+}
+
+void CDlgShow::keyPressEvent(QKeyEvent* ev) {
+    emit Sig_KeyPressEvent(ev);
+}
+
+void CDlgShow::paintEvent(QPaintEvent* ev) {
+    Q_UNUSED(ev);
+    QStyleOption opt;
+    opt.initFrom(this);
+    QPainter painter(this);
+    style()->drawPrimitive(QStyle::PE_Widget, &opt, &painter, this);
+    if (m_nPlayWndNum == 1)
+        return;
+
+    auto drawFrame = [&](int i, const QColor& clr) {
+        CPlayWnd* pWnd = m_pPlayWnd[i];
+        if (!pWnd)
+            return;
+        QPen pen(clr, 2);
+        pen.setJoinStyle(Qt::MiterJoin);
+        painter.setPen(pen);
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRect(pWnd->geometry().adjusted(-1, -1, 1, 1));
+    };
+    for (int i = 0; i < m_nPlayWndNum; ++i)
+        drawFrame(i, m_clrWndBorder);
+    // The selection frame lies over the others.
+    drawFrame(m_nSelWndIndex, m_clrSelWndBorder);
+}
+
+void CDlgShow::resizeEvent(QResizeEvent* ev) {
+    QWidget::resizeEvent(ev);
+    UpdateStartPage();
+}
+
+void CDlgShow::changeEvent(QEvent* ev) {
+    if (ev->type() == QEvent::ActivationChange)
+        emit Sig_TopLevelChanged();
+    QWidget::changeEvent(ev);
+}
+
+void CDlgShow::SkinChanged() {
+    // The stage repaints itself in On_Update, not here.
+    const QColor clrWnd = SkinManager::GetResColor(kSkinResStage, 0);
+    const QColor clrSel = SkinManager::GetResColor(kSkinResStage, 1);
+    if (clrWnd.isValid())
+        m_clrWndBorder = clrWnd;
+    if (clrSel.isValid())
+        m_clrSelWndBorder = clrSel;
+}

@@ -1,0 +1,135 @@
+#pragma once
+
+#include <QColor>
+#include <QPoint>
+#include <QString>
+#include <QWidget>
+
+#include "IObserverBase.h"
+
+class QGridLayout;
+class QKeyEvent;
+class QMouseEvent;
+class CPlayWnd;
+struct OpenInfo;
+
+// The stage: owns all sixteen play windows for its whole life, lays out 1, 4, 9
+// or 16 of them in a square grid, keeps the selection, draws the window frames
+// and is the one door through which the main dialog reaches a play window.
+// Every operation with a window index answers false, 0, -1 or an empty string
+// for a bad index or a missing window.
+class CDlgShow : public QWidget, public IObserverBase {
+    Q_OBJECT
+
+public:
+    static const int MAX_PLAY_WND = 16;
+
+    explicit CDlgShow(QWidget* pParent = nullptr);
+    ~CDlgShow() override;
+
+    // ---- layout and selection ----
+    bool InitPlayWnds();
+    // Stores pMainDlg when it is the main dialog (parent of message boxes).
+    bool SetMainDlg(QWidget* pMainDlg);
+    QWidget* GetMainDlg() const { return m_pMainDlg; }
+    // Text of the volume-up hot key, shown in the on-picture volume hint at 100%.
+    void SetVolumeUpKeyText(const QString& strText) { m_strVolumeUpKeyText = strText; }
+    QString GetVolumeUpKeyText() const { return m_strVolumeUpKeyText; }
+    bool SetPlayWndNum(int nNum); // 1, 4, 9 or 16
+    int GetPlayWndNum() const { return m_nPlayWndNum; }
+    void ToggleMaxWnd();
+    bool IsMaxWnd() const { return m_bMaxWnd; }
+    void SelectWndByPos(QPoint ptGlobal);
+    // The start page belongs to a later change: there is none yet, so this
+    // answers false.
+    bool UpdateStartPage();
+    void UpdateStartPageText();
+    int GetSelWndIndex() const { return m_nSelWndIndex; }
+    bool IsSyncPlay() const { return m_bSyncPlay; }
+
+    // ---- state readers ----
+    int GetPlayState(); // aggregate: the selected window's state
+    int GetPlayState(int i);
+    int GetOpenMode(int i);
+    QString GetSelWndFilePath();
+    QString GetWndFilePath(int i);
+    uint GetFileTotalFrames(); // selected window
+    uint GetFileTime();        // selected window
+    uint GetFileTime(int i);
+    uint GetPlayedTime(); // selected window
+    uint GetPlayedTime(int i);
+    uint GetCurrentFrameNum(); // selected window
+    bool IsFileRefCreated();   // selected window's frame index is ready
+    bool IsHardDecode(int i);
+    // Read access to one window, for the stage's own users that need it (tests,
+    // rulers); null for a bad index.
+    CPlayWnd* GetPlayWnd(int i);
+
+    // ---- commands ----
+    bool OpenFileInWnd(int i, OpenInfo* pInfo); // open, then Play(false)
+    bool PlayOrPause();
+    bool SyncPlay();
+    bool Play(int i);
+    bool SyncPause();
+    bool SyncStop();
+    bool Stop(int i);
+    bool PauseAllToggle();
+    bool SetVolume(int i, bool bSound, uint nVolume, bool bShowInfo);
+    bool CloseByFilePath(QString strPath);
+
+    // IObserverBase: the skin notice.
+    void SkinChanged() override;
+
+signals:
+    bool Sig_FileEnd(int nPlayWndIndex);
+    bool Sig_ChangeSelWnd(int nPlayWndIndex);
+    bool Sig_UpdateCtrlStatus();
+    bool Sig_FileRefCreated(int nPlayWndIndex);
+    bool Sig_MousePressEvent(QMouseEvent* ev);
+    bool Sig_MouseMoveEvent(QMouseEvent* ev);
+    bool Sig_KeyPressEvent(QKeyEvent* ev);
+    bool Sig_DbClickPlayWnd(int nPlayWndIndex);
+    void Sig_TopLevelChanged();
+    bool Sig_OpenFiles();
+    bool Sig_OpenFolder();
+    bool Sig_OpenURL();
+    bool Sig_NetStreamStartSound(int nWndIndex);
+    bool Sig_Update();
+    bool Sig_MarkInvalidFile(QString strFilePath, bool bState);
+    void Sig_ErrorToStopPlay(QString strFilePath, int nErrorType, bool bSRFile);
+
+public slots:
+    bool On_DbClickPlayWnd(int nPlayWndIndex);
+    bool On_ChangeSelWnd(int nPlayWndIndex);
+    bool On_FileEnd(int nPlayWndIndex);
+    bool On_MousePressEvent(QMouseEvent* ev);
+    bool On_MouseMoveEvent(QMouseEvent* ev);
+    bool On_Update();
+
+protected:
+    void mousePressEvent(QMouseEvent* ev) override;
+    void mouseMoveEvent(QMouseEvent* ev) override;
+    void keyPressEvent(QKeyEvent* ev) override;
+    void paintEvent(QPaintEvent* ev) override;
+    void resizeEvent(QResizeEvent* ev) override;
+    void changeEvent(QEvent* ev) override;
+
+private:
+    bool RelayoutPlayWnds();
+    CPlayWnd* SelWnd() const;
+    bool ValidIndex(int i) const { return i >= 0 && i < MAX_PLAY_WND && m_pPlayWnd[i]; }
+
+    QWidget* m_pStartPageWnd = nullptr;      // start page; not built yet, stays null
+    CPlayWnd* m_pPlayWnd[MAX_PLAY_WND] = {}; // index = the window's own index
+    int m_nPlayWndNum = 1;                   // windows in the layout: 1, 4, 9, 16
+    int m_nSelWndIndex = 0;                  // always inside the layout
+    bool m_bMaxWnd = false;                  // the selected window alone fills the stage
+    bool m_bSyncPlay = false;                // synchronous mode (not built yet: stays false)
+    QWidget* m_pMainDlg = nullptr;           // parent for message boxes
+    bool m_bAllPaused = false;               // state of PauseAllToggle
+    bool m_bPausedByToggle[MAX_PLAY_WND] = {};
+    QGridLayout* m_pGridLayout = nullptr;
+    QColor m_clrWndBorder = QColor(60, 60, 60);
+    QColor m_clrSelWndBorder = QColor(0, 160, 230);
+    QString m_strVolumeUpKeyText;
+};

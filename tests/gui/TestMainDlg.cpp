@@ -1,0 +1,442 @@
+// The main dialog on the offscreen platform: start with and without the
+// configuration files, the widget tree the skins select on, opening from the
+// command line, the end of a file and the run-time error path.
+
+#include <QtTest>
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QLabel>
+#include <QLocale>
+#include <QMenu>
+#include <QScreen>
+#include <QSlider>
+#include <QTemporaryDir>
+
+#include <memory>
+
+#include "AllGlobalConfig.h"
+#include "CDlgShow.h"
+#include "CSkinButton.h"
+#include "CVelquinDlg.h"
+#include "GlobalCfgHelper.h"
+#include "GuiMedia.h"
+
+namespace {
+
+const int kPlayTimeoutMs = 20000;
+
+bool WriteText(const QString& strPath, const QByteArray& baText) {
+    QFile file(strPath);
+    return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(baText) == baText.size();
+}
+
+const QByteArray kLanguageList = "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n"
+                                 "<GlobalConfig><LanguageList>"
+                                 "<Item type=\"1\" name=\"English\" />"
+                                 "<Item type=\"0\" name=\"Chinese\" />"
+                                 "</LanguageList></GlobalConfig>\n";
+
+QByteArray GlobalConfig(int nLanguage, int nSkin) {
+    return QStringLiteral("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n<GlobalConfig><Language>%1</Language>"
+                          "<Skin>%2</Skin></GlobalConfig>\n")
+        .arg(nLanguage)
+        .arg(nSkin)
+        .toUtf8();
+}
+
+} // namespace
+
+class TestMainDlg : public QObject {
+    Q_OBJECT
+
+private:
+    // A dialog whose configuration folder is a fresh temporary folder, so that no
+    // test reads or writes the files of another.
+    struct Fixture {
+        QTemporaryDir dirConfig;
+        std::unique_ptr<CVelquinDlg> pDlg;
+        CDlgShow* pStage = nullptr;
+
+        bool Start() {
+            if (!dirConfig.isValid())
+                return false;
+            pDlg = std::make_unique<CVelquinDlg>(nullptr, dirConfig.path());
+            if (!pDlg->Init())
+                return false;
+            pDlg->show();
+            pStage = pDlg->findChild<CDlgShow*>(QStringLiteral("m_pDlgShow"));
+            return pStage != nullptr;
+        }
+        QString Label(const char* szName) const {
+            QLabel* pLabel = pDlg->findChild<QLabel*>(QString::fromLatin1(szName));
+            return pLabel ? pLabel->text() : QStringLiteral("<missing>");
+        }
+        CSkinButton* Button(const char* szName) const {
+            return pDlg->findChild<CSkinButton*>(QString::fromLatin1(szName));
+        }
+        ~Fixture() {
+            if (pDlg)
+                pDlg->UnInit();
+        }
+    };
+
+    static bool Playing(int nState) { return nState == 1 || nState == 2; }
+
+private slots:
+    void initTestCase() {
+        QVERIFY2(QFile::exists(GuiMedia::Clip("h264_aac.mp4")), "test media missing; run make-test-media.sh");
+    }
+
+    // ---- start and configuration ----
+
+    void startWithoutConfigurationUsesDefaults() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        const PlayerConfig& cfg = fx.pDlg->GetPlayerConfig();
+        // Without the language list the language is always English.
+        QCOMPARE(cfg.nLanguage, 1);
+        QCOMPARE(cfg.nSkin, 0);
+        QCOMPARE(cfg.nPlayLocateMode, 1);
+        QVERIFY(cfg.bExitKeepPlaylistFiles);
+        QVERIFY(!cfg.bKeepPlayProgress);
+        QCOMPARE(cfg.nCapPicSaveType, 1);
+        QCOMPARE(cfg.nMaxConCapPicNum, 100);
+        QCOMPARE(cfg.stHotKeys.nOpenFiles, 0x0400004F);
+        QCOMPARE(cfg.stHotKeys.nFisheyeExpansion, 0x04000050);
+        QVERIFY(cfg.strCapPicFolder.endsWith(QDir::toNativeSeparators(QStringLiteral("/Screenshot/"))));
+        QVERIFY(cfg.vecLanguages.isEmpty());
+        QCOMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Ready"));
+        QCOMPARE(fx.Label("m_pLabCurPlayTime"), QStringLiteral("00:00:00"));
+    }
+
+    void languageFromConfigurationFiles_data() {
+        QTest::addColumn<bool>("bGlobal");
+        QTest::addColumn<int>("nStored");
+        QTest::addColumn<bool>("bList");
+        QTest::addColumn<int>("nExpected");
+        QTest::newRow("stored language in the list") << true << 0 << true << 0;
+        QTest::newRow("stored language not in the list: first entry") << true << 7 << true << 1;
+        QTest::newRow("no language list: English") << true << 0 << false << 1;
+        QTest::newRow("no GlobalConfig: system language")
+            << false << -1 << true << CVelquinDlg::DefaultLanguageFromLocale(QLocale::system());
+    }
+    void languageFromConfigurationFiles() {
+        QFETCH(bool, bGlobal);
+        QFETCH(int, nStored);
+        QFETCH(bool, bList);
+        QFETCH(int, nExpected);
+        Fixture fx;
+        QVERIFY(fx.dirConfig.isValid());
+        if (bGlobal)
+            QVERIFY(WriteText(fx.dirConfig.filePath("GlobalConfig.xml"), GlobalConfig(nStored, 0)));
+        if (bList)
+            QVERIFY(WriteText(fx.dirConfig.filePath("GlobalLanguageConfig.xml"), kLanguageList));
+        QVERIFY(fx.Start());
+        QCOMPARE(fx.pDlg->GetLanguage(), nExpected);
+        QCOMPARE(fx.pDlg->GetPlayerConfig().vecLanguages.size(), bList ? 2 : 0);
+    }
+
+    void systemLanguageRule() {
+        QCOMPARE(CVelquinDlg::DefaultLanguageFromLocale(QLocale(QLocale::Chinese, QLocale::China)), 0);
+        QCOMPARE(CVelquinDlg::DefaultLanguageFromLocale(QLocale(QLocale::Chinese, QLocale::Taiwan)), 1);
+        QCOMPARE(CVelquinDlg::DefaultLanguageFromLocale(QLocale(QLocale::English, QLocale::UnitedStates)), 1);
+    }
+
+    void exitWritesGlobalConfig() {
+        Fixture fx;
+        QVERIFY(WriteText(fx.dirConfig.filePath("GlobalLanguageConfig.xml"), kLanguageList));
+        QVERIFY(WriteText(fx.dirConfig.filePath("GlobalConfig.xml"), GlobalConfig(0, 0)));
+        QVERIFY(fx.Start());
+        // The hidden language button switches Chinese and English; the choice is
+        // stored at exit only.
+        QVERIFY(fx.pDlg->On_ChangeLanguageCN_EN());
+        QCOMPARE(fx.pDlg->GetLanguage(), 1);
+        AllGlobalConfig before;
+        QVERIFY(GlobalCfgHelper::ReadConfigFile(fx.dirConfig.filePath("GlobalConfig.xml"), &before));
+        QCOMPARE(before.nLanguage, 0);
+
+        QVERIFY(fx.pDlg->UnInit());
+        AllGlobalConfig after;
+        QVERIFY(GlobalCfgHelper::ReadConfigFile(fx.dirConfig.filePath("GlobalConfig.xml"), &after));
+        QCOMPARE(after.nLanguage, 1);
+        QCOMPARE(after.nSkinIndex, 0);
+        fx.pDlg.reset();
+    }
+
+    void initialSizeFollowsScreen() {
+        QCOMPARE(CVelquinDlg::InitialSizeForScreen(QSize(1920, 1079)), QSize(914, 565));
+        QCOMPARE(CVelquinDlg::InitialSizeForScreen(QSize(1919, 1200)), QSize(914, 565));
+        QCOMPARE(CVelquinDlg::InitialSizeForScreen(QSize(1920, 1080)), QSize(1160, 660));
+        QCOMPARE(CVelquinDlg::InitialSizeForScreen(QSize(2560, 1440)), QSize(1160, 660));
+
+        Fixture fx;
+        QVERIFY(fx.Start());
+        QCOMPARE(fx.pDlg->minimumSize(), QSize(914, 565));
+        QCOMPARE(fx.pDlg->size(),
+                 CVelquinDlg::InitialSizeForScreen(QGuiApplication::primaryScreen()->size()));
+        QVERIFY(fx.pDlg->windowFlags() & Qt::FramelessWindowHint);
+    }
+
+    // ---- widget tree ----
+
+    void widgetTreeHoldsEveryName() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        const char* const aszNames[] = {"verticalLayout_4",
+                                        "m_pTitleBarContainer",
+                                        "m_pLabMainWndTitle",
+                                        "m_pBtnLanguage",
+                                        "m_pBtnMainMenu",
+                                        "m_pBtnTopMode",
+                                        "m_pBtnMin",
+                                        "m_pBtnMax",
+                                        "m_pBtnExit",
+                                        "m_pHLayoutMainClient",
+                                        "m_pPlaylistCtrlContainer",
+                                        "m_pListToolBarContainer",
+                                        "m_pLabPlaylistTitle",
+                                        "m_pBtnListAdd",
+                                        "m_pBtnListDelete",
+                                        "m_pBtnPlayMode",
+                                        "m_pBtnSearch",
+                                        "m_pLabelListBottomBorder",
+                                        "m_pMainWndContainer",
+                                        "m_pStatusBarContainer",
+                                        "m_pLabPlayStatus",
+                                        "m_pLabFileName",
+                                        "m_pLabFrameIndex",
+                                        "m_pBtnEagleEyeCtrl",
+                                        "m_pBtnPanoPlayer",
+                                        "m_pBtnPartZoom",
+                                        "m_pBtnCapPic",
+                                        "m_pBtnConCapPic",
+                                        "m_pDlgShow",
+                                        "m_pCtrlBarContainer",
+                                        "m_pProgressBarContainer",
+                                        "m_pLabCurPlayTime",
+                                        "m_pPlayProgressSlider",
+                                        "m_pLabWholeTime",
+                                        "m_pCtrlBtnsContainer",
+                                        "m_pBtnOpenFiles",
+                                        "m_pBtnTools",
+                                        "m_pBtnReversePlay",
+                                        "m_pBtnSlow",
+                                        "m_pBtnLastFrame",
+                                        "m_pBtnPlayOrPause",
+                                        "m_pBtnStop",
+                                        "m_pBtnNextFrame",
+                                        "m_pBtnFast",
+                                        "m_pBtnSyncPlay",
+                                        "m_pBtnMute",
+                                        "m_pSliderSound",
+                                        "m_pBtnLayout",
+                                        "m_pBtnFullScreen"};
+        for (const char* szName : aszNames)
+            QVERIFY2(fx.pDlg->findChild<QObject*>(QString::fromLatin1(szName)), szName);
+
+        QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pTitleBarContainer")->height(), 35);
+        QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pStatusBarContainer")->height(), 35);
+        QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pCtrlBarContainer")->height(), 75);
+        QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pPlaylistCtrlContainer")->width(), 250);
+        QCOMPARE(fx.Button("m_pBtnExit")->size(), QSize(24, 24));
+        QCOMPARE(fx.Button("m_pBtnPlayOrPause")->size(), QSize(50, 50));
+        QCOMPARE(fx.Button("m_pBtnStop")->size(), QSize(26, 26));
+        QCOMPARE(fx.Button("m_pBtnSearch")->size(), QSize(48, 36));
+        QSlider* pSound = fx.pDlg->findChild<QSlider*>("m_pSliderSound");
+        QCOMPARE(pSound->size(), QSize(70, 18));
+        QCOMPARE(pSound->maximum(), 100);
+        QCOMPARE(pSound->value(), 50);
+        QCOMPARE(pSound->toolTip(), QStringLiteral("Volume: 50%"));
+        QVERIFY(fx.Button("m_pBtnLanguage")->isHidden());
+        QVERIFY(fx.Button("m_pBtnListDelete")->isHidden());
+        QCOMPARE(fx.Button("m_pBtnPlayOrPause")->focusPolicy(), Qt::NoFocus);
+
+        // Buttons of features that are not built stay greyed out, and still say what
+        // they are for.
+        for (const char* szName :
+             {"m_pBtnTools", "m_pBtnFast", "m_pBtnSlow", "m_pBtnSyncPlay", "m_pBtnCapPic"}) {
+            QVERIFY2(!fx.Button(szName)->isEnabled(), szName);
+            QVERIFY2(!fx.Button(szName)->toolTip().isEmpty(), szName);
+        }
+        // With nothing open there is nothing to stop.
+        QVERIFY(!fx.Button("m_pBtnStop")->isEnabled());
+    }
+
+    void titleBarDragsAndMaximises() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        fx.pDlg->move(100, 100);
+        QTRY_COMPARE(fx.pDlg->pos(), QPoint(100, 100));
+        QWidget* pTitle = fx.pDlg->findChild<QWidget*>("m_pTitleBarContainer");
+        const QPoint ptLocal(pTitle->width() / 2, pTitle->height() / 2);
+        const QPoint ptGlobal = pTitle->mapToGlobal(ptLocal);
+        auto send = [&](QEvent::Type eType, QPoint ptAt, Qt::MouseButtons buttons) {
+            QMouseEvent ev(eType, fx.pDlg->mapFromGlobal(ptAt), ptAt, Qt::LeftButton, buttons,
+                           Qt::NoModifier);
+            QCoreApplication::sendEvent(fx.pDlg.get(), &ev);
+        };
+        send(QEvent::MouseButtonPress, ptGlobal, Qt::LeftButton);
+        send(QEvent::MouseMove, ptGlobal + QPoint(40, 30), Qt::LeftButton);
+        send(QEvent::MouseButtonRelease, ptGlobal + QPoint(40, 30), Qt::NoButton);
+        QTRY_COMPARE(fx.pDlg->pos(), QPoint(140, 130));
+
+        // A drag that leaves the title bar above the screen snaps back to y = 1.
+        const QPoint ptTitle = pTitle->mapToGlobal(ptLocal);
+        send(QEvent::MouseButtonPress, ptTitle, Qt::LeftButton);
+        send(QEvent::MouseMove, ptTitle + QPoint(0, -300), Qt::LeftButton);
+        send(QEvent::MouseButtonRelease, ptTitle + QPoint(0, -300), Qt::NoButton);
+        QTRY_COMPARE(fx.pDlg->pos().y(), 1);
+
+        // The dialog's own maximised state: the available screen, and back.
+        const QRect rcBefore = fx.pDlg->geometry();
+        QTest::mouseClick(fx.Button("m_pBtnMax"), Qt::LeftButton);
+        // (The offscreen screen may be narrower than the minimum size, which wins.)
+        const QRect rcAvail = QGuiApplication::primaryScreen()->availableGeometry();
+        QTRY_COMPARE(fx.pDlg->geometry(),
+                     QRect(rcAvail.topLeft(), rcAvail.size().expandedTo(fx.pDlg->minimumSize())));
+        QCOMPARE(fx.Button("m_pBtnMax")->toolTip(), QStringLiteral("Restore window"));
+        QTest::mouseClick(fx.Button("m_pBtnMax"), Qt::LeftButton);
+        QTRY_COMPARE(fx.pDlg->geometry(), rcBefore);
+        QCOMPARE(fx.Button("m_pBtnMax")->toolTip(), QStringLiteral("Maximize"));
+    }
+
+    void escapeDoesNotClose() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        QTest::keyClick(fx.pDlg.get(), Qt::Key_Escape);
+        QVERIFY(fx.pDlg->isVisible());
+    }
+
+    void layoutMenuChangesWindowCount() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        QMenu* pMenu = fx.pDlg->findChild<QMenu*>("m_pPlayWndLayoutMenu");
+        QVERIFY(pMenu);
+        QCOMPARE(pMenu->actions().size(), 4);
+        pMenu->actions().at(2)->trigger();
+        QCOMPARE(fx.pStage->GetPlayWndNum(), 9);
+        // From a maximised window the new layout starts restored.
+        fx.pStage->ToggleMaxWnd();
+        QVERIFY(fx.pStage->IsMaxWnd());
+        pMenu->actions().at(1)->trigger();
+        QCOMPARE(fx.pStage->GetPlayWndNum(), 4);
+        QVERIFY(!fx.pStage->IsMaxWnd());
+    }
+
+    // ---- opening ----
+
+    void onePathPlaysInSelectedWindow() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
+        QVERIFY(fx.pStage->On_ChangeSelWnd(2));
+        const QString strClip = GuiMedia::Clip("h264_aac.mp4");
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << strClip));
+        QCOMPARE(fx.pStage->GetSelWndIndex(), 2);
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(2)), kPlayTimeoutMs);
+        QCOMPARE(QDir::fromNativeSeparators(fx.pStage->GetWndFilePath(2)), strClip);
+        for (int i : {0, 1, 3})
+            QCOMPARE(fx.pStage->GetPlayState(i), 0);
+        QVERIFY(fx.Button("m_pBtnStop")->isEnabled());
+
+        // Play/pause toggles the selected window, stop stops it.
+        QTest::mouseClick(fx.Button("m_pBtnPlayOrPause"), Qt::LeftButton);
+        QTRY_COMPARE(fx.pStage->GetPlayState(2), 2);
+        QTRY_COMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Pause"));
+        QTest::mouseClick(fx.Button("m_pBtnPlayOrPause"), Qt::LeftButton);
+        QTRY_COMPARE(fx.pStage->GetPlayState(2), 1);
+        QTest::mouseClick(fx.Button("m_pBtnStop"), Qt::LeftButton);
+        QTRY_COMPARE(fx.pStage->GetPlayState(2), 3);
+        QVERIFY(!fx.Button("m_pBtnStop")->isEnabled());
+        QCOMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Ready"));
+    }
+
+    void severalPathsFillWindowsFromZero() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
+        const QStringList lstClips = {GuiMedia::Clip("h264_aac.mp4"), GuiMedia::Clip("mpeg4.mp4"),
+                                      GuiMedia::Clip("silent_h264.mp4")};
+        QVERIFY(fx.pDlg->OpenFileList(lstClips));
+        for (int i = 0; i < 3; ++i) {
+            QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(i)), kPlayTimeoutMs);
+            QCOMPARE(QDir::fromNativeSeparators(fx.pStage->GetWndFilePath(i)), lstClips.at(i));
+        }
+        QCOMPARE(fx.pStage->GetPlayState(3), 0);
+        QCOMPARE(fx.pStage->GetSelWndIndex(), 2);
+    }
+
+    void fileEndStopsWindowAndTimerShowsTimes() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
+        const int nFrames = GuiMedia::FrameCount("h264_aac.mp4");
+        QVERIFY(nFrames > 0);
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << GuiMedia::Clip("h264_aac.mp4")));
+
+        // The play timer fills the labels while the file plays: 50 frames at 25/s.
+        QTRY_COMPARE_WITH_TIMEOUT(fx.Label("m_pLabWholeTime"), QStringLiteral("00:00:02"), kPlayTimeoutMs);
+        QTRY_VERIFY(fx.Label("m_pLabFrameIndex").endsWith(QStringLiteral("/%1").arg(nFrames)));
+        QCOMPARE(fx.Label("m_pLabFileName"), QStringLiteral("h264_aac.mp4"));
+        QCOMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Playing"));
+
+        QVERIFY(spyEnd.wait(kPlayTimeoutMs) || spyEnd.count() > 0);
+        QCOMPARE(spyEnd.first().at(0).toInt(), 0);
+        // Single play: the window that ended stops and the controls follow.
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
+        QTRY_VERIFY(!fx.Button("m_pBtnStop")->isEnabled());
+        QTRY_COMPARE(fx.Label("m_pLabWholeTime"), QStringLiteral("00:00:00"));
+        QCOMPARE(fx.Label("m_pLabFrameIndex"), QString());
+    }
+
+    void runTimeErrorStopsByType() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        const QString strClip = GuiMedia::Clip("h264_aac.mp4");
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << strClip));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+
+        // Type 0 on ordinary material is only reported, the window goes on.
+        emit fx.pStage->Sig_ErrorToStopPlay(strClip, 0, false);
+        QCoreApplication::processEvents();
+        QVERIFY(Playing(fx.pStage->GetPlayState(0)));
+
+        // A wrong key (type 5) stops.
+        emit fx.pStage->Sig_ErrorToStopPlay(strClip, 5, false);
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
+
+        // Type 0 on fisheye material stops as well.
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << strClip));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        emit fx.pStage->Sig_ErrorToStopPlay(strClip, 0, true);
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
+    }
+
+    void volumeRules() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(!fx.pDlg->On_SliderSetVolume(101));
+        QVERIFY(!fx.pDlg->On_SliderSetVolume(-1));
+        QVERIFY(fx.pDlg->On_Mute());
+        QCOMPARE(fx.Button("m_pBtnMute")->toolTip(), QStringLiteral("Cancel Mute"));
+        // Any volume change cancels mute.
+        QVERIFY(fx.pDlg->On_SliderSetVolume(30));
+        QCOMPARE(fx.Button("m_pBtnMute")->toolTip(), QStringLiteral("Mute"));
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->toolTip(), QStringLiteral("Volume: 30%"));
+
+        // The volume keys step by 10, stop at 100 on the way up, and go past the
+        // slider's end up to 200 with the slider staying at 100.
+        QVERIFY(fx.pDlg->SetVolumeValue(95));
+        QTest::keyClick(fx.pDlg.get(), Qt::Key_Up);
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->value(), 100);
+        QTest::keyClick(fx.pDlg.get(), Qt::Key_Up);
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->toolTip(), QStringLiteral("Volume: 110%"));
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->value(), 100);
+        QTest::keyClick(fx.pDlg.get(), Qt::Key_Down);
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->toolTip(), QStringLiteral("Volume: 100%"));
+    }
+};
+
+QTEST_MAIN(TestMainDlg)
+#include "TestMainDlg.moc"
