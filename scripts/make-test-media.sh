@@ -57,6 +57,40 @@ make silent_h264.mp4 -f lavfi -i "$(pattern)" -c:v libx264 -preset veryfast -g 2
 make sine1k.mkv -f lavfi -i "color=c=gray:size=160x120:rate=25:duration=4" -f lavfi -i "$(tone 4)" \
   -c:v libx264 -preset ultrafast -pix_fmt yuv420p -c:a pcm_s16le -shortest
 
+# Encrypted recordings: h264_aac.mp4 copied under MP4 Common Encryption (AES-128 CTR).
+# The key is the key text zero-padded to 16 bytes, as the player pads what the user types:
+#   enc_velquin123.mp4        key text "velquin123"
+#   enc_abcdefghijklmnop.mp4  key text "abcdefghijklmnop" (all 16 characters, no padding)
+# No fragmented clip: the ffmpeg tool writes encrypted fragments its own demuxer
+# cannot read back ("saio atom found without saiz"), so there would be no truth.
+# The pictures are the source's; the framemd5 beside each is made by decrypting
+# with the key and must equal the source's, which proves the clip is right.
+key_hex() { # $1 = key text -> 32 hex digits
+  local hex
+  hex=$(printf '%s' "$1" | od -An -tx1 | tr -d ' \n')
+  printf '%-32s' "$hex" | tr ' ' 0
+}
+make_encrypted() { # $1 = key text
+  local name="enc_$1.mp4" key
+  key=$(key_hex "$1")
+  if [ ! -s "$name" ]; then
+    "${FF[@]}" -i h264_aac.mp4 -c copy -encryption_scheme cenc-aes-ctr \
+      -encryption_key "$key" -encryption_kid 0123456789abcdef0123456789abcdef "$name.tmp.mp4"
+    mv "$name.tmp.mp4" "$name"
+  fi
+  if [ ! -s "$name.framemd5" ]; then
+    "${FF[@]}" -decryption_key "$key" -i "$name" -an -fps_mode passthrough -pix_fmt yuv420p \
+      -f framemd5 "$name.framemd5.tmp"
+    if ! cmp -s "$name.framemd5.tmp" h264_aac.mp4.framemd5; then
+      echo "$name does not decrypt to h264_aac.mp4's pictures" >&2
+      exit 1
+    fi
+    mv "$name.framemd5.tmp" "$name.framemd5"
+  fi
+}
+make_encrypted velquin123
+make_encrypted abcdefghijklmnop
+
 # Bad inputs: empty, a text file, random bytes, and a clip cut short.
 : > empty.mp4
 [ -s text.mp4 ] || printf 'This is not a video file.\n' > text.mp4

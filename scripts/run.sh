@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds Velquin (Release, Ninja) into ./build,
+# Installs what is missing, builds Velquin (Ninja) into ./build, the folder the tests use,
 # generates a sample clip and starts the player on it.
 # Usage: scripts/run.sh [file...]   (from anywhere; with files, plays those instead)
 set -euo pipefail
@@ -7,11 +7,18 @@ cd "$(dirname "$0")/.."
 
 bash scripts/install-deps.sh
 
-cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=Release >/dev/null
+cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build --target velquin -j "${JOBS:-$(nproc)}"
 
+# Without a display (a server, a container) the player still starts, on a virtual one.
+LAUNCH=()
+if [ -z "${DISPLAY:-}" ] && [ -z "${WAYLAND_DISPLAY:-}" ]; then
+  echo "No display found: starting on a virtual X display (xvfb-run)."
+  LAUNCH=(xvfb-run -a -s "-screen 0 1280x800x24")
+fi
+
 if [ $# -gt 0 ]; then
-  exec build/app/velquin "$@"
+  exec "${LAUNCH[@]}" build/app/velquin "$@"
 fi
 
 # One sample clip: a numbered test pattern with a 1 kHz tone.
@@ -26,4 +33,4 @@ if [ ! -s "$CLIP" ]; then
     "$CLIP.tmp.mp4"
   mv "$CLIP.tmp.mp4" "$CLIP"
 fi
-exec build/app/velquin "$CLIP"
+exec "${LAUNCH[@]}" build/app/velquin "$CLIP"

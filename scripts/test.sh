@@ -27,5 +27,5 @@ export LSAN_OPTIONS=suppressions=$ROOT/tests/lsan.supp:print_suppressions=0
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 cmake -S . -B build-asan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DVELQUIN_SANITIZE=ON \
       -DVELQUIN_MEDIA_DIR="$ROOT/build/media" >/dev/null
-cmake --build build-asan -j "$JOBS" --target ${SANITIZED_TARGETS:-all}
+cmake --build build-asan -j "$JOBS" --target sanitize_tests
 ctest --test-dir build-asan --output-on-failure -L sanitize

@@ -150,6 +150,7 @@ bool Tavrix_SetRealTime(int32_t nPort, bool bRealTime);
 uint32_t Tavrix_GetFileTime(int32_t nPort);       // seconds
 uint32_t Tavrix_GetPlayedTime(int32_t nPort);     // seconds
 uint32_t Tavrix_GetPlayedTimeEx(int32_t nPort);   // milliseconds
+// The container's estimate until the file's frame index is complete, the exact count after.
 uint32_t Tavrix_GetFileTotalFrames(int32_t nPort);
 uint32_t Tavrix_GetCurrentFrameNum(int32_t nPort);
 bool Tavrix_GetPictureSize(int32_t nPort, int32_t* pWidth, int32_t* pHeight);
@@ -169,6 +170,9 @@ bool Tavrix_SetVolume(int32_t nPort, uint16_t wVolume);
 bool Tavrix_SetDisplayCallBackEx(int32_t nPort, TavrixDisplayCB pfn, void* pUser);
 // Region 0 is the main picture, region 1 the navigator.
 bool Tavrix_RegisterDrawFunEx(int32_t nPort, int32_t nRegionNum, TavrixDrawCB pfn, void* pUser);
+// Called once per open file, on the engine's index thread, when the frame
+// index of the file is complete; not for a file whose index cannot be built,
+// nor once the file is closed. It must not call the transport (stop, close).
 bool Tavrix_SetFileRefCallBack(int32_t nPort, TavrixFileRefCB pfn, void* pUser);
 bool Tavrix_SetCheckWatermarkCallBack(int32_t nPort, TavrixWatermarkCB pfn, void* pUser);
 // pDest/nDestSize are unused and may be null/0.

@@ -68,6 +68,11 @@ CallbackSet::FileEnd CallbackSet::GetFileEnd() const {
     return m_fileEnd;
 }
 
+CallbackSet::FileRef CallbackSet::GetFileRef() const {
+    std::lock_guard<std::mutex> lock(m_mtx);
+    return m_fileRef;
+}
+
 void CallbackSet::ReportRunTime(int nModule, int32_t nErrorCode) {
     RunTime cb;
     {

@@ -61,6 +61,7 @@ public:
     Draw GetDraw(int nRegion) const;
     Dec GetDec() const;
     FileEnd GetFileEnd() const;
+    FileRef GetFileRef() const;
     bool WantsYv12() const { return m_bWantsYv12.load(); }
 
     // Reports a run-time error through the module's callback, once per code

@@ -4,6 +4,7 @@
 #include "AudioOutput.h"
 #include "Demuxer.h"
 #include "EngineLog.h"
+#include "FrameIndex.h"
 #include "GlobalTime.h"
 #include "PathCodec.h"
 #include "VideoDecoder.h"
@@ -101,16 +102,45 @@ bool PlayerPort::OpenFile(const char* szPath) {
     m_readings.nHeight = pDemuxer->Info().nHeight;
     m_pDemuxer = std::move(pDemuxer);
     m_bPaused = false;
+    StartIndex(strUtf8);
     return true;
+}
+
+void PlayerPort::StartIndex(const std::string& strUtf8Path) {
+    // The index reads its own opening of the file, so playback starts at once
+    // and the index thread takes no lock of the transport: a close joins it
+    // while holding the control lock.
+    auto pIndex = std::make_unique<FrameIndex>(m_nPort);
+    FrameIndex* pRaw = pIndex.get();
+    if (!pIndex->Start(strUtf8Path, m_strKeyHex, [this, pRaw] { OnIndexComplete(pRaw->Count()); })) {
+        return; // the file plays without an index; the frame count stays the container's estimate
+    }
+    m_pIndex = std::move(pIndex);
+}
+
+void PlayerPort::OnIndexComplete(uint32_t nFrames) {
+    // Runs on the index thread. A close joins this thread before it clears the
+    // file's facts, so the file here is still the one that was scanned.
+    {
+        std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
+        m_bIndexReady = true;
+        m_info.nTotalFrames = nFrames;
+    }
+    const CallbackSet::FileRef cb = m_callbacks.GetFileRef();
+    if (cb.pfn != nullptr) {
+        cb.pfn(m_nPort, cb.pUser);
+    }
 }
 
 bool PlayerPort::CloseFile() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
     StopThreads();
+    m_pIndex.reset(); // aborts a scan under way and joins its thread
     m_pDemuxer.reset();
     {
         std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
         m_bOpen = false;
+        m_bIndexReady = false;
         m_info = MediaInfo();
     }
     m_readings.Reset();
@@ -298,6 +328,11 @@ uint32_t PlayerPort::PlayedTimeMs() const {
 uint32_t PlayerPort::TotalFrames() const {
     std::lock_guard<std::mutex> lock(m_mtxInfo);
     return m_bOpen ? m_info.nTotalFrames : 0;
+}
+
+bool PlayerPort::IndexReady() const {
+    std::lock_guard<std::mutex> lock(m_mtxInfo);
+    return m_bIndexReady;
 }
 
 uint32_t PlayerPort::CurrentFrameNum() const {

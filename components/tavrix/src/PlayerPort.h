@@ -30,6 +30,7 @@ namespace tavrix {
 class AudioDecoder;
 class AudioOutput;
 class Demuxer;
+class FrameIndex;
 class VideoDecoder;
 class VideoRenderer;
 
@@ -67,7 +68,9 @@ public:
     bool IsOpen() const;
     uint32_t FileTimeSec() const;
     uint32_t PlayedTimeMs() const;
+    // Exact from the moment the frame index is complete, an estimate before.
     uint32_t TotalFrames() const;
+    bool IndexReady() const;
     uint32_t CurrentFrameNum() const;
     bool PictureSize(int32_t* pnWidth, int32_t* pnHeight) const;
     bool SystemTime(TAVRIX_SYSTEM_TIME* pstOut) const;
@@ -82,6 +85,8 @@ private:
     void StopThreads();
     std::shared_ptr<AudioOutput> CurrentOutput() const;
     bool Fail(uint32_t nError);
+    void StartIndex(const std::string& strUtf8Path);
+    void OnIndexComplete(uint32_t nFrames);
 
     const int m_nPort;
     CallbackSet m_callbacks;
@@ -96,6 +101,7 @@ private:
     std::unique_ptr<VideoRenderer> m_pRenderer; // guarded by m_mtxControl
     std::unique_ptr<VideoDecoder> m_pVideo;     // guarded by m_mtxControl
     std::unique_ptr<AudioDecoder> m_pAudio;     // guarded by m_mtxControl
+    std::unique_ptr<FrameIndex> m_pIndex;       // kept across stops; guarded by m_mtxControl
     bool m_bRunning = false;                    // threads run; guarded by m_mtxControl
     bool m_bPaused = false;                     // guarded by m_mtxControl
     uintptr_t m_nWindowKey = 0;                 // guarded by m_mtxControl
@@ -105,6 +111,7 @@ private:
     mutable std::mutex m_mtxInfo; // the facts of the open file, for readers on any thread
     bool m_bOpen = false;         // guarded by m_mtxInfo
     MediaInfo m_info;             // guarded by m_mtxInfo
+    bool m_bIndexReady = false;   // the frame index is complete; guarded by m_mtxInfo
 
     mutable std::mutex m_mtxSound;
     std::shared_ptr<AudioOutput> m_pOutput; // guarded by m_mtxSound

@@ -1,0 +1,202 @@
+#include "FrameIndex.h"
+
+#include "EngineLog.h"
+
+#include <pthread.h>
+
+#include <algorithm>
+#include <system_error>
+
+namespace tavrix {
+
+FrameIndex::FrameIndex(int nPort) : m_nPort(nPort) {}
+
+FrameIndex::~FrameIndex() {
+    Abort();
+}
+
+int FrameIndex::InterruptCallback(void* pOpaque) {
+    return static_cast<FrameIndex*>(pOpaque)->m_bAbort.load() ? 1 : 0;
+}
+
+bool FrameIndex::Start(const std::string& strUtf8Path, const std::string& strKeyHex, DoneFn fnDone) {
+    if (m_thread.joinable()) {
+        return false;
+    }
+    m_bAbort = false;
+    m_bComplete = false;
+    try {
+        m_thread = std::thread(&FrameIndex::Run, this, strUtf8Path, strKeyHex, std::move(fnDone));
+    } catch (const std::system_error&) {
+        EngineLog::Warn(m_nPort, "frame index: cannot start its thread");
+        return false;
+    }
+    return true;
+}
+
+void FrameIndex::Abort() {
+    m_bAbort = true;
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void FrameIndex::Join() {
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
+}
+
+void FrameIndex::Run(std::string strUtf8Path, std::string strKeyHex, DoneFn fnDone) {
+    pthread_setname_np(pthread_self(), "tavrix-index");
+    // The playing demuxer reads the same file and reports its faults; from
+    // here FFmpeg would only repeat them, and an abort mid-read would add
+    // warnings about a cut-short read that nobody needs to see. The scan's
+    // own failures still reach the log through EngineLog::AvFail.
+    bool bScanned = false;
+    {
+        EngineLog::QuietScope quiet;
+        bScanned = Scan(strUtf8Path, strKeyHex);
+    }
+    if (!bScanned || m_bAbort.load()) {
+        return;
+    }
+    BuildDisplayOrder();
+    m_bComplete = true;
+    // Checked again: an abort that came during the sort must not see the
+    // done function run after it asked the scan to stop.
+    if (fnDone && !m_bAbort.load()) {
+        fnDone();
+    }
+}
+
+FormatContextPtr FrameIndex::OpenInput(const std::string& strUtf8Path, const std::string& strKeyHex,
+                                       int* pnVideo) {
+    AVFormatContext* pRaw = avformat_alloc_context();
+    if (pRaw == nullptr) {
+        return nullptr;
+    }
+    pRaw->interrupt_callback.callback = &FrameIndex::InterruptCallback;
+    pRaw->interrupt_callback.opaque = this;
+    AVDictionary* pRawOptions = nullptr;
+    if (!strKeyHex.empty()) {
+        av_dict_set(&pRawOptions, "decryption_key", strKeyHex.c_str(), 0);
+    }
+    int nErr = avformat_open_input(&pRaw, strUtf8Path.c_str(), nullptr, &pRawOptions);
+    DictPtr pUnused(pRawOptions);
+    if (nErr < 0) {
+        // avformat_open_input frees the context on failure.
+        if (!m_bAbort.load()) {
+            EngineLog::AvFail(m_nPort, "frame index: open input", nErr);
+        }
+        return nullptr;
+    }
+    FormatContextPtr pFormat(pRaw);
+    // The same steps as the playing demuxer, so the same stream is chosen.
+    nErr = avformat_find_stream_info(pFormat.get(), nullptr);
+    if (nErr < 0) {
+        if (!m_bAbort.load()) {
+            EngineLog::AvFail(m_nPort, "frame index: find stream info", nErr);
+        }
+        return nullptr;
+    }
+    *pnVideo = av_find_best_stream(pFormat.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    if (*pnVideo < 0) {
+        return nullptr;
+    }
+    return pFormat;
+}
+
+bool FrameIndex::Scan(const std::string& strUtf8Path, const std::string& strKeyHex) {
+    int nVideo = -1;
+    FormatContextPtr pFormat = OpenInput(strUtf8Path, strKeyHex, &nVideo);
+    if (!pFormat) {
+        return false;
+    }
+    // The demuxer skips the payload of discarded streams where it can.
+    for (unsigned i = 0; i < pFormat->nb_streams; ++i) {
+        if (static_cast<int>(i) != nVideo) {
+            pFormat->streams[i]->discard = AVDISCARD_ALL;
+        }
+    }
+    m_timeBase = pFormat->streams[nVideo]->time_base;
+    PacketPtr pPacket = MakePacket();
+    if (!pPacket) {
+        return false;
+    }
+    int64_t nLastPts = 0;
+    bool bLastCorrupt = false;
+    for (;;) {
+        const int nErr = av_read_frame(pFormat.get(), pPacket.get());
+        if (nErr == AVERROR_EOF) {
+            // A file cut short mid-write ends on a partial packet, which no
+            // decoder turns into a picture.
+            if (bLastCorrupt) {
+                m_vecEntries.pop_back();
+            }
+            break;
+        }
+        if (nErr < 0) {
+            if (!m_bAbort.load()) {
+                EngineLog::AvFail(m_nPort, "frame index: read", nErr);
+            }
+            return false;
+        }
+        if (pPacket->stream_index == nVideo) {
+            Entry entry;
+            entry.nPts = pPacket->pts != AV_NOPTS_VALUE   ? pPacket->pts
+                         : pPacket->dts != AV_NOPTS_VALUE ? pPacket->dts
+                                                          : nLastPts;
+            entry.nBytePos = pPacket->pos;
+            entry.bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0;
+            nLastPts = entry.nPts;
+            bLastCorrupt = (pPacket->flags & AV_PKT_FLAG_CORRUPT) != 0;
+            m_vecEntries.push_back(entry);
+        }
+        av_packet_unref(pPacket.get());
+    }
+    return !m_vecEntries.empty();
+}
+
+void FrameIndex::BuildDisplayOrder() {
+    // Stable, so packets without a time of their own keep their read order.
+    std::stable_sort(m_vecEntries.begin(), m_vecEntries.end(),
+                     [](const Entry& a, const Entry& b) { return a.nPts < b.nPts; });
+    m_vecKeyAtOrBefore.resize(m_vecEntries.size());
+    int64_t nLastKey = -1;
+    for (size_t i = 0; i < m_vecEntries.size(); ++i) {
+        if (m_vecEntries[i].bKey) {
+            nLastKey = static_cast<int64_t>(i);
+        }
+        m_vecKeyAtOrBefore[i] = nLastKey;
+    }
+}
+
+uint32_t FrameIndex::Count() const {
+    return IsComplete() ? static_cast<uint32_t>(m_vecEntries.size()) : 0;
+}
+
+const FrameIndex::Entry* FrameIndex::EntryOfFrame(uint32_t n) const {
+    if (!IsComplete() || n >= m_vecEntries.size()) {
+        return nullptr;
+    }
+    return &m_vecEntries[n];
+}
+
+int64_t FrameIndex::KeyFrameAtOrBefore(uint32_t n) const {
+    if (!IsComplete() || n >= m_vecKeyAtOrBefore.size()) {
+        return -1;
+    }
+    return m_vecKeyAtOrBefore[n];
+}
+
+int64_t FrameIndex::PtsOfFrame(uint32_t n) const {
+    const Entry* pEntry = EntryOfFrame(n);
+    return pEntry != nullptr ? pEntry->nPts : AV_NOPTS_VALUE;
+}
+
+AVRational FrameIndex::TimeBase() const {
+    return m_timeBase;
+}
+
+} // namespace tavrix
