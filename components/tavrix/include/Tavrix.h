@@ -94,7 +94,8 @@ enum : uint32_t {
     TAVRIX_ERR_NO_VIDEO = 10,        // the file has no video stream
     TAVRIX_ERR_NO_SOUND_DEVICE = 11, // sound output could not be opened
     TAVRIX_ERR_DECRYPT = 12,         // the key is not accepted
-    TAVRIX_ERR_NOT_SUPPORT = 13
+    TAVRIX_ERR_NOT_SUPPORT = 13,
+    TAVRIX_ERR_NO_INDEX = 14         // the frame index is not complete yet
 };
 
 enum : int32_t { TAVRIX_MAX_PORTS = 64 };
@@ -144,6 +145,41 @@ bool Tavrix_Stop(int32_t nPort);
 bool Tavrix_RefreshPlayEx(int32_t nPort, uint32_t nRegionNum);
 // false plays as fast as the decoder allows (tools, benchmarks); true by default.
 bool Tavrix_SetRealTime(int32_t nPort, bool bRealTime);
+
+// Speed ladder: each Fast doubles the speed, each Slow halves it, from /16 to
+// x16 (steps -4..4). Every Play/ReversePlay starts at normal speed. Above
+// normal speed frames that cannot be shown in time are skipped (the clock is
+// kept); sound plays only at normal speed.
+bool Tavrix_Fast(int32_t nPort);
+bool Tavrix_Slow(int32_t nPort);
+// Plays backwards from the shown frame, a group of pictures at a time with
+// bounded memory. Needs the frame index (see Tavrix_SetFileRefCallBack).
+// Reaching frame 0 ends the file (file end callback). Tavrix_Play turns the
+// direction forward again from the shown frame.
+bool Tavrix_ReversePlay(int32_t nPort);
+// Single steps: show the next / previous frame in display order and stay
+// paused. Stepping back needs the frame index.
+bool Tavrix_OneByOne(int32_t nPort);
+bool Tavrix_OneByOneBack(int32_t nPort);
+// Frame-exact jumps: the target frame is shown (paused ports show it at once,
+// playing ports play on from it). Play state and direction are kept.
+bool Tavrix_SetCurrentFrameNum(int32_t nPort, uint32_t nFrameNum);
+bool Tavrix_SetPlayedTimeEx(int32_t nPort, uint32_t nTimeMs);
+// 0 decodes every frame; 1 or 2 lets the decoder skip non-reference B frames
+// while playing faster than normal (never while stepping or seeking).
+bool Tavrix_ThrowBFrameNum(int32_t nPort, uint32_t nNum);
+
+// A key frame's place, answered by the two key frame queries below.
+struct TAVRIX_FRAME_POS {
+    int64_t nFilePos;    // byte offset of the key frame's packet
+    uint32_t nFrameNum;  // its display index
+    uint32_t nFrameTime; // its time in ms from the first frame
+};
+enum : uint32_t { TAVRIX_BY_FRAMENUM = 1, TAVRIX_BY_FRAMETIME = 2 };
+// Key frame at or before (GetKeyFramePos) or strictly after (GetNextKeyFramePos)
+// a frame number or a time in ms, as nType says. Needs the frame index.
+bool Tavrix_GetKeyFramePos(int32_t nPort, uint32_t nValue, uint32_t nType, TAVRIX_FRAME_POS* pFramePos);
+bool Tavrix_GetNextKeyFramePos(int32_t nPort, uint32_t nValue, uint32_t nType, TAVRIX_FRAME_POS* pFramePos);
 
 // ---- readings --------------------------------------------------------------------
 
