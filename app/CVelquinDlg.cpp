@@ -18,9 +18,9 @@
 #include <QMenu>
 #include <QMouseEvent>
 #include <QScreen>
-#include <QSlider>
 #include <QSpacerItem>
 #include <QTimer>
+#include <QTimerEvent>
 #include <QVBoxLayout>
 
 #include "AllGlobalConfig.h"
@@ -29,11 +29,13 @@
 #include "CLanguageParser.h"
 #include "CPlayHelper.h"
 #include "CSkinButton.h"
+#include "CustomPlayerSlider.h"
 #include "GlobalCfgHelper.h"
 #include "LanguageKeys.h"
 #include "NonModalMessageBox.h"
 #include "OpenInfo.h"
 #include "SkinManager.h"
+#include "SliderTips.h"
 
 namespace {
 
@@ -98,8 +100,10 @@ bool CVelquinDlg::Init() {
     m_pDlgShow->SetVolumeUpKeyText(GetVolumeUpKeyText());
 
     m_pPlayProgressSlider->setFocusPolicy(Qt::NoFocus);
-    m_pPlayProgressSlider->setMinimum(0);
-    m_pPlayProgressSlider->setMaximum(SLIDER_UNITS);
+    m_pPlayProgressSlider->SetMinimum(0);
+    m_pPlayProgressSlider->SetMaximum(SLIDER_UNITS);
+    m_pSliderTips = new SliderTips(this);
+    m_pSliderTips->hide();
 
     m_pSliderSound->setValue(50);
     m_pSliderSound->setToolTip(
@@ -412,11 +416,9 @@ QWidget* CVelquinDlg::BuildCtrlBar() {
     QHBoxLayout* pProgress = MakeHBox(m_pProgressBarContainer, 4, 10, 10);
     m_pLabCurPlayTime = MakeLabel(m_pProgressBarContainer, "m_pLabCurPlayTime");
     m_pLabCurPlayTime->setFixedWidth(50);
-    m_pPlayProgressSlider = new QSlider(Qt::Horizontal, m_pProgressBarContainer);
+    m_pPlayProgressSlider = new CustomPlayerSlider(m_pProgressBarContainer);
     m_pPlayProgressSlider->setObjectName(QStringLiteral("m_pPlayProgressSlider"));
-    // It shows where the selected window plays; seeking by it comes with the
-    // progress slider of the stage.
-    m_pPlayProgressSlider->setEnabled(false);
+    m_pPlayProgressSlider->SetSliderEnable(false);
     m_pLabWholeTime = MakeLabel(m_pProgressBarContainer, "m_pLabWholeTime");
     m_pLabWholeTime->setFixedWidth(50);
     pProgress->addWidget(m_pLabCurPlayTime);
@@ -460,8 +462,8 @@ QWidget* CVelquinDlg::BuildCtrlBar() {
     pBtns->addWidget(m_pBtnFullScreen);
     pBar->addWidget(m_pCtrlBtnsContainer);
 
-    // Tools, speed, stepping, reverse and synchronous play, and full screen come
-    // with their features; until then they stay greyed out.
+    // Tools, synchronous play and full screen come with their features; until
+    // then they stay greyed out. The transport buttons follow the selected window.
     for (CSkinButton* pBtn : {m_pBtnTools, m_pBtnReversePlay, m_pBtnSlow, m_pBtnLastFrame, m_pBtnNextFrame,
                               m_pBtnFast, m_pBtnSyncPlay, m_pBtnFullScreen})
         pBtn->setEnabled(false);
@@ -515,6 +517,21 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pActOpenFolder, &QAction::triggered, this, &CVelquinDlg::On_OpenFolder));
     bOk &= bool(connect(m_pBtnPlayOrPause, &QPushButton::clicked, this, &CVelquinDlg::On_PlayOrPause));
     bOk &= bool(connect(m_pBtnStop, &QPushButton::clicked, this, &CVelquinDlg::On_Stop));
+    bOk &= bool(connect(m_pBtnReversePlay, &QPushButton::clicked, this, &CVelquinDlg::On_ReversePlay));
+    bOk &= bool(connect(m_pBtnSlow, &QPushButton::clicked, this, &CVelquinDlg::On_Slow));
+    bOk &= bool(connect(m_pBtnLastFrame, &QPushButton::clicked, this, &CVelquinDlg::On_FrameBackward));
+    bOk &= bool(connect(m_pBtnNextFrame, &QPushButton::clicked, this, &CVelquinDlg::On_FrameForward));
+    bOk &= bool(connect(m_pBtnFast, &QPushButton::clicked, this, &CVelquinDlg::On_Fast));
+    bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_ChangeValue, this,
+                        &CVelquinDlg::On_SetPlayProgress));
+    bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_MousePress, this,
+                        &CVelquinDlg::On_PlayProgressSliderMousePress));
+    bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_MouseRelease, this,
+                        &CVelquinDlg::On_PlayProgressSliderMouseRelease));
+    bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_ChangeRepeatValue, this,
+                        &CVelquinDlg::On_ChangeRepeatPointValue));
+    bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_MouseMoveValue, this,
+                        &CVelquinDlg::On_PlayProgressSliderMouseMoveValue));
     bOk &= bool(connect(m_pBtnMute, &QPushButton::clicked, this, &CVelquinDlg::On_Mute));
     bOk &= bool(connect(m_pBtnLayout, &QPushButton::clicked, this, &CVelquinDlg::On_ShowSelectMultiWndsDlg));
     bOk &= bool(connect(m_pLayoutGroup, &QActionGroup::triggered, this, &CVelquinDlg::On_SwitchLayoutMode));
@@ -600,7 +617,11 @@ void CVelquinDlg::RetranslateWidgets() {
     m_pBtnFullScreen->setToolTip(
         m_bFullScreen ? Text(IDS_MainWnd_FullScreenCancel, QStringLiteral("Cancel Full Screen"))
                       : Text(IDS_MainWnd_FullScreen, QStringLiteral("Full Screen")));
-    m_pBtnReversePlay->setToolTip(Text(IDS_MainWnd_StartBackPlay, QStringLiteral("Start Reverse Play")));
+    const bool bBackPlay =
+        m_pDlgShow && IsActiveState(m_pDlgShow->GetPlayState()) && m_pDlgShow->IsBackPlay();
+    m_pBtnReversePlay->setToolTip(
+        bBackPlay ? Text(IDS_MainWnd_CancelBackPlay, QStringLiteral("Cancel Reverse Play"))
+                  : Text(IDS_MainWnd_StartBackPlay, QStringLiteral("Start Reverse Play")));
     m_pBtnSyncPlay->setToolTip(Text(IDS_MainWnd_SyncPlay, QStringLiteral("Synchronous Play")));
     m_pBtnMute->setToolTip(m_bMute ? Text(IDS_MainWnd_MuteOff, QStringLiteral("Cancel Mute"))
                                    : Text(IDS_MainWnd_MuteOn, QStringLiteral("Mute")));
@@ -609,8 +630,14 @@ void CVelquinDlg::RetranslateWidgets() {
     m_pBtnPlayOrPause->setToolTip(nState == 1 ? Text(IDS_Global_Pause, QStringLiteral("Pause"))
                                               : Text(IDS_Global_Play, QStringLiteral("Play")));
 
-    // The speed ladder is not part of this build, so a playing window runs at speed 0.
-    if (nState == 1)
+    const int nSpeed = m_pDlgShow ? m_pDlgShow->GetPlaySpeed() : 0;
+    if (nState == 1 && nSpeed > 0)
+        m_pLabPlayStatus->setText(Text(IDS_MainWnd_SpeedUp, QStringLiteral("Speed * %d"))
+                                      .replace(QStringLiteral("%d"), QString::number(1 << nSpeed)));
+    else if (nState == 1 && nSpeed < 0)
+        m_pLabPlayStatus->setText(Text(IDS_MainWnd_SpeedDown, QStringLiteral("Speed / %d"))
+                                      .replace(QStringLiteral("%d"), QString::number(1 << -nSpeed)));
+    else if (nState == 1)
         m_pLabPlayStatus->setText(Text(IDS_Global_Play, QStringLiteral("Playing")));
     else if (nState == 2)
         m_pLabPlayStatus->setText(Text(IDS_Global_Pause, QStringLiteral("Pause")));
@@ -772,7 +799,8 @@ bool CVelquinDlg::On_KeyPressEvent(QKeyEvent* ev) {
     const int nKey = int(ev->modifiers()) + ev->key();
     const HotKeysCfg& stKeys = m_stPlayerCfg.stHotKeys;
     // Compared in the fixed order of the hot key table, so that of two equal keys
-    // only the first runs. Keys of commands that come later match nothing yet.
+    // only the first runs. Keys of commands that come later (open URL, fisheye,
+    // capture, full screen) match nothing yet.
     if (nKey == stKeys.nOpenFiles)
         return On_OpenFiles();
     if (nKey == stKeys.nOpenFolder)
@@ -781,6 +809,16 @@ bool CVelquinDlg::On_KeyPressEvent(QKeyEvent* ev) {
         return On_PlayOrPause();
     if (nKey == stKeys.nStop)
         return On_Stop();
+    if (nKey == stKeys.nFrameForward)
+        return On_FrameForward();
+    if (nKey == stKeys.nFrameBackward)
+        return On_FrameBackward();
+    if (nKey == stKeys.nFast)
+        return On_Fast();
+    if (nKey == stKeys.nSlow)
+        return On_Slow();
+    if (nKey == stKeys.nRestoreSpeed)
+        return On_RestoreCommonSpeed();
     if (nKey == stKeys.nVolumeUp || nKey == stKeys.nVolumeDown) {
         int nVolume = int(m_nVolume);
         if (nKey == stKeys.nVolumeUp)
@@ -792,6 +830,12 @@ bool CVelquinDlg::On_KeyPressEvent(QKeyEvent* ev) {
         m_pSliderSound->setValue(qMin(nVolume, 100));
         return true;
     }
+    if (nKey == stKeys.nGotoBegin)
+        return On_GoToBegin();
+    if (nKey == stKeys.nGotoEnd)
+        return On_GoToEnd();
+    if (nKey == stKeys.nRepeatAB)
+        return On_ABRepeat();
     if (nKey == stKeys.nExit)
         return On_Exit();
     return false;
@@ -1104,6 +1148,248 @@ bool CVelquinDlg::SetVolumeValue(int nPos) {
 }
 
 // ---------------------------------------------------------------------------
+// Stepping, speed, jumps and seeking
+
+bool CVelquinDlg::GuardNoNetStream() {
+    const int nSel = m_pDlgShow->GetSelWndIndex();
+    if (IsActiveState(m_pDlgShow->GetPlayState(nSel)) && m_pDlgShow->GetOpenMode(nSel) == 2) {
+        ShowInfoMessage(IDS_MainWnd_UnSupportInOpenNetStream,
+                        QStringLiteral("The operation is not supported in open net stream."));
+        return false;
+    }
+    return true;
+}
+
+bool CVelquinDlg::GuardSomethingOpen() {
+    const int nState = m_pDlgShow->GetPlayState();
+    return nState != 0 && nState != 3;
+}
+
+bool CVelquinDlg::GuardFileRef() {
+    if (m_pDlgShow->IsFileRefCreated())
+        return true;
+    ShowInfoMessage(IDS_MainWnd_FileRefNotDone, QStringLiteral("Generate file index,please wait..."));
+    return false;
+}
+
+bool CVelquinDlg::On_GoToBegin() {
+    if (!m_pDlgShow || !GuardNoNetStream() || !GuardSomethingOpen())
+        return false;
+    return m_pDlgShow->GoToStart();
+}
+
+bool CVelquinDlg::On_GoToEnd() {
+    if (!m_pDlgShow || !GuardNoNetStream() || !GuardSomethingOpen())
+        return false;
+    return m_pDlgShow->GoToEnd();
+}
+
+bool CVelquinDlg::On_FrameForward() {
+    if (!m_pDlgShow || !GuardNoNetStream() || !GuardSomethingOpen())
+        return false;
+    return m_pDlgShow->FrameForward();
+}
+
+bool CVelquinDlg::On_FrameBackward() {
+    if (!m_pDlgShow || !GuardNoNetStream() || !GuardSomethingOpen() || !GuardFileRef())
+        return false;
+    return m_pDlgShow->FrameBackward();
+}
+
+bool CVelquinDlg::On_Fast() {
+    if (!m_pDlgShow || !GuardNoNetStream() || !GuardSomethingOpen())
+        return false;
+    return m_pDlgShow->Fast();
+}
+
+bool CVelquinDlg::On_Slow() {
+    if (!m_pDlgShow || !GuardNoNetStream() || !GuardSomethingOpen())
+        return false;
+    return m_pDlgShow->Slow();
+}
+
+bool CVelquinDlg::On_RestoreCommonSpeed() {
+    if (!m_pDlgShow)
+        return false;
+    // Normal speed is reached by walking the ladder back, one step at a time.
+    const int nSpeed = m_pDlgShow->GetPlaySpeed();
+    if (nSpeed == 0)
+        return false;
+    for (int i = 0; i < qAbs(nSpeed); ++i) {
+        if (nSpeed > 0)
+            m_pDlgShow->Slow();
+        else
+            m_pDlgShow->Fast();
+    }
+    return true;
+}
+
+bool CVelquinDlg::On_ReversePlay() {
+    if (!m_pDlgShow)
+        return false;
+    if (!GuardNoNetStream() || m_pDlgShow->IsSyncPlay() || !IsActiveState(m_pDlgShow->GetPlayState()) ||
+        !GuardFileRef())
+        return false;
+    m_pDlgShow->BackPlay(!m_pDlgShow->IsBackPlay());
+    On_UpdateCtrlsState();
+    return true;
+}
+
+qint64 CVelquinDlg::SliderPosToFrame(uint nTotalFrames, int nPos) {
+    return qint64(double(nTotalFrames) * double(nPos) * 1.0 / 65535.0);
+}
+
+qint64 CVelquinDlg::SliderPosToSeconds(uint nFileTime, int nPos) {
+    return qint64(double(nFileTime) * double(float(double(nPos) / 65535.0)));
+}
+
+bool CVelquinDlg::On_SetPlayProgress(int nPos) {
+    if (!m_pDlgShow || !GuardSomethingOpen())
+        return false;
+    // Seeking the synchronous group by the slider belongs to its ruler, which
+    // joins with synchronous play; the stage refuses the single-window seek there.
+    if (m_stPlayerCfg.nPlayLocateMode == 0)
+        return m_pDlgShow->SetTimePos(uint(SliderPosToSeconds(m_pDlgShow->GetFileTime(), nPos)));
+
+    const qint64 nFrame = SliderPosToFrame(m_pDlgShow->GetFileTotalFrames(), nPos);
+    // A click where the picture already is must not restart the decoder.
+    if (nFrame == qint64(m_pDlgShow->GetCurrentFrameNum()))
+        return true;
+    return m_pDlgShow->SetFramePos(uint(nFrame));
+}
+
+bool CVelquinDlg::On_PlayProgressSliderMousePress() {
+    m_bSliderPressed = true;
+    return true;
+}
+
+bool CVelquinDlg::On_PlayProgressSliderMouseRelease() {
+    m_bSliderPressed = false;
+    return true;
+}
+
+bool CVelquinDlg::On_PlayProgressSliderMouseMoveValue(bool bShowGlobalTimeTips, QPoint ptMouse,
+                                                      unsigned int nMouseMoveValue) {
+    if (!m_pDlgShow || !m_pSliderTips || !IsActiveState(m_pDlgShow->GetPlayState()))
+        return false;
+    if (!bShowGlobalTimeTips) {
+        m_pSliderTips->hide();
+        return true;
+    }
+    // The global time range of a file is known to the playlist, which is not part
+    // of this build yet; without a range there is no time to show.
+    Q_UNUSED(ptMouse);
+    Q_UNUSED(nMouseMoveValue);
+    return false;
+}
+
+void CVelquinDlg::timerEvent(QTimerEvent* ev) {
+    if (m_nTipsTimerId != 0 && ev->timerId() == m_nTipsTimerId) {
+        if (m_pSliderTips)
+            m_pSliderTips->hide();
+        killTimer(m_nTipsTimerId);
+        m_nTipsTimerId = 0;
+        return;
+    }
+    QDialog::timerEvent(ev);
+}
+
+// ---------------------------------------------------------------------------
+// A-B repeat
+
+qint64 CVelquinDlg::SliderValueToRepeatFrame(uint nTotalFrames, uint nValue, int nRange) {
+    if (nRange <= 0)
+        return 0;
+    return qint64(quint64(nTotalFrames) * nValue / uint(nRange));
+}
+
+qint64 CVelquinDlg::RepeatFrameToSliderValue(uint nTotalFrames, uint nFrame, int nRange) {
+    if (nTotalFrames == 0)
+        return 0;
+    return qint64(double(nRange) * double(float(double(nFrame) / double(nTotalFrames))));
+}
+
+bool CVelquinDlg::On_ABRepeat() {
+    if (!m_pDlgShow || m_pDlgShow->IsSyncPlay())
+        return false;
+    bool bASet = false, bBSet = false;
+    uint nA = 0, nB = 0;
+    m_pDlgShow->GetRepeatA(&bASet, &nA);
+    m_pDlgShow->GetRepeatB(&bBSet, &nB);
+    if (bASet && bBSet) {
+        m_pDlgShow->ClearRepeatAB();
+        RefreshRepeatMarks();
+        return true;
+    }
+    // Forward play repeats from here to the end, reverse play from the start to here.
+    const uint nCur = m_pDlgShow->GetCurrentFrameNum();
+    if (!m_pDlgShow->IsBackPlay())
+        return SetRepeatPointA(nCur) && SetRepeatPointB(m_pDlgShow->GetFileTotalFrames());
+    return SetRepeatPointA(0) && SetRepeatPointB(nCur);
+}
+
+bool CVelquinDlg::SetRepeatPointA(uint nFrame) {
+    if (!m_pDlgShow || m_pDlgShow->IsSyncPlay())
+        return false;
+    const bool bOk = m_pDlgShow->SetRepeatA(nFrame);
+    RefreshRepeatMarks();
+    return bOk;
+}
+
+bool CVelquinDlg::SetRepeatPointB(uint nFrame) {
+    if (!m_pDlgShow || m_pDlgShow->IsSyncPlay())
+        return false;
+    const bool bOk = m_pDlgShow->SetRepeatB(nFrame);
+    RefreshRepeatMarks();
+    return bOk;
+}
+
+void CVelquinDlg::RefreshRepeatMarks() {
+    if (!m_pDlgShow || !m_pPlayProgressSlider || m_pDlgShow->IsSyncPlay())
+        return;
+    const uint nTotal = m_pDlgShow->GetFileTotalFrames();
+    if (nTotal == 0)
+        return;
+    // The slider's marks are always derived from the window's points.
+    bool bASet = false, bBSet = false;
+    uint nA = 0, nB = 0;
+    m_pDlgShow->GetRepeatA(&bASet, &nA);
+    m_pDlgShow->GetRepeatB(&bBSet, &nB);
+    if (!bASet && !bBSet) {
+        m_pPlayProgressSlider->ClearRepeatPoints();
+        return;
+    }
+    const int nRange = m_pPlayProgressSlider->GetMaximum() - m_pPlayProgressSlider->GetMinimum();
+    if (bASet)
+        m_pPlayProgressSlider->SetRepeatPointA(uint(RepeatFrameToSliderValue(nTotal, nA, nRange)));
+    if (bBSet)
+        m_pPlayProgressSlider->SetRepeatPointB(uint(RepeatFrameToSliderValue(nTotal, nB, nRange)));
+}
+
+bool CVelquinDlg::On_ChangeRepeatPointValue(bool bPointAOrPointB, unsigned int nValue) {
+    if (!m_pDlgShow)
+        return false;
+    const uint nTotal = m_pDlgShow->GetFileTotalFrames();
+    if (nTotal == 0)
+        return false;
+    const int nRange = m_pPlayProgressSlider->GetMaximum() - m_pPlayProgressSlider->GetMinimum();
+    const qint64 nFrame = SliderValueToRepeatFrame(nTotal, nValue, nRange);
+    bool bASet = false, bBSet = false;
+    uint nA = 0, nB = 0;
+    m_pDlgShow->GetRepeatA(&bASet, &nA);
+    m_pDlgShow->GetRepeatB(&bBSet, &nB);
+    // A mark may not be dragged onto or past the other; it goes back at the next refresh.
+    if (bPointAOrPointB) {
+        if (bBSet && nFrame >= qint64(nB))
+            return false;
+        return SetRepeatPointA(uint(nFrame));
+    }
+    if (bASet && nFrame <= qint64(nA))
+        return false;
+    return SetRepeatPointB(uint(nFrame));
+}
+
+// ---------------------------------------------------------------------------
 // Control state
 
 QString CVelquinDlg::FormatHms(uint nSeconds) {
@@ -1115,7 +1401,41 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
         return false;
 
     const int nSel = m_pDlgShow->GetSelWndIndex();
+    int nOpen = 0;
+    int nShown = 0;
+    bool bAnyNet = false;
+    bool bSelNet = false;
+    for (int i = 0; i < MAX_PLAY_WND; ++i) {
+        if (!IsActiveState(m_pDlgShow->GetPlayState(i)))
+            continue;
+        ++nOpen;
+        if (i < m_pDlgShow->GetPlayWndNum())
+            ++nShown;
+        if (m_pDlgShow->GetOpenMode(i) == 2) {
+            bAnyNet = true;
+            if (i == nSel)
+                bSelNet = true;
+        }
+    }
+    // Synchronous play comes with its engine; the button stays greyed out until then.
+    Q_UNUSED(bAnyNet);
+
     qDebug() << "SelWndIndex:" << nSel << "PlayState:" << m_pDlgShow->GetPlayState(nSel);
+    const bool bSelActive = IsActiveState(m_pDlgShow->GetPlayState(nSel));
+    const bool bSync = m_pDlgShow->IsSyncPlay();
+
+    // Stepping, jumps and reverse play act on one window and not on a stream; the
+    // speed steps also act on the whole synchronous group.
+    const bool bSelFile = !bSelNet && bSelActive;
+    m_pBtnLastFrame->setEnabled(!bSync && bSelFile);
+    m_pBtnNextFrame->setEnabled(!bSync && bSelFile);
+    m_pBtnSlow->setEnabled(bSync || bSelFile);
+    m_pBtnFast->setEnabled(bSync || bSelFile);
+    m_pBtnReversePlay->setEnabled(!bSync && bSelFile);
+    m_pBtnReversePlay->SetSelected(bSelActive && m_pDlgShow->IsBackPlay());
+    m_pBtnSyncPlay->SetSelected(bSync);
+    // Fisheye, partial zoom, capture and full screen keep their greyed out state
+    // until those features join.
 
     ApplyStyle(m_pBtnMax, m_bMaximized ? STYLE_MAX_RESTORE : STYLE_MAX_NORMAL);
     ApplyStyle(m_pBtnMute, m_bMute ? STYLE_MUTE_ON : (m_nVolume > 100 ? STYLE_MUTE_BOOST : STYLE_MUTE_OFF));
@@ -1129,11 +1449,13 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
         ApplyStyle(m_pBtnPlayOrPause, STYLE_PAUSE);
         m_pBtnPlayOrPause->setEnabled(m_pDlgShow->GetOpenMode(nSel) != 2);
         m_pBtnStop->setEnabled(true);
+        m_pPlayProgressSlider->SetSliderEnable(true);
         break;
     case 2:
         ApplyStyle(m_pBtnPlayOrPause, STYLE_PLAY);
         m_pBtnPlayOrPause->setEnabled(true);
         m_pBtnStop->setEnabled(true);
+        m_pPlayProgressSlider->SetSliderEnable(true);
         break;
     case 0:
     case 3:
@@ -1142,7 +1464,8 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
         // there is nothing it could start.
         m_pBtnPlayOrPause->setEnabled(false);
         m_pBtnStop->setEnabled(false);
-        m_pPlayProgressSlider->setValue(0);
+        m_pPlayProgressSlider->SetSliderEnable(false);
+        m_pPlayProgressSlider->SetValue(0);
         m_pLabFrameIndex->clear();
         m_pLabCurPlayTime->setText(FormatHms(0));
         m_pLabWholeTime->setText(FormatHms(0));
@@ -1153,36 +1476,46 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
 
     RetranslateWidgets();
     m_pDlgShow->UpdateStartPage();
+    RefreshRepeatMarks();
     return true;
+}
+
+CVelquinDlg::TimerValues CVelquinDlg::ComputeTimerValues(uint nFileTime, uint nPlayedTime, uint nTotalFrames,
+                                                         uint nCurFrame) {
+    TimerValues stValues;
+    if (nTotalFrames == 0)
+        return stValues;
+    // A played time read above the file time is not believed.
+    const uint nPlayed = nPlayedTime > nFileTime ? 0 : nPlayedTime;
+    stValues.nPlayedShown = nPlayed;
+    stValues.nCurFrame = nCurFrame;
+    if (nCurFrame == 0xFFFFFFFFu) { // just opened: no frame shown yet
+        stValues.nCurFrame = 0;
+        stValues.nPlayedShown = 0;
+    }
+    if (nFileTime != 0) {
+        stValues.nSliderPos = uint(quint64(nPlayed) * SLIDER_UNITS / nFileTime);
+    } else {
+        // A stream without a time: the position comes from the frames.
+        const uint nDiv = nTotalFrames > 1 ? nTotalFrames - 1 : nTotalFrames;
+        stValues.nSliderPos = uint(quint64(stValues.nCurFrame) * SLIDER_UNITS / nDiv);
+    }
+    return stValues;
 }
 
 bool CVelquinDlg::On_PlayerTimer() {
     if (!m_pDlgShow)
         return false;
 
-    uint nFileTime = 0, nPlayed = 0, nFrames = 0, nCurFrame = 0, nPos = 0;
-    if (m_pDlgShow->GetFileTotalFrames() != 0) {
-        nFileTime = m_pDlgShow->GetFileTime();
-        nPlayed = m_pDlgShow->GetPlayedTime();
-        if (nPlayed > nFileTime)
-            nPlayed = 0;
-        nFrames = m_pDlgShow->GetFileTotalFrames();
-        nCurFrame = m_pDlgShow->GetCurrentFrameNum();
-        uint nPlayedShown = nPlayed;
-        if (nCurFrame == 0xFFFFFFFFu) { // just opened: no frame shown yet
-            nCurFrame = 0;
-            nPlayedShown = 0;
-        }
-        if (nFileTime != 0)
-            nPos = uint(quint64(nPlayed) * SLIDER_UNITS / nFileTime);
-        else // a stream without a time: position by frames
-            nPos = uint(quint64(nCurFrame) * SLIDER_UNITS / (nFrames > 1 ? nFrames - 1 : nFrames));
-        nPlayed = nPlayedShown;
-    }
+    const uint nFrames = m_pDlgShow->GetFileTotalFrames();
+    const uint nFileTime = nFrames != 0 ? m_pDlgShow->GetFileTime() : 0;
+    const TimerValues stValues = nFrames != 0 ? ComputeTimerValues(nFileTime, m_pDlgShow->GetPlayedTime(),
+                                                                   nFrames, m_pDlgShow->GetCurrentFrameNum())
+                                              : TimerValues();
 
     if (IsActiveState(m_pDlgShow->GetPlayState())) {
-        m_pLabFrameIndex->setText(QStringLiteral("%1/%2").arg(nCurFrame).arg(nFrames));
-        m_pLabCurPlayTime->setText(FormatHms(nPlayed));
+        m_pLabFrameIndex->setText(QStringLiteral("%1/%2").arg(stValues.nCurFrame).arg(nFrames));
+        m_pLabCurPlayTime->setText(FormatHms(stValues.nPlayedShown));
         m_pLabWholeTime->setText(FormatHms(nFileTime));
 
         const int nSel = m_pDlgShow->GetSelWndIndex();
@@ -1196,15 +1529,18 @@ bool CVelquinDlg::On_PlayerTimer() {
             m_pLabFileName->setText(strName);
         m_pLabFileName->setToolTip(strName);
 
+        // While the user drags, the slider is the user's.
         if (!m_bSliderPressed)
-            m_pPlayProgressSlider->setValue(int(nPos));
+            m_pPlayProgressSlider->SetValue(int(stValues.nSliderPos));
     } else {
         m_pLabFrameIndex->clear();
         m_pLabFileName->clear();
         m_pLabCurPlayTime->setText(FormatHms(0));
         m_pLabWholeTime->setText(FormatHms(0));
-        m_pPlayProgressSlider->setValue(0);
+        m_pPlayProgressSlider->SetValue(0);
     }
+    // The synchronous ruler and the progress of the playlist rows join with
+    // synchronous play and the playlist.
     return true;
 }
 

@@ -19,11 +19,13 @@ class QLabel;
 class QLocale;
 class QMenu;
 class QMouseEvent;
-class QSlider;
 class QTimer;
+class QTimerEvent;
 class QVBoxLayout;
 class QWidget;
 class CCustomSlider;
+class CustomPlayerSlider;
+class SliderTips;
 class CDlgShow;
 class CSkinButton;
 struct OpenInfo;
@@ -67,6 +69,24 @@ public:
     // Starting size for a primary screen of the given size.
     static QSize InitialSizeForScreen(const QSize& sizeScreen);
 
+    // Conversions between the progress slider's units (0..65535) and the file.
+    // What the play timer shows for one reading of the selected window.
+    struct TimerValues {
+        uint nPlayedShown = 0; // played seconds for the label
+        uint nCurFrame = 0;    // current frame for the label
+        uint nSliderPos = 0;   // slider position
+    };
+    static TimerValues ComputeTimerValues(uint nFileTime, uint nPlayedTime, uint nTotalFrames,
+                                          uint nCurFrame);
+    // Frame asked for by a slider position when locating by frame; 65535 asks for
+    // the total frame count (the window decides what it does with it).
+    static qint64 SliderPosToFrame(uint nTotalFrames, int nPos);
+    // Second asked for by a slider position when locating by time.
+    static qint64 SliderPosToSeconds(uint nFileTime, int nPos);
+    // Repeat point frame from a mark's slider value, and back.
+    static qint64 SliderValueToRepeatFrame(uint nTotalFrames, uint nValue, int nRange);
+    static qint64 RepeatFrameToSliderValue(uint nTotalFrames, uint nFrame, int nRange);
+
     // IObserverBase: the skin notice.
     void SkinChanged() override;
 
@@ -99,12 +119,32 @@ public slots:
     bool On_Mute();
     bool On_SliderSetVolume(int nPos);
     bool SetVolumeValue(int nPos);
+    bool On_GoToBegin();
+    bool On_GoToEnd();
+    bool On_FrameForward();
+    bool On_FrameBackward();
+    bool On_Fast();
+    bool On_Slow();
+    bool On_RestoreCommonSpeed();
+    bool On_ReversePlay();
+    bool On_SetPlayProgress(int nPos);
+
+    // A-B repeat
+    bool On_ABRepeat();
+    bool On_ChangeRepeatPointValue(bool bPointAOrPointB, unsigned int nValue);
+    bool SetRepeatPointA(uint nFrame);
+    bool SetRepeatPointB(uint nFrame);
+    void RefreshRepeatMarks();
 
     // Control state
     bool On_UpdateCtrlsState();
     bool On_PlayerTimer();
     bool On_ChangeSelectWnd(int nPlayWndIndex);
     bool On_FileRefCreated(int nPlayWndIndex);
+    bool On_PlayProgressSliderMousePress();
+    bool On_PlayProgressSliderMouseRelease();
+    bool On_PlayProgressSliderMouseMoveValue(bool bShowGlobalTimeTips, QPoint ptMouse,
+                                             unsigned int nMouseMoveValue);
     bool On_KeyPressEvent(QKeyEvent* ev);
     bool On_DlgShowMousePressEvent(QMouseEvent* ev);
     bool On_DlgShowMouseMoveEvent(QMouseEvent* ev);
@@ -116,6 +156,7 @@ protected:
     void mouseReleaseEvent(QMouseEvent* ev) override;
     void mouseDoubleClickEvent(QMouseEvent* ev) override;
     void mouseMoveEvent(QMouseEvent* ev) override;
+    void timerEvent(QTimerEvent* ev) override;
 
 private:
     // Init steps
@@ -141,6 +182,10 @@ private:
     bool ShowFileDialog(QStringList& lstPaths, int nMax);
     bool ShowFolderDialog(QStringList& lstPaths, int nMax);
     bool GuardSyncMode();
+    // The guards of the transport commands; false stops the command.
+    bool GuardNoNetStream();   // the selected window holds no running stream
+    bool GuardSomethingOpen(); // the aggregate state is neither closed nor stopped
+    bool GuardFileRef();       // the selected window's frame index is ready
     void ShowInfoMessage(const QString& strKey, const QString& strDefault);
     void ApplyStyle(QWidget* pWidget, int nStyleIndex);
     static QString Text(const QString& strKey, const QString& strDefault);
@@ -163,8 +208,10 @@ private:
     int m_nContrast = 64;
     int m_nSaturation = 64;
     int m_nHue = 64;
-    bool m_bSliderPressed = false;
-    uint m_nVolume = 50; // 0..200; above 100 is boost
+    bool m_bSliderPressed = false;       // the user drags the progress slider; the timer leaves it alone
+    SliderTips* m_pSliderTips = nullptr; // global time over the progress slider
+    int m_nTipsTimerId = 0;              // hides the tip one second after the last move
+    uint m_nVolume = 50;                 // 0..200; above 100 is boost
     bool m_bPlaylistShown = true;
     QString m_strLastFolderDir;
     QString m_strConfigDir;
@@ -217,7 +264,7 @@ private:
     QWidget* m_pCtrlBarContainer = nullptr;
     QWidget* m_pProgressBarContainer = nullptr;
     QLabel* m_pLabCurPlayTime = nullptr;
-    QSlider* m_pPlayProgressSlider = nullptr; // shows progress; seeking joins later
+    CustomPlayerSlider* m_pPlayProgressSlider = nullptr;
     QLabel* m_pLabWholeTime = nullptr;
     QWidget* m_pCtrlBtnsContainer = nullptr;
     CSkinButton* m_pBtnOpenFiles = nullptr;

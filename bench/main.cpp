@@ -4,12 +4,16 @@
 //   velquin-bench framemd5 FILE
 //   velquin-bench throughput FILE [--ports N] [--realtime SECONDS] [--threads T]
 //   velquin-bench first-frame FILE
+//   velquin-bench seek FILE N... [--no-peer]
+//   velquin-bench stepback FILE FROM COUNT [--no-peer]
+//   velquin-bench reverse FILE [--seconds S] [--no-peer]
+//   velquin-bench index FILE [--no-peer]
 #include "BenchPort.h"
 #include "CpuMeter.h"
 #include "PeerDecode.h"
+#include "TransportBench.h"
 
 #include <QCoreApplication>
-#include <QCryptographicHash>
 #include <QFile>
 
 #include <algorithm>
@@ -27,7 +31,11 @@ int Usage() {
     std::fprintf(stderr,
                  "usage: velquin-bench framemd5 FILE\n"
                  "       velquin-bench throughput FILE [--ports N] [--realtime SECONDS] [--threads T]\n"
-                 "       velquin-bench first-frame FILE\n");
+                 "       velquin-bench first-frame FILE\n"
+                 "       velquin-bench seek FILE N... [--no-peer]\n"
+                 "       velquin-bench stepback FILE FROM COUNT [--no-peer]\n"
+                 "       velquin-bench reverse FILE [--seconds S] [--no-peer]\n"
+                 "       velquin-bench index FILE [--no-peer]\n");
     return 2;
 }
 
@@ -47,27 +55,14 @@ double Ms(Clock::duration d) {
     return std::chrono::duration<double, std::milli>(d).count();
 }
 
-// The picture of a display record as planar Y, U, V (YV12 holds V before U), hashed.
-QByteArray I420Md5Hex(const TAVRIX_DISPLAY_INFO& stInfo) {
-    const qsizetype nLuma = qsizetype(stInfo.nWidth) * stInfo.nHeight;
-    const qsizetype nChroma = qsizetype((stInfo.nWidth + 1) / 2) * ((stInfo.nHeight + 1) / 2);
-    if (!stInfo.pBuf || stInfo.nBufLen < nLuma + 2 * nChroma)
-        return QByteArray("short-buffer");
-    QCryptographicHash hash(QCryptographicHash::Md5);
-    hash.addData(QByteArrayView(stInfo.pBuf, nLuma));
-    hash.addData(QByteArrayView(stInfo.pBuf + nLuma + nChroma, nChroma));
-    hash.addData(QByteArrayView(stInfo.pBuf + nLuma, nChroma));
-    return hash.result().toHex();
-}
-
 int RunFrameMd5(const QString& strFile) {
     std::mutex mutex;
-    std::vector<QByteArray> hashes; // guarded by mutex
+    std::vector<std::string> hashes; // guarded by mutex
     BenchPort port;
     port.SetFrameSink([&](const TAVRIX_DISPLAY_INFO& stInfo) {
-        QByteArray md5 = I420Md5Hex(stInfo);
+        std::string strMd5 = BenchPort::I420Md5Hex(stInfo);
         std::lock_guard<std::mutex> lock(mutex);
-        hashes.push_back(std::move(md5));
+        hashes.push_back(std::move(strMd5));
     });
     if (!OpenOrSay(port, strFile))
         return 1;
@@ -82,7 +77,7 @@ int RunFrameMd5(const QString& strFile) {
     }
     port.Close();
     for (size_t i = 0; i < hashes.size(); ++i)
-        std::printf("%zu,%s\n", i, hashes[i].constData());
+        std::printf("%zu,%s\n", i, hashes[i].c_str());
     return 0;
 }
 
@@ -203,6 +198,37 @@ int RunFirstFrame(const QString& strFile) {
     std::printf("first_frame_ms: %.1f\n", dMs);
     return 0;
 }
+// Frame numbers as given on the command line; false on anything else.
+bool ParseFrameNums(const QStringList& args, std::vector<uint32_t>& vecFrames) {
+    for (const QString& arg : args) {
+        bool bOk = false;
+        const uint32_t nFrameNum = arg.toUInt(&bOk);
+        if (!bOk)
+            return false;
+        vecFrames.push_back(nFrameNum);
+    }
+    return true;
+}
+
+// The transport subcommands; args follow FILE, with --no-peer already taken out.
+int RunTransport(const QString& strCommand, const QString& strFile, QStringList args) {
+    const bool bPeer = !args.removeAll("--no-peer");
+    TransportBench bench(strFile, bPeer);
+    std::vector<uint32_t> vecFrames;
+    if (strCommand == "seek" && !args.isEmpty() && ParseFrameNums(args, vecFrames))
+        return bench.Seek(vecFrames);
+    if (strCommand == "stepback" && args.size() == 2 && ParseFrameNums(args, vecFrames))
+        return bench.StepBack(vecFrames[0], vecFrames[1]);
+    if (strCommand == "index" && args.isEmpty())
+        return bench.Index();
+    if (strCommand == "reverse" && args.isEmpty())
+        return bench.Reverse(0.0);
+    bool bOk = false;
+    const double dSeconds = args.size() == 2 && args[0] == "--seconds" ? args[1].toDouble(&bOk) : 0.0;
+    if (strCommand == "reverse" && bOk && dSeconds > 0)
+        return bench.Reverse(dSeconds);
+    return Usage();
+}
 } // namespace
 
 int main(int argc, char** argv) {
@@ -216,6 +242,8 @@ int main(int argc, char** argv) {
         return RunFrameMd5(strFile);
     if (strCommand == "first-frame" && args.size() == 2)
         return RunFirstFrame(strFile);
+    if (strCommand == "seek" || strCommand == "stepback" || strCommand == "reverse" || strCommand == "index")
+        return RunTransport(strCommand, strFile, args.mid(2));
     ThroughputOptions options;
     if (strCommand == "throughput" && ParseThroughputOptions(args.mid(2), options))
         return RunThroughput(strFile, options);

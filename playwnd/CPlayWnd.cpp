@@ -7,6 +7,7 @@
 #include <QMutexLocker>
 #include <QPainter>
 #include <QStyleOption>
+#include <QTimer>
 #include <QTimerEvent>
 
 #include <algorithm>
@@ -28,6 +29,13 @@ const int kRefreshMs = 100;
 const int kLowRateRefreshMs = 40;
 const int kAsciiPathSize = 1040;
 const int kSecretKeyBytes = 16;
+const int kRepeatABMs = 500;
+
+// Speed ladder: steps -4 .. 4, factor 2 to the power of the step.
+const int kMaxSpeedStep = 4;
+const int kMinSpeedStep = -4;
+// B frames the decoder may skip above normal speed.
+const int kThrowBFrameFast = 2;
 
 // Internal events of PostPlayEvent.
 const int kEventFileEnd = 102;
@@ -64,6 +72,8 @@ CPlayWnd::CPlayWnd(int nSubWndIndex, QWidget* pParent)
     connect(this, &CPlayWnd::Sig_DelayDisplayInfoTimer, this, &CPlayWnd::On_DelayDisplayInfoTimer);
     connect(this, &CPlayWnd::Sig_FileDecLowFrameRate, this, &CPlayWnd::On_FileDecLowFrameRate);
     connect(this, &CPlayWnd::Sig_ErrorMsg, this, &CPlayWnd::ErrorMsgBox);
+    connect(this, &CPlayWnd::Sig_RepeatABFrameOut, this, &CPlayWnd::On_RepeatABFrameOut,
+            Qt::QueuedConnection);
 
     setAttribute(Qt::WA_OpaquePaintEvent);
     SkinManager::AddObserver(this);
@@ -207,7 +217,13 @@ bool CPlayWnd::Play(bool bForce) {
     }
     // Fisheye view modes are applied here once the fisheye views exist.
 
-    if (!Tavrix_Play(m_lPort, m_hDisplayWnd)) {
+    if (m_bBackPlay) {
+        if (!Tavrix_ReversePlay(m_lPort)) {
+            qDebug("CPlayWnd::PlayNotSync() Tavrix_ReversePlay Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+                   Tavrix_GetLastError(m_lPort));
+            return false;
+        }
+    } else if (!Tavrix_Play(m_lPort, m_hDisplayWnd)) {
         qDebug("CPlayWnd::PlayNotSync() Tavrix_Play Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
                Tavrix_GetLastError(m_lPort));
         return false;
@@ -223,6 +239,9 @@ bool CPlayWnd::Play(bool bForce) {
             return true;
         }
     }
+
+    // Each start of the engine runs at normal speed: replay the step.
+    RestoreSpeed();
 
     KillTimerField(m_nRefreshTimer);
     m_nRefreshTimer = startTimer(kRefreshMs);
@@ -270,15 +289,17 @@ bool CPlayWnd::Stop() {
 }
 
 void CPlayWnd::ResetPlayState() {
+    m_nPlaySpeed = 0;
     m_bFileRefCreated = false;
     m_strSecretKey.clear();
+    m_bBackPlay = false;
     SetDisplayInfo(QString());
     m_nSoundState = -1;
     m_nFrameRate = -1;
     m_nVideoWidth = 0;
     m_nVideoHeight = 0;
-    m_bRepeatASet = false;
-    m_bRepeatBSet = false;
+    m_nThrowBFrame = 0;
+    ClearRepeatAB();
     {
         QMutexLocker lock(&m_mtxShared);
         std::memset(m_stWatermark, 0, sizeof(m_stWatermark));
@@ -297,6 +318,8 @@ bool CPlayWnd::Close() {
         QMutexLocker lock(&m_mtxShared);
         m_strFilePath.clear();
     }
+    // The group is the port's; a freed port has left it.
+    m_bSyncGroup = false;
     if (!Tavrix_FreePort(m_lPort)) {
         qDebug("Tavrix_FreePort() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
         return false;
@@ -318,6 +341,319 @@ void CPlayWnd::RefreshPlayEx(int nRegion) {
     if (m_lPort < 0 || (m_nPlayState != 1 && m_nPlayState != 2))
         return;
     Tavrix_RefreshPlayEx(m_lPort, static_cast<uint32_t>(nRegion));
+}
+
+// ---- speed, stepping and seeking ------------------------------------------------------
+
+bool CPlayWnd::Fast() {
+    if ((m_nPlayState != 1 && m_nPlayState != 2) || m_lPort < 0)
+        return false;
+    if (m_nPlaySpeed < kMaxSpeedStep) {
+        // Paused, only the step moves: Play replays it, since the engine starts
+        // each play at normal speed.
+        if (m_nPlayState == 1 && !Tavrix_Fast(m_lPort)) {
+            qDebug("CPlayWnd::Fast() Tavrix_Fast Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+            return false;
+        }
+        ++m_nPlaySpeed;
+        if (m_nPlaySpeed > 0)
+            SetThrowBFrame(kThrowBFrameFast);
+    } else {
+        m_nPlaySpeed = kMaxSpeedStep;
+    }
+    ShowSpeedText();
+    return true;
+}
+
+bool CPlayWnd::Slow() {
+    if ((m_nPlayState != 1 && m_nPlayState != 2) || m_lPort < 0)
+        return false;
+    if (m_nPlaySpeed <= kMinSpeedStep) {
+        m_nPlaySpeed = kMinSpeedStep;
+    } else {
+        if (m_nPlayState == 1 && !Tavrix_Slow(m_lPort)) {
+            qDebug("CPlayWnd::Slow() Tavrix_Slow Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+            return false;
+        }
+        --m_nPlaySpeed;
+        if (m_nPlaySpeed < 1)
+            SetThrowBFrame(0);
+    }
+    ShowSpeedText();
+    return true;
+}
+
+void CPlayWnd::ShowSpeedText() {
+    QString strText;
+    if (m_nPlaySpeed > 0) {
+        const QString strFormat = LangText(IDS_MainWnd_SpeedUp, "Speed * %d");
+        strText = QString::asprintf(strFormat.toUtf8().constData(), 1 << m_nPlaySpeed);
+    } else if (m_nPlaySpeed < 0) {
+        const QString strFormat = LangText(IDS_MainWnd_SpeedDown, "Speed / %d");
+        strText = QString::asprintf(strFormat.toUtf8().constData(), 1 << -m_nPlaySpeed);
+    } else {
+        strText = LangText(IDS_Global_Play, "Playing");
+    }
+    SetDisplayInfo(strText);
+    // A paused picture is not redrawn by play: show the text now.
+    if (m_nPlayState == 2)
+        RefreshPlayEx(0);
+    On_DelayDisplayInfoTimer(true);
+}
+
+bool CPlayWnd::RestoreSpeed() {
+    if (m_nPlaySpeed == 0)
+        return true;
+    bool bResult = true;
+    if (m_nPlaySpeed < 0) {
+        SetThrowBFrame(0);
+        for (int i = 0; i < -m_nPlaySpeed; ++i) {
+            if (!Tavrix_Slow(m_lPort)) {
+                qDebug("CPlayWnd::Play() Tavrix_Slow Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+                bResult = false;
+            }
+        }
+        return bResult;
+    }
+    SetThrowBFrame(kThrowBFrameFast);
+    for (int i = 0; i < m_nPlaySpeed; ++i) {
+        if (!Tavrix_Fast(m_lPort)) {
+            qDebug("CPlayWnd::Play() Tavrix_Fast Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+            bResult = false;
+        }
+    }
+    return bResult;
+}
+
+bool CPlayWnd::FrameForward() {
+    if (m_bSyncGroup || m_lPort < 0)
+        return false;
+    if (!Tavrix_OneByOne(m_lPort)) {
+        qDebug("CPlayWnd::FrameForward() Tavrix_OneByOne() Fail GetLastError()=%d",
+               Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    m_nPlayState = 2;
+    return true;
+}
+
+bool CPlayWnd::FrameBackward() {
+    if (m_bSyncGroup || m_lPort < 0)
+        return false;
+    if (!Tavrix_OneByOneBack(m_lPort)) {
+        qDebug("CPlayWnd::FrameForward() Tavrix_OneByOneBack() Fail GetLastError()=%d",
+               Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    m_nPlayState = 2;
+    return true;
+}
+
+bool CPlayWnd::GoToStart() {
+    if (m_lPort < 0)
+        return false;
+    if (!Tavrix_SetCurrentFrameNum(m_lPort, 0)) {
+        qDebug("CPlayWnd::GoToStart() Tavrix_SetCurrentFrameNum Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+               Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    return true;
+}
+
+bool CPlayWnd::GoToEnd() {
+    if (m_lPort < 0)
+        return false;
+    const uint nTotal = GetFileTotalFrames();
+    // Without a known length there is no last frame to go to.
+    if (nTotal == 0 || !Tavrix_SetCurrentFrameNum(m_lPort, nTotal - 1)) {
+        qDebug("CPlayWnd::GoToEnd() Tavrix_SetCurrentFrameNum Fail lTotalFrames=%u dwError=%u", nTotal,
+               Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    return true;
+}
+
+bool CPlayWnd::SetFramePos(uint nFrame) {
+    if (m_lPort < 0)
+        return false;
+    qDebug() << "Tavrix_SetCurrentFrameNum:" << nFrame;
+    if (!Tavrix_SetCurrentFrameNum(m_lPort, nFrame)) {
+        qDebug("CPlayWnd::SetFramePos() Tavrix_SetCurrentFrameNum Fail dwErr=%d",
+               Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    return true;
+}
+
+bool CPlayWnd::SetTimePos(uint nSeconds) {
+    if (m_lPort < 0)
+        return false;
+    if (!Tavrix_SetPlayedTimeEx(m_lPort, nSeconds * 1000)) {
+        qDebug("CPlayWnd::SetTimePos() Fail dwErr=%d", Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    return true;
+}
+
+bool CPlayWnd::SetTimePosMS(uint nMS) {
+    if (m_lPort < 0)
+        return false;
+    if (!Tavrix_SetPlayedTimeEx(m_lPort, nMS)) {
+        qDebug() << "Tavrix_SetPlayedTimeEx fails" << Tavrix_GetLastError(m_lPort);
+        return false;
+    }
+    return true;
+}
+
+bool CPlayWnd::BackPlay(bool bBack) {
+    if (m_lPort < 0 || m_bSyncGroup || !m_bFileRefCreated)
+        return false;
+    const int nState = m_nPlayState;
+    if (nState == 1 || nState == 2) {
+        if (bBack && !Tavrix_ReversePlay(m_lPort)) {
+            qDebug("CPlayWnd::BackPlay() Tavrix_ReversePlay Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+                   Tavrix_GetLastError(m_lPort));
+            return false;
+        }
+        if (!bBack && !Tavrix_Play(m_lPort, m_hDisplayWnd)) {
+            qDebug("CPlayWnd::BackPlay() Tavrix_Play Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+                   Tavrix_GetLastError(m_lPort));
+            return false;
+        }
+        // A paused window stays paused, now facing the new way.
+        if (nState == 2 && !Tavrix_Pause(m_lPort, 1))
+            qDebug("CPlayWnd::BackPlay() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+                   Tavrix_GetLastError(m_lPort));
+    }
+    // Outside play and pause the direction waits for the next Play. The engine
+    // restarted at normal speed, so the step follows it.
+    SetThrowBFrame(0);
+    m_bBackPlay = bBack;
+    m_nPlaySpeed = 0;
+    m_bRepeatArmed = true;
+    return true;
+}
+
+bool CPlayWnd::CheckKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut) {
+    if (m_lPort < 0)
+        return false;
+    return Tavrix_GetKeyFramePos(m_lPort, nValue, nType, pOut);
+}
+
+bool CPlayWnd::CheckNextKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut) {
+    if (m_lPort < 0)
+        return false;
+    return Tavrix_GetNextKeyFramePos(m_lPort, nValue, nType, pOut);
+}
+
+bool CPlayWnd::SetThrowBFrame(int nNum) {
+    if (m_lPort < 0 || nNum < 0)
+        return false;
+    if (!Tavrix_ThrowBFrameNum(m_lPort, static_cast<uint32_t>(nNum))) {
+        qDebug("Tavrix_ThrowBFrameNum dwErr=%d", Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    m_nThrowBFrame = nNum;
+    return true;
+}
+
+// ---- A-B repeat ---------------------------------------------------------------------
+
+bool CPlayWnd::SetRepeatA(uint nFrame) {
+    if (m_lPort < 0 || nFrame >= GetFileTotalFrames())
+        return false;
+    if ((m_pDlgShow && m_pDlgShow->IsSyncPlay()) || (m_nPlayState != 1 && m_nPlayState != 2))
+        return false;
+    m_nRepeatAFrame = nFrame;
+    m_bRepeatASet = true;
+    m_bRepeatArmed = true;
+    return true;
+}
+
+bool CPlayWnd::SetRepeatB(uint nFrame) {
+    if (m_lPort < 0 || nFrame == 0 || nFrame > GetFileTotalFrames())
+        return false;
+    if ((m_pDlgShow && m_pDlgShow->IsSyncPlay()) || (m_nPlayState != 1 && m_nPlayState != 2))
+        return false;
+    m_nRepeatBFrame = nFrame;
+    // A range needs A before B: without one, or behind B, A is the start.
+    if (!m_bRepeatASet || nFrame <= m_nRepeatAFrame)
+        m_nRepeatAFrame = 0;
+    m_bRepeatASet = true;
+    m_bRepeatArmed = true;
+    m_bRepeatBSet = true;
+
+    if (!m_pRepeatABTimer) {
+        m_pRepeatABTimer = new QTimer(this);
+        if (!connect(m_pRepeatABTimer, &QTimer::timeout, this, &CPlayWnd::On_RepeatABTimer))
+            return false;
+    }
+    m_pRepeatABTimer->start(kRepeatABMs);
+    return true;
+}
+
+bool CPlayWnd::GetRepeatA(bool* pbSet, uint* pnFrame) {
+    if (pbSet)
+        *pbSet = m_bRepeatASet;
+    if (pnFrame)
+        *pnFrame = m_nRepeatAFrame;
+    return true;
+}
+
+bool CPlayWnd::GetRepeatB(bool* pbSet, uint* pnFrame) {
+    if (pbSet)
+        *pbSet = m_bRepeatBSet;
+    if (pnFrame)
+        *pnFrame = m_nRepeatBFrame;
+    return true;
+}
+
+bool CPlayWnd::ClearRepeatAB() {
+    m_bRepeatASet = false;
+    m_bRepeatBSet = false;
+    m_nRepeatAFrame = 0;
+    m_nRepeatBFrame = 0;
+    if (m_pRepeatABTimer)
+        m_pRepeatABTimer->stop();
+    return true;
+}
+
+bool CPlayWnd::On_RepeatABTimer() {
+    // The watchdog catches what the shown frames cannot: a repeat set while the
+    // position already lies outside, a pause, or the end of the file.
+    return RepeatABCheck(GetCurrentFrameNum());
+}
+
+bool CPlayWnd::On_RepeatABFrameOut(uint nFrame) {
+    return RepeatABCheck(nFrame);
+}
+
+bool CPlayWnd::RepeatABCheck(uint nCur) {
+    if (!m_bRepeatASet || !m_bRepeatBSet)
+        return false;
+    if (m_pDlgShow && m_pDlgShow->IsSyncPlay())
+        return false;
+    const uint nTotal = GetFileTotalFrames();
+    const uint nA = m_nRepeatAFrame;
+    const uint nB = m_nRepeatBFrame;
+    if (!m_bBackPlay) {
+        if (nCur < nA || nCur >= nB || (nTotal > 0 && nCur >= nTotal - 1))
+            return SetFramePos(nA);
+        return true;
+    }
+    if (nCur <= nA || nCur > nB) {
+        // B may be the frame count itself: the last frame stands for it.
+        return SetFramePos((nB == nTotal && nTotal > 0) ? nTotal - 1 : nB);
+    }
+    return true;
+}
+
+bool CPlayWnd::IsRepeatFrameInside(uint nFrame) const {
+    const uint nA = m_nRepeatAFrame;
+    const uint nB = m_nRepeatBFrame;
+    if (!m_bBackPlay)
+        return nFrame >= nA && nFrame < nB;
+    return nFrame > nA && nFrame <= nB;
 }
 
 // ---- sound -------------------------------------------------------------------
@@ -537,6 +873,15 @@ void CPlayWnd::DisplayCallBack(TAVRIX_DISPLAY_INFO* pstDisplayInfo) {
         pWnd->m_nVideoWidth = pstDisplayInfo->nWidth;
         pWnd->m_nVideoHeight = pstDisplayInfo->nHeight;
         pWnd->PostPlayEvent(kEventSizeChange);
+    }
+    // A-B repeat to the frame: the first shown frame past the range asks the GUI
+    // thread for the jump back (the engine must not be commanded from here).
+    if (pWnd->m_bRepeatASet && pWnd->m_bRepeatBSet) {
+        const uint nFrame = pstDisplayInfo->nFrameNum;
+        if (pWnd->IsRepeatFrameInside(nFrame))
+            pWnd->m_bRepeatArmed = true;
+        else if (pWnd->m_bRepeatArmed.exchange(false))
+            emit pWnd->Sig_RepeatABFrameOut(nFrame);
     }
 }
 

@@ -57,6 +57,45 @@ public:
     // The engine redraws the last frame of a display region (0 main picture).
     void RefreshPlayEx(int nRegion);
 
+    // ---- speed, stepping and seeking ----
+    // One step up or down the speed ladder (-4 .. 4, factor 2 to the power of
+    // the step), in state 1 or 2. At the edge of the ladder the text still shows
+    // and the answer is true. While paused only the step moves; Play replays it.
+    bool Fast();
+    bool Slow();
+    int GetPlaySpeed() const { return m_nPlaySpeed; }
+    // One frame forward or back, then paused (state 2). Back needs the frame index.
+    bool FrameForward();
+    bool FrameBackward();
+    // Jumps; none of them changes the play state.
+    bool GoToStart();
+    bool GoToEnd();
+    bool SetFramePos(uint nFrame);
+    bool SetTimePos(uint nSeconds);
+    bool SetTimePosMS(uint nMS);
+    // Sets the direction of play and returns the speed to normal; needs the frame
+    // index. Outside play and pause the direction is kept for the next Play.
+    bool BackPlay(bool bBack);
+    bool IsBackPlay() const { return m_bBackPlay; }
+    // Joined to the engine's synchronous group (synchronous play is not built yet).
+    bool IsSyncGroup() const { return m_bSyncGroup; }
+    // Key frame at or before / strictly after a frame number or a time in ms.
+    bool CheckKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut);
+    bool CheckNextKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut);
+    // B frames the decoder may skip above normal speed (0 none, 2 the most).
+    bool SetThrowBFrame(int nNum);
+    int GetThrowBFrame() const { return m_nThrowBFrame; }
+
+    // ---- A-B repeat ----
+    // A must lie below the total frame count; B may equal it (the end of the file).
+    // Setting B starts the repeat: play loops between the points, and the end of
+    // the file is not reported while both are set.
+    bool SetRepeatA(uint nFrame);
+    bool SetRepeatB(uint nFrame);
+    bool GetRepeatA(bool* pbSet, uint* pnFrame);
+    bool GetRepeatB(bool* pbSet, uint* pnFrame);
+    bool ClearRepeatAB();
+
     // ---- sound ----
     bool EnableSound(bool bOn);
     // nVolume in percent, clamped to 0..200; only in state 1 or 2. Values above
@@ -130,12 +169,18 @@ signals:
     bool Sig_MarkInvalidFile(QString strFilePath, bool bState);
     void Sig_ErrorMsg(QString strMsg);
     void Sig_ErrorToStopPlay(QString strFilePath, int nErrorType, bool bSRFile);
+    // A shown frame lies outside the A-B range (display thread; arrives queued).
+    void Sig_RepeatABFrameOut(uint nFrame);
 
 public slots:
     bool On_WidthHeightChange();
     bool On_DelayDisplayInfoTimer(bool bEnable);
     bool On_FileDecLowFrameRate(bool bIsLowFrameRate);
     void ErrorMsgBox(QString strMsg);
+    // Watchdog of the A-B repeat, every 500 ms.
+    bool On_RepeatABTimer();
+    // Frame-exact side of the repeat: a shown frame left the range.
+    bool On_RepeatABFrameOut(uint nFrame);
 
 protected:
     void timerEvent(QTimerEvent* ev) override;
@@ -154,16 +199,32 @@ private:
     void DrawInfoText(QPainter* pPainter);
     QWidget* MainDlg() const;
     void KillTimerField(int& nTimerId);
+    void ShowSpeedText();
+    bool RestoreSpeed();
+    bool RepeatABCheck(uint nCur);
+    bool IsRepeatFrameInside(uint nFrame) const;
 
-    // Fields of later features (speed ladder, capture, zoom, fisheye, network
-    // session, picture controls) join the class with those features.
-    int m_nSoundState = -1;         // -1 not set since the last reset, 0 off, 1 on
-    bool m_bRepeatASet = false;     // A-B repeat points; with both set the end is not
-    bool m_bRepeatBSet = false;     // reported (the repeat itself is not built yet)
-    bool m_bSRFile = true;          // fisheye material; true until the first open
-    CDlgShow* m_pDlgShow = nullptr; // the stage; null if the parent is no stage
-    int m_lPort = -1;               // playback port; -1 none
-    int m_nOpenMode = 0;            // 0 nothing, 1 file, 2 stream
+    // Fields of later features (capture, zoom, fisheye, network session,
+    // picture controls) join the class with those features.
+    int m_nSoundState = -1; // -1 not set since the last reset, 0 off, 1 on
+    // A-B repeat points. Written on the GUI thread; the display and file end
+    // callbacks read them, hence atomics. With both set the end is not reported.
+    std::atomic<bool> m_bRepeatASet{false};
+    std::atomic<bool> m_bRepeatBSet{false};
+    std::atomic<uint> m_nRepeatAFrame{0};
+    std::atomic<uint> m_nRepeatBFrame{0};
+    // The display callback reports a frame outside the range once, then waits
+    // for a frame inside before it reports again, so one overrun makes one jump.
+    std::atomic<bool> m_bRepeatArmed{true};
+    QTimer* m_pRepeatABTimer = nullptr;   // 500 ms watchdog, made at first SetRepeatB
+    int m_nPlaySpeed = 0;                 // speed step -4 .. 4; 0 normal
+    std::atomic<bool> m_bBackPlay{false}; // reverse direction; read by the display callback
+    bool m_bSyncGroup = false;            // in the engine's synchronous group
+    int m_nThrowBFrame = 0;               // B frames the decoder may skip
+    bool m_bSRFile = true;                // fisheye material; true until the first open
+    CDlgShow* m_pDlgShow = nullptr;       // the stage; null if the parent is no stage
+    int m_lPort = -1;                     // playback port; -1 none
+    int m_nOpenMode = 0;                  // 0 nothing, 1 file, 2 stream
     QString m_strSecretKey;
     QString m_strFilePath;            // native separators for files; written under m_mtxShared
     std::atomic<int> m_nPlayState{0}; // also read by the file end callback

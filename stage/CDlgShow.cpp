@@ -299,6 +299,69 @@ bool CDlgShow::IsFileRefCreated() {
     return pWnd ? pWnd->IsFileRefCreated() : false;
 }
 
+bool CDlgShow::IsBackPlay() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->IsBackPlay() : false;
+}
+
+int CDlgShow::GetPlaySpeed() {
+    if (!m_bSyncPlay) {
+        CPlayWnd* pWnd = SelWnd();
+        return pWnd ? pWnd->GetPlaySpeed() : 0;
+    }
+    // The group moves its speed together: the first running window speaks for it.
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        if (pWnd && (pWnd->GetPlayState() == 1 || pWnd->GetPlayState() == 2))
+            return pWnd->GetPlaySpeed();
+    }
+    return 0;
+}
+
+bool CDlgShow::SetThrowBFrame(int nNum) {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->SetThrowBFrame(nNum) : false;
+}
+
+int CDlgShow::GetThrowBFrame() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetThrowBFrame() : -1;
+}
+
+bool CDlgShow::CheckKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut) {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->CheckKeyFramePos(nValue, nType, pOut) : false;
+}
+
+bool CDlgShow::CheckNextKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut) {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->CheckNextKeyFramePos(nValue, nType, pOut) : false;
+}
+
+bool CDlgShow::SetRepeatA(uint nFrame) {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->SetRepeatA(nFrame) : false;
+}
+
+bool CDlgShow::SetRepeatB(uint nFrame) {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->SetRepeatB(nFrame) : false;
+}
+
+bool CDlgShow::GetRepeatA(bool* pbSet, uint* pnFrame) {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetRepeatA(pbSet, pnFrame) : false;
+}
+
+bool CDlgShow::GetRepeatB(bool* pbSet, uint* pnFrame) {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->GetRepeatB(pbSet, pnFrame) : false;
+}
+
+bool CDlgShow::ClearRepeatAB() {
+    CPlayWnd* pWnd = SelWnd();
+    return pWnd ? pWnd->ClearRepeatAB() : false;
+}
+
 bool CDlgShow::IsHardDecode(int i) {
     return ValidIndex(i) ? m_pPlayWnd[i]->IsHardDecode() : false;
 }
@@ -387,6 +450,111 @@ bool CDlgShow::SetVolume(int i, bool bSound, uint nVolume, bool bShowInfo) {
     if (!ValidIndex(i))
         return false;
     return m_pPlayWnd[i]->SetVolume(bSound, static_cast<int>(std::min<uint>(nVolume, 200)), bShowInfo);
+}
+
+bool CDlgShow::FrameForward() {
+    if (m_bSyncPlay)
+        return false;
+    CPlayWnd* pWnd = SelWnd();
+    const bool bResult = pWnd && pWnd->FrameForward();
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::FrameBackward() {
+    if (m_bSyncPlay)
+        return false;
+    CPlayWnd* pWnd = SelWnd();
+    const bool bResult = pWnd && pWnd->FrameBackward();
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::Fast() {
+    bool bResult = false;
+    if (m_bSyncPlay) {
+        // The group keeps one speed: every running window takes the step.
+        for (CPlayWnd* pWnd : m_pPlayWnd) {
+            if (pWnd && (pWnd->GetPlayState() == 1 || pWnd->GetPlayState() == 2))
+                bResult = pWnd->Fast() || bResult;
+        }
+    } else {
+        CPlayWnd* pWnd = SelWnd();
+        if (pWnd && (pWnd->GetPlayState() == 1 || pWnd->GetPlayState() == 2))
+            bResult = pWnd->Fast();
+    }
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::Slow() {
+    bool bResult = false;
+    if (m_bSyncPlay) {
+        for (CPlayWnd* pWnd : m_pPlayWnd) {
+            if (pWnd && (pWnd->GetPlayState() == 1 || pWnd->GetPlayState() == 2))
+                bResult = pWnd->Slow() || bResult;
+        }
+    } else {
+        CPlayWnd* pWnd = SelWnd();
+        if (pWnd && (pWnd->GetPlayState() == 1 || pWnd->GetPlayState() == 2))
+            bResult = pWnd->Slow();
+    }
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::SetFramePos(uint nFrame) {
+    if (m_bSyncPlay)
+        return false;
+    CPlayWnd* pWnd = SelWnd();
+    const bool bResult = pWnd && pWnd->SetFramePos(nFrame);
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::SetTimePos(uint nSeconds) {
+    if (m_bSyncPlay)
+        return false;
+    CPlayWnd* pWnd = SelWnd();
+    const bool bResult = pWnd && pWnd->SetTimePos(nSeconds);
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::SetTimePos(int i, uint nSeconds) {
+    if (m_bSyncPlay || !ValidIndex(i))
+        return false;
+    return m_pPlayWnd[i]->SetTimePos(nSeconds);
+}
+
+bool CDlgShow::GoToStart() {
+    // The group's position follows global time: one window may not jump alone.
+    bool bResult = true;
+    if (!m_bSyncPlay) {
+        CPlayWnd* pWnd = SelWnd();
+        bResult = pWnd && pWnd->GoToStart();
+    }
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::GoToEnd() {
+    bool bResult = true;
+    if (!m_bSyncPlay) {
+        CPlayWnd* pWnd = SelWnd();
+        bResult = pWnd && pWnd->GoToEnd();
+    }
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
+}
+
+bool CDlgShow::BackPlay(bool bBack) {
+    if (m_bSyncPlay)
+        return false;
+    CPlayWnd* pWnd = SelWnd();
+    const bool bResult = pWnd && pWnd->BackPlay(bBack);
+    emit Sig_UpdateCtrlStatus();
+    return bResult;
 }
 
 bool CDlgShow::CloseByFilePath(QString strPath) {

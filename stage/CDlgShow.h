@@ -6,6 +6,7 @@
 #include <QWidget>
 
 #include "IObserverBase.h"
+#include "Tavrix.h"
 
 class QGridLayout;
 class QKeyEvent;
@@ -58,8 +59,20 @@ public:
     uint GetFileTime(int i);
     uint GetPlayedTime(); // selected window
     uint GetPlayedTime(int i);
-    uint GetCurrentFrameNum(); // selected window
-    bool IsFileRefCreated();   // selected window's frame index is ready
+    uint GetCurrentFrameNum();     // selected window
+    bool IsFileRefCreated();       // selected window's frame index is ready
+    bool IsBackPlay();             // selected window plays in reverse
+    int GetPlaySpeed();            // speed step of the selected window (in sync: of the first playing one)
+    bool SetThrowBFrame(int nNum); // selected window
+    int GetThrowBFrame();          // selected window; -1 when missing
+    bool CheckKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut);     // selected window
+    bool CheckNextKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut); // selected window
+    // A-B repeat of the selected window.
+    bool SetRepeatA(uint nFrame);
+    bool SetRepeatB(uint nFrame);
+    bool GetRepeatA(bool* pbSet, uint* pnFrame);
+    bool GetRepeatB(bool* pbSet, uint* pnFrame);
+    bool ClearRepeatAB();
     bool IsHardDecode(int i);
     // Read access to one window, for the stage's own users that need it (tests,
     // rulers); null for a bad index.
@@ -75,6 +88,20 @@ public:
     bool Stop(int i);
     bool PauseAllToggle();
     bool SetVolume(int i, bool bSound, uint nVolume, bool bShowInfo);
+    // Transport of the selected window. Those that move one window's position or
+    // direction refuse in synchronous play; the speed steps act on every
+    // playing or paused window of the group there.
+    bool FrameForward();
+    bool FrameBackward();
+    bool Fast();
+    bool Slow();
+    bool SetFramePos(uint nFrame);
+    bool SetTimePos(uint nSeconds);
+    bool SetTimePos(int i, uint nSeconds);
+    // In synchronous play these do nothing and answer true.
+    bool GoToStart();
+    bool GoToEnd();
+    bool BackPlay(bool bBack);
     bool CloseByFilePath(QString strPath);
 
     // IObserverBase: the skin notice.

@@ -68,8 +68,8 @@ class SkinTable;
 //   19 full screen synchronous ruler: qss SyncRulerFull.qss; sheets 0 button paused,
 //      1 button running; picture 2 mask.
 //   35 partial zoom window: qss PartZoomWnd.qss.
-//   36 progress slider: qss ProgressSlider.qss; colours 0 groove, 1 played part,
-//      2 handle, 3 repeat (A-B) marks.
+//   36 progress slider: qss ProgressSlider.qss; colours 0 bar before the A mark,
+//      1 played part, 2 span between the A and B marks, 3 the rest of the bar.
 //   37 slider tip: qss SliderTips.qss; picture 0 tip background.
 //   38 play window: qss PlayWnd.qss; colour 0 background, picture 1 cursor of the
 //      picture drag, colour 2 partial zoom rectangle.

@@ -162,7 +162,10 @@ bool Tavrix_ReversePlay(int32_t nPort);
 bool Tavrix_OneByOne(int32_t nPort);
 bool Tavrix_OneByOneBack(int32_t nPort);
 // Frame-exact jumps: the target frame is shown (paused ports show it at once,
-// playing ports play on from it). Play state and direction are kept.
+// playing ports play on from it). Play state and direction are kept. They
+// need the frame index: before it is complete they fail with
+// TAVRIX_ERR_NO_INDEX rather than land on a frame the counter does not name.
+// A time past the last frame goes to the last frame.
 bool Tavrix_SetCurrentFrameNum(int32_t nPort, uint32_t nFrameNum);
 bool Tavrix_SetPlayedTimeEx(int32_t nPort, uint32_t nTimeMs);
 // 0 decodes every frame; 1 or 2 lets the decoder skip non-reference B frames

@@ -51,6 +51,7 @@ void AudioDecoder::Start(PacketQueue* pQueue, bool bRealTime) {
     Join();
     m_pQueue = pQueue;
     m_bAbort = false;
+    avcodec_flush_buffers(m_pCodec.get()); // a new start may follow a seek
     m_bRealTime = bRealTime;
     m_nErrors = 0;
     m_bResync = true;
@@ -60,6 +61,15 @@ void AudioDecoder::Start(PacketQueue* pQueue, bool bRealTime) {
 void AudioDecoder::SetRealTime(bool bRealTime) {
     m_bRealTime = bRealTime;
     m_pReadings->NotifyProgress();
+}
+
+void AudioDecoder::SetSpeedStep(int nStep) {
+    m_nSpeedStep = nStep;
+    m_pReadings->NotifyProgress();
+    std::shared_ptr<AudioOutput> pOut = m_fnOutput();
+    if (pOut) {
+        pOut->Wake();
+    }
 }
 
 void AudioDecoder::Abort() {
@@ -111,7 +121,7 @@ int64_t AudioDecoder::FrameMs(const AVFrame* pFrame) const {
     return (av_rescale_q(pFrame->best_effort_timestamp, m_timeBase, AV_TIME_BASE_Q) - m_nFileStartUs) / 1000;
 }
 
-void AudioDecoder::KeepPaceWithPicture(const AVFrame* pFrame) {
+void AudioDecoder::KeepPaceWithPicture(const AVFrame* pFrame, bool bEvenWithOutput) {
     // Sound nobody hears is not decoded ahead of the picture: when sound is
     // switched on it can then start close to where the picture is.
     if (pFrame->best_effort_timestamp == AV_NOPTS_VALUE) {
@@ -119,9 +129,10 @@ void AudioDecoder::KeepPaceWithPicture(const AVFrame* pFrame) {
     }
     constexpr int64_t kLeadMs = 100;
     const int64_t nFrameMs = FrameMs(pFrame);
-    m_pReadings->WaitForProgress([this, nFrameMs] {
+    const int nStep = m_nSpeedStep.load();
+    m_pReadings->WaitForProgress([this, nFrameMs, nStep, bEvenWithOutput] {
         return m_bAbort.load() || !m_bRealTime.load() || m_pReadings->bEnded.load() ||
-               m_fnOutput() != nullptr ||
+               m_nSpeedStep.load() != nStep || (!bEvenWithOutput && m_fnOutput() != nullptr) ||
                (m_pReadings->bShown.load() && m_pReadings->nPlayedMs.load() >= nFrameMs - kLeadMs);
     });
 }
@@ -131,8 +142,13 @@ void AudioDecoder::HandleFrame(const AVFrame* pFrame) {
     if (!m_bRealTime) {
         return;
     }
+    if (m_nSpeedStep.load() != 0) {
+        KeepPaceWithPicture(pFrame, true);
+        m_bResync = true; // back at normal speed, sound starts where the picture is
+        return;
+    }
     if (m_fnOutput() == nullptr) {
-        KeepPaceWithPicture(pFrame);
+        KeepPaceWithPicture(pFrame, false);
     }
     Feed(pFrame);
 }

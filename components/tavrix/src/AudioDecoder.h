@@ -36,6 +36,9 @@ public:
     void Abort();
     void Join();
     void SetRealTime(bool bRealTime);
+    // Sound plays only at normal speed (0); at any other it keeps pace with
+    // the picture silently and lines up with it again on the return to 0.
+    void SetSpeedStep(int nStep);
 
 private:
     void Run();
@@ -44,7 +47,7 @@ private:
     void Feed(const AVFrame* pFrame);
     bool Resync(const AVFrame* pFrame, AudioOutput* pOut);
     int64_t FrameMs(const AVFrame* pFrame) const;
-    void KeepPaceWithPicture(const AVFrame* pFrame);
+    void KeepPaceWithPicture(const AVFrame* pFrame, bool bEvenWithOutput);
 
     const int m_nPort;
     CallbackSet* const m_pCallbacks;
@@ -57,6 +60,7 @@ private:
     PacketQueue* m_pQueue = nullptr;
     std::atomic<bool> m_bAbort{false};
     std::atomic<bool> m_bRealTime{true};
+    std::atomic<int> m_nSpeedStep{0};
     std::shared_ptr<AudioOutput> m_pCurrentOutput; // decode thread only
     bool m_bResync = true; // the next fed frame is lined up with the picture; decode thread only
 

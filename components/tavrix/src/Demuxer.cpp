@@ -151,8 +151,13 @@ int64_t Demuxer::VideoSpanUs() const {
 }
 
 bool Demuxer::RewindIfNeeded() {
-    if (!m_bHasRead) {
-        return true;
+    return !m_bHasRead || Rewind();
+}
+
+bool Demuxer::Rewind() {
+    if (m_pFormat->pb != nullptr) {
+        m_pFormat->pb->error = 0; // see SeekBefore
+        m_pFormat->pb->eof_reached = 0;
     }
     const int64_t nStart = m_pFormat->start_time != AV_NOPTS_VALUE ? m_pFormat->start_time : 0;
     int nErr = avformat_seek_file(m_pFormat.get(), -1, INT64_MIN, nStart, nStart, 0);
@@ -174,9 +179,16 @@ bool Demuxer::Start(bool bFeedAudio) {
         return false;
     }
     m_bAbort = false;
+    m_deqReadAhead.clear();
     if (!RewindIfNeeded()) {
         return false;
     }
+    m_nAudioFromUs = INT64_MIN;
+    StartThread(bFeedAudio, {});
+    return true;
+}
+
+void Demuxer::StartThread(bool bFeedAudio, std::vector<PacketPtr> vecFirst) {
     m_bHasRead = true;
     m_bFeedAudio = bFeedAudio && m_nAudioIndex >= 0;
     {
@@ -185,7 +197,114 @@ bool Demuxer::Start(bool bFeedAudio) {
     }
     m_videoQueue.Start();
     m_audioQueue.Start();
+    // Packets read ahead (checking a seek) go first, before the thread adds more.
+    for (PacketPtr& pPacket : vecFirst) {
+        Queue(std::move(pPacket));
+    }
     m_thread = std::thread(&Demuxer::Run, this);
+}
+
+bool Demuxer::SeekBefore(const SeekPoint& point, std::vector<PacketPtr>* pvecRead) {
+    // A stop may have cut a read short through the interrupt callback; that
+    // error stays on the I/O context until cleared, and would end the next
+    // read at once.
+    if (m_pFormat->pb != nullptr) {
+        m_pFormat->pb->error = 0;
+        m_pFormat->pb->eof_reached = 0;
+    }
+    // Transport streams carry no index and their time stamps may jump: the
+    // byte position the frame index noted is the reliable way in. Elsewhere
+    // the container's index finds the key frame by its time.
+    const bool bByBytes = point.nKeyPos >= 0 && (m_pFormat->iformat->flags & AVFMT_TS_DISCONT) != 0 &&
+                          (m_pFormat->iformat->flags & AVFMT_NO_BYTE_SEEK) == 0;
+    const int nErr = bByBytes
+                         ? av_seek_frame(m_pFormat.get(), -1, point.nKeyPos, AVSEEK_FLAG_BYTE)
+                         : av_seek_frame(m_pFormat.get(), m_nVideoIndex, point.nKeyPts, AVSEEK_FLAG_BACKWARD);
+    m_bHasRead = true;
+    if (nErr < 0) {
+        EngineLog::AvFail(m_nPort, "seek", nErr);
+        return false;
+    }
+    // A seek that lands after the key packet would leave the target without
+    // its references: the first video packet read tells.
+    for (int i = 0; i < 4096; ++i) {
+        PacketPtr pPacket = MakePacket();
+        if (!pPacket || av_read_frame(m_pFormat.get(), pPacket.get()) < 0) {
+            return false;
+        }
+        const bool bVideo = pPacket->stream_index == m_nVideoIndex;
+        const int64_t nPos = pPacket->pos;
+        pvecRead->push_back(std::move(pPacket));
+        if (bVideo) {
+            return point.nKeyPos < 0 || nPos < 0 || nPos <= point.nKeyPos;
+        }
+    }
+    return false;
+}
+
+bool Demuxer::SeekForReading(const SeekPoint& point) {
+    Stop();
+    if (!m_pFormat) {
+        return false;
+    }
+    m_bAbort = false;
+    m_deqReadAhead.clear();
+    std::vector<PacketPtr> vecRead;
+    if (!SeekBefore(point, &vecRead)) {
+        vecRead.clear();
+        if (!Rewind()) {
+            return false;
+        }
+    }
+    for (PacketPtr& pPacket : vecRead) {
+        m_deqReadAhead.push_back(std::move(pPacket));
+    }
+    return true;
+}
+
+int Demuxer::ReadVideoPacket(PacketPtr* ppOut) {
+    while (!m_deqReadAhead.empty()) {
+        PacketPtr pPacket = std::move(m_deqReadAhead.front());
+        m_deqReadAhead.pop_front();
+        if (pPacket->stream_index == m_nVideoIndex) {
+            *ppOut = std::move(pPacket);
+            return 0;
+        }
+    }
+    for (;;) {
+        PacketPtr pPacket = MakePacket();
+        if (!pPacket) {
+            return AVERROR(ENOMEM);
+        }
+        const int nErr = av_read_frame(m_pFormat.get(), pPacket.get());
+        if (nErr < 0) {
+            return nErr;
+        }
+        if (pPacket->stream_index == m_nVideoIndex) {
+            *ppOut = std::move(pPacket);
+            return 0;
+        }
+    }
+}
+
+bool Demuxer::StartAt(bool bFeedAudio, const SeekPoint& point) {
+    Stop();
+    if (!m_pFormat) {
+        return false;
+    }
+    m_bAbort = false;
+    m_deqReadAhead.clear();
+    std::vector<PacketPtr> vecRead;
+    if (!SeekBefore(point, &vecRead)) {
+        // Reading from the start always reaches the key packet; the decoder
+        // skips what comes before it without decoding.
+        vecRead.clear();
+        if (!Rewind()) {
+            return false;
+        }
+    }
+    m_nAudioFromUs = point.nAudioFromUs + m_info.nFileStartUs;
+    StartThread(bFeedAudio, std::move(vecRead));
     return true;
 }
 
@@ -227,10 +346,29 @@ bool Demuxer::WaitForRoom() {
     return !m_bRoomAbort;
 }
 
+bool Demuxer::Queue(PacketPtr pPacket) {
+    if (pPacket->stream_index == m_nVideoIndex) {
+        const AVStream* pVideo = VideoStream();
+        const int64_t nDurUs = av_rescale_q(pPacket->duration, pVideo->time_base, AV_TIME_BASE_Q);
+        return m_videoQueue.Push(std::move(pPacket), nDurUs);
+    }
+    if (m_bFeedAudio && pPacket->stream_index == m_nAudioIndex) {
+        const AVStream* pAudio = AudioStream();
+        if (m_nAudioFromUs != INT64_MIN && pPacket->pts != AV_NOPTS_VALUE) {
+            const int64_t nEndUs =
+                av_rescale_q(pPacket->pts + pPacket->duration, pAudio->time_base, AV_TIME_BASE_Q);
+            if (nEndUs < m_nAudioFromUs) {
+                return true; // sound from before a jump's target
+            }
+        }
+        const int64_t nDurUs = av_rescale_q(pPacket->duration, pAudio->time_base, AV_TIME_BASE_Q);
+        return m_audioQueue.Push(std::move(pPacket), nDurUs);
+    }
+    return true;
+}
+
 void Demuxer::Run() {
     pthread_setname_np(pthread_self(), "tavrix-demux"); // names the thread in debuggers and top
-    AVStream* pVideo = VideoStream();
-    AVStream* pAudio = AudioStream();
     while (WaitForRoom()) {
         PacketPtr pPacket = MakePacket();
         if (!pPacket) {
@@ -257,13 +395,7 @@ void Demuxer::Run() {
                 m_pCallbacks->ReportRunTime(2, TAVRIX_RT_DECRYPT);
             }
         }
-        if (pPacket->stream_index == m_nVideoIndex) {
-            const int64_t nDurUs = av_rescale_q(pPacket->duration, pVideo->time_base, AV_TIME_BASE_Q);
-            m_videoQueue.Push(std::move(pPacket), nDurUs);
-        } else if (m_bFeedAudio && pPacket->stream_index == m_nAudioIndex) {
-            const int64_t nDurUs = av_rescale_q(pPacket->duration, pAudio->time_base, AV_TIME_BASE_Q);
-            m_audioQueue.Push(std::move(pPacket), nDurUs);
-        }
+        Queue(std::move(pPacket));
     }
     m_videoQueue.PushEos();
     if (m_bFeedAudio) {

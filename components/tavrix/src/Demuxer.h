@@ -12,7 +12,9 @@
 #include <cstdint>
 #include <mutex>
 #include <string>
+#include <deque>
 #include <thread>
+#include <vector>
 
 namespace tavrix {
 
@@ -42,6 +44,22 @@ public:
     // Starts reading from the beginning of the file; bFeedAudio is false when
     // nobody takes audio packets.
     bool Start(bool bFeedAudio);
+    // Where a jump starts reading: the key packet a target frame needs, by its
+    // time (stream time base) and byte position (-1 unknown). Sound before
+    // nAudioFromUs (file time, microseconds) is not queued.
+    struct SeekPoint {
+        int64_t nKeyPts = 0;
+        int64_t nKeyPos = -1;
+        int64_t nAudioFromUs = 0;
+    };
+    // Starts reading at or before the key packet (never after it).
+    bool StartAt(bool bFeedAudio, const SeekPoint& point);
+    // Reading without the thread (reverse play reads on its own thread while
+    // the demux thread is stopped): positions at or before the key packet,
+    // then hands out video packets in file order. ReadVideoPacket answers 0,
+    // AVERROR_EOF or another AVERROR.
+    bool SeekForReading(const SeekPoint& point);
+    int ReadVideoPacket(PacketPtr* ppOut);
     // Aborts the thread and the queues, joins, and empties the queues.
     void Stop();
 
@@ -51,6 +69,10 @@ private:
     bool WaitForRoom();
     void NotifyRoom();
     bool RewindIfNeeded();
+    bool Rewind();
+    bool SeekBefore(const SeekPoint& point, std::vector<PacketPtr>* pvecRead);
+    void StartThread(bool bFeedAudio, std::vector<PacketPtr> vecFirst);
+    bool Queue(PacketPtr pPacket);
     void FillInfo(const std::string& strOriginalPath);
     int64_t VideoSpanUs() const;
 
@@ -61,8 +83,10 @@ private:
     int m_nAudioIndex = -1;
     MediaInfo m_info;
     bool m_bHasKey = false;
-    bool m_bFeedAudio = false; // written before the thread starts
-    bool m_bHasRead = false;   // the thread has read since the open; a new start rewinds
+    bool m_bFeedAudio = false;            // written before the thread starts
+    bool m_bHasRead = false;              // the thread has read since the open; a new start rewinds
+    int64_t m_nAudioFromUs = INT64_MIN;   // written before the thread starts
+    std::deque<PacketPtr> m_deqReadAhead; // packets read by SeekForReading's check; reader's thread only
     std::atomic<bool> m_bAbort{false};
     std::atomic<bool> m_bSawEncrypted{false};
 

@@ -195,6 +195,33 @@ int64_t FrameIndex::PtsOfFrame(uint32_t n) const {
     return pEntry != nullptr ? pEntry->nPts : AV_NOPTS_VALUE;
 }
 
+int64_t FrameIndex::FrameOfPts(int64_t nPts) const {
+    const int64_t n = LastFrameAtOrBeforePts(nPts);
+    return n >= 0 && m_vecEntries[static_cast<size_t>(n)].nPts == nPts ? n : -1;
+}
+
+int64_t FrameIndex::LastFrameAtOrBeforePts(int64_t nPts) const {
+    if (!IsComplete()) {
+        return -1;
+    }
+    // Entries are sorted by time once complete.
+    const auto it = std::upper_bound(m_vecEntries.begin(), m_vecEntries.end(), nPts,
+                                     [](int64_t nValue, const Entry& e) { return nValue < e.nPts; });
+    return static_cast<int64_t>(it - m_vecEntries.begin()) - 1;
+}
+
+int64_t FrameIndex::NextKeyFrameAfter(uint32_t n) const {
+    if (!IsComplete()) {
+        return -1;
+    }
+    for (size_t i = static_cast<size_t>(n) + 1; i < m_vecEntries.size(); ++i) {
+        if (m_vecEntries[i].bKey) {
+            return static_cast<int64_t>(i);
+        }
+    }
+    return -1;
+}
+
 AVRational FrameIndex::TimeBase() const {
     return m_timeBase;
 }

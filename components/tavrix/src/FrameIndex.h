@@ -55,6 +55,12 @@ public:
     // Display frame n's packet, or nullptr out of range.
     const Entry* EntryOfFrame(uint32_t n) const;
     AVRational TimeBase() const;
+    // Display frame whose time is exactly nPts, or -1 when no frame has it.
+    int64_t FrameOfPts(int64_t nPts) const;
+    // Last display frame whose time is at or before nPts, or -1 when none is.
+    int64_t LastFrameAtOrBeforePts(int64_t nPts) const;
+    // First key frame strictly after display frame n, or -1 when there is none.
+    int64_t NextKeyFrameAfter(uint32_t n) const;
 
 private:
     static int InterruptCallback(void* pOpaque);

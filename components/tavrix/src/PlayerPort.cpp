@@ -7,6 +7,7 @@
 #include "FrameIndex.h"
 #include "GlobalTime.h"
 #include "PathCodec.h"
+#include "ReversePlayer.h"
 #include "VideoDecoder.h"
 #include "VideoRenderer.h"
 
@@ -135,6 +136,7 @@ void PlayerPort::OnIndexComplete(uint32_t nFrames) {
 bool PlayerPort::CloseFile() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
     StopThreads();
+    m_pReverse.reset();
     m_pIndex.reset(); // aborts a scan under way and joins its thread
     m_pDemuxer.reset();
     {
@@ -181,6 +183,18 @@ bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
         m_bPaused = false;
         return StartThreads(m_pSink);
     }
+    // Every play starts at normal speed.
+    m_nSpeedStep = 0;
+    if (m_bReverse) {
+        // Forward again from the shown frame: the next one in display order.
+        StopProducers();
+        const uint32_t nShown = m_readings.nFrameNum.load();
+        const bool bAny = m_readings.bShown.load();
+        if (!StartForwardAt(bAny ? nShown + 1 : nShown, false)) {
+            return false;
+        }
+    }
+    ApplySpeed();
     if (m_bPaused) {
         // Play on a paused port resumes it.
         m_bPaused = false;
@@ -193,7 +207,7 @@ bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
     return true;
 }
 
-bool PlayerPort::StartThreads(std::shared_ptr<FrameSink> pSink) {
+bool PlayerPort::BuildThreads(std::shared_ptr<FrameSink> pSink, bool bPaused) {
     const MediaInfo info = m_pDemuxer->Info();
     m_readings.Reset();
     m_callbacks.ResetRunTimeReports();
@@ -216,42 +230,156 @@ bool PlayerPort::StartThreads(std::shared_ptr<FrameSink> pSink) {
     }
     auto pRenderer = std::make_unique<VideoRenderer>(m_nPort, &m_callbacks, &m_readings);
     pRenderer->SetSink(std::move(pSink));
-    pRenderer->Start(m_bRealTime, false);
-    if (!m_pDemuxer->Start(pAudio != nullptr)) {
-        pRenderer->Stop();
-        return Fail(TAVRIX_ERR_OPEN_FILE);
-    }
-    pVideo->Start(&m_pDemuxer->VideoQueue(), pRenderer.get());
-    if (pAudio) {
-        pAudio->Start(&m_pDemuxer->AudioQueue(), m_bRealTime);
-    }
+    pRenderer->Start(m_bRealTime, bPaused);
     std::shared_ptr<AudioOutput> pOut = CurrentOutput();
     if (pOut) {
         pOut->Flush();
-        pOut->SetPaused(false);
+        pOut->SetPaused(bPaused);
     }
     m_pRenderer = std::move(pRenderer);
     m_pVideo = std::move(pVideo);
     m_pAudio = std::move(pAudio);
     m_bRunning = true;
+    m_bPaused = bPaused;
+    m_bReverse = false;
+    m_nSpeedStep = 0;
     return true;
 }
 
-void PlayerPort::StopThreads() {
+bool PlayerPort::StartThreads(std::shared_ptr<FrameSink> pSink) {
+    if (!BuildThreads(std::move(pSink), false)) {
+        return false;
+    }
+    if (!m_pDemuxer->Start(m_pAudio != nullptr)) {
+        StopThreads();
+        return Fail(TAVRIX_ERR_OPEN_FILE);
+    }
+    m_pVideo->Start(&m_pDemuxer->VideoQueue(), m_pRenderer.get(), m_pIndex.get(), VideoDecoder::StartPoint());
+    if (m_pAudio) {
+        m_pAudio->Start(&m_pDemuxer->AudioQueue(), m_bRealTime);
+    }
+    ApplySpeed();
+    return true;
+}
+
+void PlayerPort::StopProducers() {
+    if (!m_bRunning) {
+        return;
+    }
     if (m_pAudio) {
         m_pAudio->Abort();
     }
-    if (m_pRenderer) {
-        m_pRenderer->Stop(); // also frees a decoder waiting for room
+    m_pRenderer->CloseGate(); // frees a producer waiting for room
+    if (m_pReverse) {
+        m_pReverse->Stop();
     }
-    if (m_pDemuxer) {
-        m_pDemuxer->Stop(); // frees decoders waiting for packets
-    }
-    if (m_pVideo) {
-        m_pVideo->Join();
-    }
+    m_pDemuxer->Stop(); // frees decoders waiting for packets
+    m_pVideo->Join();
     if (m_pAudio) {
         m_pAudio->Join();
+    }
+    std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+    if (pOut) {
+        pOut->Flush(); // sound from before the jump is not heard after it
+    }
+}
+
+const FrameIndex* PlayerPort::ReadyIndex() const {
+    return (m_pIndex && m_pIndex->IsComplete()) ? m_pIndex.get() : nullptr;
+}
+
+void PlayerPort::PublishPosition(uint32_t nFrame) {
+    // Readers see the target at once, before its picture is decoded: the
+    // counter names the frame that is about to show.
+    const FrameIndex* pIndex = ReadyIndex();
+    m_readings.nFrameNum = nFrame;
+    if (pIndex != nullptr && nFrame < pIndex->Count()) {
+        const AVRational tb = pIndex->TimeBase();
+        const int64_t nPtsUs = av_rescale_q(pIndex->PtsOfFrame(nFrame), tb, AV_TIME_BASE_Q);
+        std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
+        m_readings.nPlayedMs = (nPtsUs - m_info.nFileStartUs) / 1000;
+        m_readings.nSourceMs = (nPtsUs - m_info.nVideoStartUs) / 1000;
+    }
+    m_readings.NotifyProgress();
+}
+
+bool PlayerPort::StartForwardAt(uint32_t nFrame, bool bShowFirst) {
+    const FrameIndex* pIndex = ReadyIndex();
+    const uint32_t nCount = pIndex->Count();
+    // Past the last frame only the end is left: decode the last group with
+    // nothing to show, so the end arrives in order.
+    const bool bPastEnd = nFrame >= nCount;
+    const uint32_t nTarget = bPastEnd ? nCount - 1 : nFrame;
+    int64_t nKey = pIndex->KeyFrameAtOrBefore(nTarget);
+    if (nKey < 0) {
+        nKey = 0;
+    }
+    const FrameIndex::Entry* pKey = pIndex->EntryOfFrame(static_cast<uint32_t>(nKey));
+    VideoDecoder::StartPoint start;
+    start.bFromKey = true;
+    start.nKeyPts = pKey->nPts;
+    start.nTargetPts = bPastEnd ? INT64_MAX : pIndex->PtsOfFrame(nTarget);
+    start.nFirstFrame = nFrame;
+    Demuxer::SeekPoint point;
+    point.nKeyPts = pKey->nPts;
+    point.nKeyPos = pKey->nBytePos;
+    point.nAudioFromUs = bPastEnd ? INT64_MAX / 2
+                                  : av_rescale_q(start.nTargetPts, pIndex->TimeBase(), AV_TIME_BASE_Q) -
+                                        m_pDemuxer->Info().nFileStartUs;
+    m_pRenderer->OpenGate(bShowFirst);
+    if (!m_pDemuxer->StartAt(m_pAudio != nullptr, point)) {
+        return Fail(TAVRIX_ERR_OPEN_FILE);
+    }
+    m_pVideo->Start(&m_pDemuxer->VideoQueue(), m_pRenderer.get(), m_pIndex.get(), start);
+    if (m_pAudio) {
+        m_pAudio->Start(&m_pDemuxer->AudioQueue(), m_bRealTime);
+    }
+    m_bReverse = false;
+    if (!bPastEnd) {
+        PublishPosition(nFrame);
+    }
+    ApplySpeed();
+    return true;
+}
+
+bool PlayerPort::StartReverseAt(int64_t nFrame, bool bShowFirst) {
+    if (!m_pReverse) {
+        std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
+        auto pReverse = std::make_unique<ReversePlayer>(m_nPort, m_pDemuxer.get(), m_pIndex.get(), m_info);
+        if (!pReverse->Open()) {
+            return Fail(TAVRIX_ERR_DEC_VIDEO);
+        }
+        m_pReverse = std::move(pReverse);
+    }
+    m_pRenderer->OpenGate(bShowFirst);
+    m_pReverse->Start(m_pRenderer.get(), nFrame);
+    m_bReverse = true;
+    if (nFrame >= 0) {
+        PublishPosition(static_cast<uint32_t>(nFrame));
+    }
+    ApplySpeed();
+    return true;
+}
+
+void PlayerPort::ApplySpeed() {
+    if (!m_bRunning) {
+        return;
+    }
+    m_pRenderer->SetSpeedStep(m_nSpeedStep);
+    if (m_pAudio) {
+        m_pAudio->SetSpeedStep(m_bReverse ? 1 : m_nSpeedStep);
+    }
+    // Dropping pictures nothing refers to is only for fast play, and only
+    // with the index, which numbers the pictures that remain.
+    m_pVideo->SetSkipNonRef(m_nThrowB > 0 && m_nSpeedStep > 0 && !m_bReverse && ReadyIndex() != nullptr);
+}
+
+void PlayerPort::StopThreads() {
+    if (m_bRunning) {
+        StopProducers();
+    }
+    if (m_pRenderer) {
+        m_pRenderer->Stop();
     }
     m_pAudio.reset();
     m_pVideo.reset();
@@ -261,6 +389,8 @@ void PlayerPort::StopThreads() {
     m_nWindowKey = 0;
     m_bRunning = false;
     m_bPaused = false;
+    m_bReverse = false;
+    m_nSpeedStep = 0;
     m_bHardwareActive = false;
     std::shared_ptr<AudioOutput> pOut = CurrentOutput();
     if (pOut) {
@@ -292,6 +422,254 @@ bool PlayerPort::Stop() {
     }
     StopThreads();
     m_readings.Reset();
+    return true;
+}
+
+bool PlayerPort::Fast() {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer || !m_bRunning) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    if (m_nSpeedStep >= 4) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    if (m_nSpeedStep == 0) {
+        std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+        if (pOut) {
+            pOut->Flush(); // sound stops at once, not after what the device holds
+        }
+    }
+    ++m_nSpeedStep;
+    ApplySpeed();
+    return true;
+}
+
+bool PlayerPort::Slow() {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer || !m_bRunning) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    if (m_nSpeedStep <= -4) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    if (m_nSpeedStep == 0) {
+        std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+        if (pOut) {
+            pOut->Flush();
+        }
+    }
+    --m_nSpeedStep;
+    ApplySpeed();
+    return true;
+}
+
+bool PlayerPort::ThrowBFrames(uint32_t nNum) {
+    if (nNum > 2) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    m_nThrowB = nNum;
+    ApplySpeed();
+    return true;
+}
+
+bool PlayerPort::JumpTo(uint32_t nFrame) {
+    // Holds the control lock. The play state and the direction stay.
+    StopProducers();
+    const bool bShow = m_bPaused;
+    return m_bReverse ? StartReverseAt(nFrame, bShow) : StartForwardAt(nFrame, bShow);
+}
+
+bool PlayerPort::SetCurrentFrameNum(uint32_t nFrame) {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    const FrameIndex* pIndex = ReadyIndex();
+    if (pIndex == nullptr) {
+        // Without the index a jump could land on a frame other than the one
+        // the counter names.
+        return Fail(TAVRIX_ERR_NO_INDEX);
+    }
+    if (nFrame >= pIndex->Count()) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    if (!m_bRunning) {
+        // A stopped port opens paused on the frame.
+        if (!BuildThreads(m_pSink, true)) {
+            return false;
+        }
+    }
+    return JumpTo(nFrame);
+}
+
+bool PlayerPort::SetPlayedTimeMs(uint32_t nTimeMs) {
+    uint32_t nFrame = 0;
+    {
+        std::lock_guard<std::mutex> lock(m_mtxControl);
+        if (!m_pDemuxer) {
+            return Fail(TAVRIX_ERR_ORDER);
+        }
+        const FrameIndex* pIndex = ReadyIndex();
+        if (pIndex == nullptr) {
+            return Fail(TAVRIX_ERR_NO_INDEX);
+        }
+        // The last frame that starts at or before the time, counted from the first frame.
+        const int64_t nPts = pIndex->PtsOfFrame(0) + av_rescale_q_rnd(nTimeMs, AVRational{1, 1000},
+                                                                      pIndex->TimeBase(), AV_ROUND_DOWN);
+        const int64_t n = pIndex->LastFrameAtOrBeforePts(nPts);
+        nFrame = n > 0 ? static_cast<uint32_t>(n) : 0;
+    }
+    return SetCurrentFrameNum(nFrame);
+}
+
+bool PlayerPort::OneByOne() {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    if (!m_bRunning) {
+        // From a stop: the first frame, paused.
+        if (!BuildThreads(m_pSink, true)) {
+            return false;
+        }
+        if (!m_pDemuxer->Start(m_pAudio != nullptr)) {
+            StopThreads();
+            return Fail(TAVRIX_ERR_OPEN_FILE);
+        }
+        m_pRenderer->OpenGate(true);
+        m_pVideo->Start(&m_pDemuxer->VideoQueue(), m_pRenderer.get(), m_pIndex.get(),
+                        VideoDecoder::StartPoint());
+        if (m_pAudio) {
+            m_pAudio->Start(&m_pDemuxer->AudioQueue(), m_bRealTime);
+        }
+        ApplySpeed();
+        return true;
+    }
+    const uint32_t nShown = m_readings.nFrameNum.load();
+    if (!m_bPaused) {
+        m_bPaused = true;
+        m_pRenderer->SetPaused(true);
+        std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+        if (pOut) {
+            pOut->SetPaused(true);
+        }
+    }
+    if (m_bReverse) {
+        StopProducers();
+        return StartForwardAt(nShown + 1, true);
+    }
+    m_pRenderer->Step();
+    const FrameIndex* pIndex = ReadyIndex();
+    if (pIndex != nullptr && nShown + 1 < pIndex->Count()) {
+        PublishPosition(nShown + 1);
+    }
+    return true;
+}
+
+bool PlayerPort::OneByOneBack() {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer || !m_bRunning) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    if (ReadyIndex() == nullptr) {
+        return Fail(TAVRIX_ERR_NO_INDEX);
+    }
+    const uint32_t nShown = m_readings.nFrameNum.load();
+    if (nShown == 0) {
+        return Fail(TAVRIX_ERR_PARA_OVER); // nothing before the first frame
+    }
+    if (!m_bPaused) {
+        m_bPaused = true;
+        m_pRenderer->SetPaused(true);
+        std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+        if (pOut) {
+            pOut->SetPaused(true);
+        }
+    }
+    if (!m_bReverse) {
+        StopProducers();
+        return StartReverseAt(static_cast<int64_t>(nShown) - 1, true);
+    }
+    // The reverse player queues the frames before the shown one.
+    m_pRenderer->Step();
+    PublishPosition(nShown - 1);
+    return true;
+}
+
+bool PlayerPort::ReversePlay() {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    const FrameIndex* pIndex = ReadyIndex();
+    if (pIndex == nullptr) {
+        return Fail(TAVRIX_ERR_NO_INDEX);
+    }
+    m_nSpeedStep = 0;
+    if (!m_bRunning) {
+        // From a stop: backwards from the last frame.
+        if (!BuildThreads(m_pSink, false)) {
+            return false;
+        }
+        return StartReverseAt(static_cast<int64_t>(pIndex->Count()) - 1, false);
+    }
+    if (!m_bReverse) {
+        const uint32_t nShown = m_readings.nFrameNum.load();
+        const bool bAny = m_readings.bShown.load();
+        StopProducers();
+        if (!StartReverseAt(bAny ? static_cast<int64_t>(nShown) - 1 : static_cast<int64_t>(nShown), false)) {
+            return false;
+        }
+    }
+    ApplySpeed();
+    if (m_bPaused) {
+        m_bPaused = false;
+        m_pRenderer->SetPaused(false);
+    }
+    return true;
+}
+
+bool PlayerPort::KeyFramePos(uint32_t nValue, uint32_t nType, bool bNext, TAVRIX_FRAME_POS* pOut) {
+    if (pOut == nullptr || (nType != TAVRIX_BY_FRAMENUM && nType != TAVRIX_BY_FRAMETIME)) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    const FrameIndex* pIndex = ReadyIndex();
+    if (pIndex == nullptr) {
+        return Fail(TAVRIX_ERR_NO_INDEX);
+    }
+    const uint32_t nCount = pIndex->Count();
+    const int64_t nFirstPts = pIndex->PtsOfFrame(0);
+    const AVRational tb = pIndex->TimeBase();
+    int64_t nFrame = nValue;
+    if (nType == TAVRIX_BY_FRAMETIME) {
+        const int64_t nLastMs =
+            av_rescale_q(pIndex->PtsOfFrame(nCount - 1) - nFirstPts, tb, AVRational{1, 1000});
+        if (nValue > nLastMs + 1000) {
+            return Fail(TAVRIX_ERR_PARA_OVER);
+        }
+        nFrame = pIndex->LastFrameAtOrBeforePts(
+            nFirstPts + av_rescale_q_rnd(nValue, AVRational{1, 1000}, tb, AV_ROUND_DOWN));
+        if (nFrame < 0) {
+            nFrame = 0;
+        }
+    }
+    if (nFrame >= nCount) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    const int64_t nKey = bNext ? pIndex->NextKeyFrameAfter(static_cast<uint32_t>(nFrame))
+                               : pIndex->KeyFrameAtOrBefore(static_cast<uint32_t>(nFrame));
+    const FrameIndex::Entry* pEntry = nKey >= 0 ? pIndex->EntryOfFrame(static_cast<uint32_t>(nKey)) : nullptr;
+    if (pEntry == nullptr) {
+        return Fail(TAVRIX_ERR_PARA_OVER); // no key frame on that side
+    }
+    pOut->nFilePos = pEntry->nBytePos;
+    pOut->nFrameNum = static_cast<uint32_t>(nKey);
+    pOut->nFrameTime = static_cast<uint32_t>(av_rescale_q(pEntry->nPts - nFirstPts, tb, AVRational{1, 1000}));
     return true;
 }
 

@@ -3,6 +3,14 @@
 //   Demuxer thread -> video PacketQueue -> VideoDecoder thread -> VideoRenderer ring
 //                  -> audio PacketQueue -> AudioDecoder thread -> AudioOutput (SDL2)
 //   VideoRenderer thread: frame clock, display callback, FrameSink (the window)
+//   ReversePlayer thread (backwards, instead of the demuxer and decoders)
+//                  -> VideoRenderer ring
+//
+// Jumps, steps and direction changes keep the render thread (its window, its
+// last picture) and replace only what feeds it: the old producers are
+// stopped and joined behind the renderer's closed gate, the demuxer is moved
+// to the key frame the target needs (found in the frame index) and new ones
+// start, so nothing from before a command is shown after it.
 //
 // The picture sets the pace: the demuxer rests while the video queue holds
 // enough, the renderer waits for each picture's instant, and the audio
@@ -31,6 +39,7 @@ class AudioDecoder;
 class AudioOutput;
 class Demuxer;
 class FrameIndex;
+class ReversePlayer;
 class VideoDecoder;
 class VideoRenderer;
 
@@ -63,6 +72,17 @@ public:
     bool Pause(bool bPause);
     bool Stop();
     bool Refresh(uint32_t nRegion);
+    bool Fast();
+    bool Slow();
+    bool ReversePlay();
+    bool OneByOne();
+    bool OneByOneBack();
+    bool SetCurrentFrameNum(uint32_t nFrame);
+    bool SetPlayedTimeMs(uint32_t nTimeMs);
+    bool ThrowBFrames(uint32_t nNum);
+    // Key frame at or before (bNext false) or strictly after (bNext true) a
+    // frame number or a time (nType TAVRIX_BY_*).
+    bool KeyFramePos(uint32_t nValue, uint32_t nType, bool bNext, TAVRIX_FRAME_POS* pOut);
 
     // Readings.
     bool IsOpen() const;
@@ -82,7 +102,19 @@ public:
 
 private:
     bool StartThreads(std::shared_ptr<FrameSink> pSink);
+    bool BuildThreads(std::shared_ptr<FrameSink> pSink, bool bPaused);
     void StopThreads();
+    // The producers feed the render thread: the demuxer with the decoders
+    // (forward) or the reverse player. Stopping them keeps the render thread,
+    // its window and its last picture.
+    void StopProducers();
+    bool StartForwardAt(uint32_t nFrame, bool bShowFirst);
+    bool StartReverseAt(int64_t nFrame, bool bShowFirst);
+    bool JumpTo(uint32_t nFrame);
+    void ApplySpeed();
+    void PublishPosition(uint32_t nFrame);
+    // The frame index when complete (its queries answer from then on), else null.
+    const FrameIndex* ReadyIndex() const;
     std::shared_ptr<AudioOutput> CurrentOutput() const;
     bool Fail(uint32_t nError);
     void StartIndex(const std::string& strUtf8Path);
@@ -104,8 +136,12 @@ private:
     std::unique_ptr<FrameIndex> m_pIndex;       // kept across stops; guarded by m_mtxControl
     bool m_bRunning = false;                    // threads run; guarded by m_mtxControl
     bool m_bPaused = false;                     // guarded by m_mtxControl
-    uintptr_t m_nWindowKey = 0;                 // guarded by m_mtxControl
-    std::shared_ptr<FrameSink> m_pSink;         // guarded by m_mtxControl
+    bool m_bReverse = false; // the reverse player feeds the renderer; guarded by m_mtxControl
+    int m_nSpeedStep = 0;    // -4..4; guarded by m_mtxControl
+    uint32_t m_nThrowB = 0;  // guarded by m_mtxControl
+    std::unique_ptr<ReversePlayer> m_pReverse; // made on first use per file; guarded by m_mtxControl
+    uintptr_t m_nWindowKey = 0;                // guarded by m_mtxControl
+    std::shared_ptr<FrameSink> m_pSink;        // guarded by m_mtxControl
     std::atomic<bool> m_bHardwareActive{false};
 
     mutable std::mutex m_mtxInfo; // the facts of the open file, for readers on any thread

@@ -124,6 +124,46 @@ bool Tavrix_SetRealTime(int32_t nPort, bool bRealTime) {
     return Run(nPort, [bRealTime](PlayerPort& port) { return port.SetRealTime(bRealTime); });
 }
 
+bool Tavrix_Fast(int32_t nPort) {
+    return Run(nPort, [](PlayerPort& port) { return port.Fast(); });
+}
+
+bool Tavrix_Slow(int32_t nPort) {
+    return Run(nPort, [](PlayerPort& port) { return port.Slow(); });
+}
+
+bool Tavrix_ReversePlay(int32_t nPort) {
+    return Run(nPort, [](PlayerPort& port) { return port.ReversePlay(); });
+}
+
+bool Tavrix_OneByOne(int32_t nPort) {
+    return Run(nPort, [](PlayerPort& port) { return port.OneByOne(); });
+}
+
+bool Tavrix_OneByOneBack(int32_t nPort) {
+    return Run(nPort, [](PlayerPort& port) { return port.OneByOneBack(); });
+}
+
+bool Tavrix_SetCurrentFrameNum(int32_t nPort, uint32_t nFrameNum) {
+    return Run(nPort, [nFrameNum](PlayerPort& port) { return port.SetCurrentFrameNum(nFrameNum); });
+}
+
+bool Tavrix_SetPlayedTimeEx(int32_t nPort, uint32_t nTimeMs) {
+    return Run(nPort, [nTimeMs](PlayerPort& port) { return port.SetPlayedTimeMs(nTimeMs); });
+}
+
+bool Tavrix_ThrowBFrameNum(int32_t nPort, uint32_t nNum) {
+    return Run(nPort, [nNum](PlayerPort& port) { return port.ThrowBFrames(nNum); });
+}
+
+bool Tavrix_GetKeyFramePos(int32_t nPort, uint32_t nValue, uint32_t nType, TAVRIX_FRAME_POS* pFramePos) {
+    return Run(nPort, [=](PlayerPort& port) { return port.KeyFramePos(nValue, nType, false, pFramePos); });
+}
+
+bool Tavrix_GetNextKeyFramePos(int32_t nPort, uint32_t nValue, uint32_t nType, TAVRIX_FRAME_POS* pFramePos) {
+    return Run(nPort, [=](PlayerPort& port) { return port.KeyFramePos(nValue, nType, true, pFramePos); });
+}
+
 // ---- readings --------------------------------------------------------------------
 
 uint32_t Tavrix_GetFileTime(int32_t nPort) {

@@ -4,6 +4,7 @@
 
 #include "CallbackSet.h"
 #include "EngineLog.h"
+#include "FrameIndex.h"
 #include "VideoRenderer.h"
 
 #include <cmath>
@@ -124,10 +125,17 @@ bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHa
     return true;
 }
 
-void VideoDecoder::Start(PacketQueue* pQueue, VideoRenderer* pRenderer) {
+void VideoDecoder::Start(PacketQueue* pQueue, VideoRenderer* pRenderer, const FrameIndex* pIndex,
+                         const StartPoint& start) {
     Join();
+    // Nothing decoded before the new start may serve as a reference.
+    avcodec_flush_buffers(m_pCodec.get());
     m_pQueue = pQueue;
     m_pRenderer = pRenderer;
+    m_pIndex = pIndex;
+    m_start = start;
+    m_nNextFrame = start.nFirstFrame;
+    m_nLastPacketPts = 0;
     m_thread = std::thread(&VideoDecoder::Run, this);
 }
 
@@ -155,10 +163,20 @@ void VideoDecoder::CountError(int nAvError) {
 void VideoDecoder::Run() {
     pthread_setname_np(pthread_self(), "tavrix-vdec"); // names the thread in debuggers and top
     QueuedPacket item;
+    bool bWaitForKey = m_start.bFromKey;
     while (m_pQueue->Pop(&item)) {
         if (item.nSerial != m_pQueue->Serial()) {
             continue; // flushed while queued
         }
+        if (bWaitForKey && !item.bEos) {
+            // A picture decoded without its references would be grey or
+            // smeared: nothing goes in before the key packet of the target.
+            if (!IsStartPacket(*item.pPacket)) {
+                continue;
+            }
+            bWaitForKey = false;
+        }
+        m_pCodec->skip_frame = m_bSkipNonRef.load() ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
         const int nErr = avcodec_send_packet(m_pCodec.get(), item.bEos ? nullptr : item.pPacket.get());
         if (nErr < 0 && nErr != AVERROR(EAGAIN) && nErr != AVERROR_EOF) {
             CountError(nErr);
@@ -174,6 +192,24 @@ void VideoDecoder::Run() {
             return;
         }
     }
+}
+
+bool VideoDecoder::IsStartPacket(const AVPacket& packet) {
+    // The same time the frame index gave the packet.
+    const int64_t nPts = packet.pts != AV_NOPTS_VALUE   ? packet.pts
+                         : packet.dts != AV_NOPTS_VALUE ? packet.dts
+                                                        : m_nLastPacketPts;
+    m_nLastPacketPts = nPts;
+    return (packet.flags & AV_PKT_FLAG_KEY) != 0 && nPts == m_start.nKeyPts;
+}
+
+uint32_t VideoDecoder::NumberOf(int64_t nPts) {
+    // The index knows every picture's place; counting is the fallback while
+    // it is being built (and then play started at frame 0 and skips nothing).
+    const int64_t n = (m_pIndex != nullptr && nPts != AV_NOPTS_VALUE) ? m_pIndex->FrameOfPts(nPts) : -1;
+    const uint32_t nNum = n >= 0 ? static_cast<uint32_t>(n) : m_nNextFrame;
+    m_nNextFrame = nNum + 1;
+    return nNum;
 }
 
 bool VideoDecoder::ReceiveFrames() {
@@ -216,13 +252,18 @@ bool VideoDecoder::Deliver(FramePtr pFrame) {
         }
         pFrame = std::move(pSoft);
     }
+    // The packet's own time first: it is what the frame index sorted by.
+    const int64_t nPts = pFrame->pts != AV_NOPTS_VALUE ? pFrame->pts : pFrame->best_effort_timestamp;
+    if (m_start.bFromKey && nPts != AV_NOPTS_VALUE && nPts < m_start.nTargetPts) {
+        return true; // decoded only as a reference for the target
+    }
     auto pOut = std::make_unique<VideoFrame>();
-    const int64_t nPts =
-        pFrame->best_effort_timestamp != AV_NOPTS_VALUE ? pFrame->best_effort_timestamp : pFrame->pts;
+    pOut->nFrameNum = NumberOf(nPts);
     const int64_t nPtsUs =
         nPts != AV_NOPTS_VALUE ? av_rescale_q(nPts, m_timeBase, AV_TIME_BASE_Q) : m_nFileStartUs;
     pOut->nPtsUs = nPtsUs - m_nFileStartUs;
     pOut->nSourcePtsUs = nPtsUs - m_nVideoStartUs;
+    pOut->nClockUs = pOut->nPtsUs;
     pOut->nDurationUs = pFrame->pkt_duration > 0
                             ? av_rescale_q(pFrame->pkt_duration, m_timeBase, AV_TIME_BASE_Q)
                             : m_nFrameDurUs;

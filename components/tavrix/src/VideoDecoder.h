@@ -18,10 +18,20 @@
 namespace tavrix {
 
 class CallbackSet;
+class FrameIndex;
 class VideoRenderer;
 
 class VideoDecoder {
 public:
+    // Where decoding starts: at the beginning of the file, or (after a seek)
+    // at the key packet a target frame needs, showing nothing before the target.
+    struct StartPoint {
+        bool bFromKey = false;
+        int64_t nKeyPts = 0;      // the key packet's time (stream time base)
+        int64_t nTargetPts = 0;   // pictures before this time are decoded but not shown
+        uint32_t nFirstFrame = 0; // display index of the first picture shown
+    };
+
     VideoDecoder(int nPort, CallbackSet* pCallbacks, PlayReadings* pReadings);
     ~VideoDecoder();
     VideoDecoder(const VideoDecoder&) = delete;
@@ -32,7 +42,11 @@ public:
     // errors count as a decryption failure. False if the codec cannot open.
     bool Open(const AVStream* pStream, const MediaInfo& info, bool bHardware, bool bEncrypted,
               const std::atomic<bool>* pSawEncrypted);
-    void Start(PacketQueue* pQueue, VideoRenderer* pRenderer);
+    // pIndex (may be null, outlives the thread) numbers the pictures once complete.
+    void Start(PacketQueue* pQueue, VideoRenderer* pRenderer, const FrameIndex* pIndex,
+               const StartPoint& start);
+    // Lets the decoder drop pictures no other picture refers to (fast play).
+    void SetSkipNonRef(bool bSkip) { m_bSkipNonRef = bSkip; }
     // The queue and the renderer must be aborted first; this joins.
     void Join();
     bool HardwareActive() const { return m_bHardwareActive.load(); }
@@ -43,6 +57,8 @@ private:
     void Run();
     bool ReceiveFrames();
     bool Deliver(FramePtr pFrame);
+    bool IsStartPacket(const AVPacket& packet);
+    uint32_t NumberOf(int64_t nPts);
     void CountError(int nAvError);
     void CallDecodeCallback(const VideoFrame& frame);
 
@@ -63,6 +79,11 @@ private:
     int m_nErrors = 0;
     PacketQueue* m_pQueue = nullptr;
     VideoRenderer* m_pRenderer = nullptr;
+    const FrameIndex* m_pIndex = nullptr;
+    StartPoint m_start;        // decode thread only while it runs
+    uint32_t m_nNextFrame = 0; // decode thread only
+    int64_t m_nLastPacketPts = 0;
+    std::atomic<bool> m_bSkipNonRef{false};
     YuvConverter m_yuv;
     std::thread m_thread;
 };

@@ -4,6 +4,8 @@
 
 #include "CallbackSet.h"
 
+#include <algorithm>
+
 namespace tavrix {
 namespace {
 // Three pictures ahead keep the clock fed without holding much memory.
@@ -26,10 +28,13 @@ void VideoRenderer::Start(bool bRealTime, bool bPaused) {
         m_bPaused = bPaused;
         m_bRefreshPending = false;
         m_bEnded = false;
+        m_bGateClosed = false;
+        m_bResetClock = false;
+        m_nSteps = 0;
+        m_nSpeedStep = 0;
     }
     m_pLast.reset();
-    m_clock.Reset();
-    m_nDisplayIndex = 0;
+    m_clock = FrameClock();
     m_thread = std::thread(&VideoRenderer::Run, this);
 }
 
@@ -50,8 +55,8 @@ void VideoRenderer::Stop() {
 
 bool VideoRenderer::Push(std::unique_ptr<VideoFrame> pFrame) {
     std::unique_lock<std::mutex> lock(m_mtx);
-    m_cvSpace.wait(lock, [this] { return m_bAbort || m_deqRing.size() < kRingSize; });
-    if (m_bAbort) {
+    m_cvSpace.wait(lock, [this] { return m_bAbort || m_bGateClosed || m_deqRing.size() < kRingSize; });
+    if (m_bAbort || m_bGateClosed) {
         return false;
     }
     m_deqRing.push_back(std::move(pFrame));
@@ -60,10 +65,60 @@ bool VideoRenderer::Push(std::unique_ptr<VideoFrame> pFrame) {
     return true;
 }
 
+void VideoRenderer::CloseGate() {
+    std::unique_lock<std::mutex> lock(m_mtx);
+    m_bGateClosed = true;
+    m_deqRing.clear();
+    m_nSteps = 0;
+    m_cvSpace.notify_all();
+    m_cvWork.notify_all();
+    // A picture taken before the close finishes its callbacks first: once the
+    // command returns, no callback names a frame from before it. (Callbacks
+    // never call the transport, so this cannot wait on its own caller.)
+    m_cvCallbackDone.wait(lock, [this] { return !m_bInCallback; });
+}
+
+void VideoRenderer::OpenGate(bool bShowFirst) {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        m_bGateClosed = false;
+        m_deqRing.clear();
+        m_bResetClock = true;
+        m_bEnded = false;
+        m_bShownSinceGate = false;
+        m_nSteps = bShowFirst ? 1 : 0;
+    }
+    m_pReadings->bEnded = false;
+    m_cvWork.notify_all();
+}
+
+void VideoRenderer::Step() {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        ++m_nSteps;
+    }
+    m_cvWork.notify_all();
+}
+
+void VideoRenderer::SetSpeedStep(int nStep) {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        m_nSpeedStep = nStep;
+    }
+    m_cvWork.notify_all();
+}
+
 void VideoRenderer::SetPaused(bool bPaused) {
     {
         std::lock_guard<std::mutex> lock(m_mtx);
         m_bPaused = bPaused;
+        if (!bPaused) {
+            m_nSteps = 0; // steps belong to the pause they were asked in
+        } else if (!m_bShownSinceGate) {
+            // Paused right after a jump: the target still shows, so that the
+            // picture is the frame the counter names.
+            m_nSteps = std::max(m_nSteps, 1);
+        }
     }
     m_cvWork.notify_all();
 }
@@ -110,7 +165,8 @@ void VideoRenderer::Run() {
         // moment of the pause, not at the next picture.
         m_cvWork.wait(lock, [this, &bClockPaused] {
             return m_bAbort || m_bRefreshPending || m_bPaused != bClockPaused ||
-                   (!m_bPaused && !m_deqRing.empty());
+                   m_nSpeedStep != m_clock.SpeedStep() ||
+                   ((!m_bPaused || m_nSteps > 0) && !m_deqRing.empty());
         });
         if (m_bAbort) {
             break;
@@ -119,6 +175,10 @@ void VideoRenderer::Run() {
         if (m_bPaused != bClockPaused) {
             bClockPaused = m_bPaused;
             bClockPaused ? m_clock.Pause(now) : m_clock.Resume(now);
+            continue;
+        }
+        if (m_nSpeedStep != m_clock.SpeedStep()) {
+            m_clock.SetSpeedStep(m_nSpeedStep, now);
             continue;
         }
         if (m_bRefreshPending) {
@@ -131,41 +191,68 @@ void VideoRenderer::Run() {
             }
             continue;
         }
+        const bool bStep = m_bPaused;
+        if (bStep) {
+            --m_nSteps;
+        }
         VideoFrame& front = *m_deqRing.front();
         if (front.bEos) {
             m_deqRing.pop_front();
             m_cvSpace.notify_all();
             m_bEnded = true;
+            m_bInCallback = true;
             lock.unlock();
             m_pReadings->bEnded = true;
             m_pReadings->NotifyProgress();
             FireFileEnd();
             lock.lock();
+            m_bInCallback = false;
+            m_cvCallbackDone.notify_all();
             continue;
         }
+        if (m_bResetClock || bStep) {
+            // The first picture after a jump, or a single step, sets the clock.
+            m_bResetClock = false;
+            m_clock.Rebase(front.nClockUs, now);
+        }
         bool bToWindow = m_pSink != nullptr;
-        if (m_bRealTime) {
-            const auto tDue = m_clock.DueTime(front.nPtsUs, now);
+        if (m_bRealTime && !bStep) {
+            const auto tDue = m_clock.DueTime(front.nClockUs, now);
             if (now < tDue) {
                 // Wake early for commands; the loop re-evaluates the front.
-                m_cvWork.wait_until(lock, tDue,
-                                    [this] { return m_bAbort || m_bRefreshPending || m_bPaused; });
+                m_cvWork.wait_until(lock, tDue, [this] {
+                    return m_bAbort || m_bRefreshPending || m_bPaused || m_bResetClock ||
+                           m_nSpeedStep != m_clock.SpeedStep();
+                });
                 continue;
             }
             // Behind the clock with the next picture already due: show this
-            // one to the callbacks only and let the window catch up.
+            // one to the callbacks only and let the window catch up. Above
+            // normal speed it is not shown at all, so that the played time
+            // keeps pace with the clock.
             if (m_deqRing.size() > 1 && !m_deqRing[1]->bEos &&
-                m_clock.DueTime(m_deqRing[1]->nPtsUs, now) <= now) {
+                m_clock.DueTime(m_deqRing[1]->nClockUs, now) <= now) {
+                if (m_clock.SpeedStep() > 0) {
+                    m_deqRing.pop_front();
+                    m_cvSpace.notify_all();
+                    continue;
+                }
                 bToWindow = false;
             }
         }
         std::unique_ptr<VideoFrame> pFrame = std::move(m_deqRing.front());
         m_deqRing.pop_front();
+        m_bShownSinceGate = true;
+        m_bInCallback = true;
         std::shared_ptr<FrameSink> pSink = bToWindow ? m_pSink : nullptr;
         lock.unlock();
         m_cvSpace.notify_all();
         Publish(*pFrame);
         CallDisplay(*pFrame);
+        lock.lock();
+        m_bInCallback = false;
+        m_cvCallbackDone.notify_all();
+        lock.unlock();
         if (pSink) {
             pSink->Present(*pFrame);
         }
@@ -175,7 +262,7 @@ void VideoRenderer::Run() {
 }
 
 void VideoRenderer::Publish(const VideoFrame& frame) {
-    m_pReadings->nFrameNum = m_nDisplayIndex;
+    m_pReadings->nFrameNum = frame.nFrameNum;
     m_pReadings->nPlayedMs = frame.nPtsUs / 1000;
     m_pReadings->nSourceMs = frame.nSourcePtsUs / 1000;
     m_pReadings->bShown = true;
@@ -183,7 +270,6 @@ void VideoRenderer::Publish(const VideoFrame& frame) {
 }
 
 void VideoRenderer::CallDisplay(VideoFrame& frame) {
-    const uint32_t nIndex = m_nDisplayIndex++;
     const CallbackSet::Display cb = m_pCallbacks->GetDisplay();
     if (cb.pfn == nullptr || !frame.pFrame) {
         return;
@@ -200,7 +286,7 @@ void VideoRenderer::CallDisplay(VideoFrame& frame) {
     info.nStamp = static_cast<int32_t>(frame.nPtsUs / 1000);
     info.nType = TAVRIX_FRAME_YV12;
     info.nUser = cb.pUser;
-    info.nFrameNum = nIndex;
+    info.nFrameNum = frame.nFrameNum;
     cb.pfn(&info);
 }
 

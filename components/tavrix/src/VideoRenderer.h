@@ -36,6 +36,17 @@ public:
     // Decoder side: blocks while the ring is full; false once aborted.
     bool Push(std::unique_ptr<VideoFrame> pFrame);
 
+    // A producer change: CloseGate refuses pushes (waking a blocked one) and
+    // drops the ring; once the old producers are joined, OpenGate lets the new
+    // ones in and restarts the clock at their first picture. bShowFirst shows
+    // that picture even while paused (a jump on a paused port).
+    void CloseGate();
+    void OpenGate(bool bShowFirst);
+    // While paused: show the next picture of the ring, then stay paused.
+    void Step();
+    // Speed as a power of two, -4..4; above 0 late pictures are skipped.
+    void SetSpeedStep(int nStep);
+
     void SetPaused(bool bPaused);
     void SetRealTime(bool bRealTime);
     void SetSink(std::shared_ptr<FrameSink> pSink);
@@ -44,7 +55,6 @@ public:
 
 private:
     void Run();
-    void Show(VideoFrame& frame, bool bToWindow);
     void CallDisplay(VideoFrame& frame);
     void Publish(const VideoFrame& frame);
     void FireFileEnd();
@@ -62,12 +72,18 @@ private:
     bool m_bRealTime = true;                           // guarded by m_mtx
     bool m_bRefreshPending = false;                    // guarded by m_mtx
     bool m_bEnded = false;                             // guarded by m_mtx
+    bool m_bGateClosed = false;                        // guarded by m_mtx
+    bool m_bResetClock = false;                        // guarded by m_mtx
+    int m_nSteps = 0;                                  // pictures to show while paused; guarded by m_mtx
+    bool m_bShownSinceGate = true;                     // guarded by m_mtx
+    bool m_bInCallback = false;                        // a popped picture's callbacks run; guarded by m_mtx
+    std::condition_variable m_cvCallbackDone;          // CloseGate waits for m_bInCallback to clear
+    int m_nSpeedStep = 0;                              // requested speed; guarded by m_mtx
     std::shared_ptr<FrameSink> m_pSink;                // guarded by m_mtx
 
     // Owned by the render thread while it runs.
     std::unique_ptr<VideoFrame> m_pLast;
     FrameClock m_clock;
-    uint32_t m_nDisplayIndex = 0;
     YuvConverter m_yuv;
     std::thread m_thread;
 };

@@ -1,0 +1,276 @@
+// Frame-exact jumps: a jump by frame number or by time shows exactly the
+// frame the counter names, with the ffmpeg tool's picture for it, on every
+// container the engine plays; key frame queries answer from the frame index.
+#include "IndexWait.h"
+#include "PortProbe.h"
+
+#include <QRandomGenerator>
+#include <QtTest>
+
+namespace {
+const int kTimeoutMs = 20000;
+const int kFrameMs = 40;
+
+QStringList Clips() {
+    return {"h264_aac.mp4", "hevc.mkv", "ch01_20240315102030.ts", "mjpeg.avi", "mpeg4.mp4"};
+}
+} // namespace
+
+class TestSeek : public QObject {
+    Q_OBJECT
+
+private:
+    // Opens the clip, waits for its index, and leaves the port paused.
+    bool OpenPaused(PortProbe& probe, IndexWait& index, const QString& strClip, QStringList* pExpected);
+    // Jumps (paused) and checks the one picture shown.
+    void CheckJump(PortProbe& probe, const QStringList& expected, uint32_t nFrame);
+
+private slots:
+    void initTestCase();
+    void pausedJumpsShowTheNamedFrame_data();
+    void pausedJumpsShowTheNamedFrame();
+    void timeJumpsShowTheLastFrameAtOrBefore_data();
+    void timeJumpsShowTheLastFrameAtOrBefore();
+    void jumpWhilePlayingPlaysOnFromTarget_data();
+    void jumpWhilePlayingPlaysOnFromTarget();
+    void badJumpsAreRefused();
+    void keyFrameQueries_data();
+    void keyFrameQueries();
+    void closeRightAfterJumps();
+    void fastPlayDroppingBFramesKeepsNumbers_data();
+    void fastPlayDroppingBFramesKeepsNumbers();
+};
+
+void TestSeek::initTestCase() {
+    QVERIFY2(QFile::exists(PortProbe::MediaPath("h264_aac.mp4")), "test media missing");
+}
+
+bool TestSeek::OpenPaused(PortProbe& probe, IndexWait& index, const QString& strClip,
+                          QStringList* pExpected) {
+    const QString strPath = PortProbe::MediaPath(strClip);
+    *pExpected = PortProbe::ExpectedHashes(strPath);
+    if (pExpected->isEmpty() || !probe.TakePort() || !index.Register(probe.Port()) || !probe.Open(strPath))
+        return false;
+    if (!index.Wait(kTimeoutMs) || Tavrix_GetFileTotalFrames(probe.Port()) != uint32_t(pExpected->size()))
+        return false;
+    // A jump on a stopped port starts it paused on the frame.
+    if (!Tavrix_SetCurrentFrameNum(probe.Port(), 0) || !probe.WaitForFrames(1, kTimeoutMs))
+        return false;
+    probe.ClearFrames();
+    return true;
+}
+
+void TestSeek::CheckJump(PortProbe& probe, const QStringList& expected, uint32_t nFrame) {
+    probe.ClearFrames();
+    QVERIFY2(Tavrix_SetCurrentFrameNum(probe.Port(), nFrame),
+             qPrintable(QString("frame %1 error %2").arg(nFrame).arg(Tavrix_GetLastError(probe.Port()))));
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nFrame);
+    QVERIFY2(probe.WaitForFrames(1, kTimeoutMs), qPrintable(QString("frame %1 not shown").arg(nFrame)));
+    const PortProbe::Shown shown = probe.Frames().front();
+    QCOMPARE(shown.nFrameNum, nFrame);
+    QCOMPARE(QString::fromLatin1(shown.md5Hex), expected[int(nFrame)]);
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nFrame);
+}
+
+void TestSeek::pausedJumpsShowTheNamedFrame_data() {
+    QTest::addColumn<QString>("clip");
+    for (const QString& strClip : Clips())
+        QTest::newRow(qPrintable(strClip)) << strClip;
+}
+
+void TestSeek::pausedJumpsShowTheNamedFrame() {
+    QFETCH(QString, clip);
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    const uint32_t nLast = uint32_t(expected.size() - 1);
+    std::vector<uint32_t> vecTargets = {0, nLast};
+    QRandomGenerator random(20240315);
+    for (int i = 0; i < 50; ++i)
+        vecTargets.push_back(random.bounded(nLast + 1));
+    for (uint32_t nFrame : vecTargets) {
+        CheckJump(probe, expected, nFrame);
+        if (QTest::currentTestFailed())
+            return;
+        // A paused port shows the target and nothing after it.
+        QCOMPARE(probe.FrameCount(), 1);
+    }
+}
+
+void TestSeek::timeJumpsShowTheLastFrameAtOrBefore_data() {
+    pausedJumpsShowTheNamedFrame_data();
+}
+
+void TestSeek::timeJumpsShowTheLastFrameAtOrBefore() {
+    QFETCH(QString, clip);
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    // Times on a frame's start, just after it, and just before the next.
+    const struct {
+        uint32_t nMs;
+        uint32_t nFrame;
+    } aCases[] = {{0, 0},     {1, 0},     {39, 0},    {40, 1},
+                  {1000, 25}, {1039, 25}, {1961, 49}, {30 * kFrameMs + 20, 30}};
+    for (const auto& c : aCases) {
+        probe.ClearFrames();
+        QVERIFY(Tavrix_SetPlayedTimeEx(probe.Port(), c.nMs));
+        QVERIFY2(probe.WaitForFrames(1, kTimeoutMs), qPrintable(QString("%1 ms not shown").arg(c.nMs)));
+        const PortProbe::Shown shown = probe.Frames().front();
+        QCOMPARE(shown.nFrameNum, c.nFrame);
+        QCOMPARE(QString::fromLatin1(shown.md5Hex), expected[int(c.nFrame)]);
+        QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), c.nFrame);
+    }
+}
+
+void TestSeek::jumpWhilePlayingPlaysOnFromTarget_data() {
+    pausedJumpsShowTheNamedFrame_data();
+}
+
+void TestSeek::jumpWhilePlayingPlaysOnFromTarget() {
+    QFETCH(QString, clip);
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
+    const uint32_t nTarget = 17;
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nTarget));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    probe.ClearFrames();
+    QVERIFY(Tavrix_Play(probe.Port(), 0));
+    QVERIFY(probe.WaitForEnd(kTimeoutMs));
+    const std::vector<PortProbe::Shown> frames = probe.Frames();
+    QCOMPARE(int(frames.size()), expected.size() - int(nTarget) - 1);
+    for (size_t k = 0; k < frames.size(); ++k) {
+        const uint32_t nFrame = nTarget + 1 + uint32_t(k);
+        QCOMPARE(frames[k].nFrameNum, nFrame);
+        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(nFrame)]);
+    }
+    QCOMPARE(probe.EndCount(), 1);
+}
+
+void TestSeek::badJumpsAreRefused() {
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenPaused(probe, index, "h264_aac.mp4", &expected));
+    CheckJump(probe, expected, 10);
+    QVERIFY(!Tavrix_SetCurrentFrameNum(probe.Port(), uint32_t(expected.size())));
+    QCOMPARE(Tavrix_GetLastError(probe.Port()), uint32_t(TAVRIX_ERR_PARA_OVER));
+    // The refused jump leaves the picture where it was.
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), 10u);
+    Tavrix_CloseFile(probe.Port());
+    QVERIFY(!Tavrix_SetCurrentFrameNum(probe.Port(), 0));
+    QCOMPARE(Tavrix_GetLastError(probe.Port()), uint32_t(TAVRIX_ERR_ORDER));
+}
+
+void TestSeek::keyFrameQueries_data() {
+    pausedJumpsShowTheNamedFrame_data();
+}
+
+void TestSeek::keyFrameQueries() {
+    QFETCH(QString, clip);
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    const int32_t nPort = probe.Port();
+    const uint32_t nCount = uint32_t(expected.size());
+    TAVRIX_FRAME_POS first{};
+    QVERIFY(Tavrix_GetKeyFramePos(nPort, 0, TAVRIX_BY_FRAMENUM, &first));
+    QCOMPARE(first.nFrameNum, 0u);
+    QCOMPARE(first.nFrameTime, 0u);
+    QVERIFY(first.nFilePos >= 0);
+    for (uint32_t n = 0; n < nCount; ++n) {
+        TAVRIX_FRAME_POS at{};
+        QVERIFY(Tavrix_GetKeyFramePos(nPort, n, TAVRIX_BY_FRAMENUM, &at));
+        QVERIFY(at.nFrameNum <= n);
+        QCOMPARE(at.nFrameTime, at.nFrameNum * uint32_t(kFrameMs));
+        // By time the same frame gives the same key frame.
+        TAVRIX_FRAME_POS byTime{};
+        QVERIFY(Tavrix_GetKeyFramePos(nPort, n * kFrameMs + 5, TAVRIX_BY_FRAMETIME, &byTime));
+        QCOMPARE(byTime.nFrameNum, at.nFrameNum);
+        QCOMPARE(byTime.nFilePos, at.nFilePos);
+        TAVRIX_FRAME_POS next{};
+        if (Tavrix_GetNextKeyFramePos(nPort, n, TAVRIX_BY_FRAMENUM, &next)) {
+            QVERIFY(next.nFrameNum > n);
+            // No key frame lies between: the next one's own query names itself.
+            TAVRIX_FRAME_POS self{};
+            QVERIFY(Tavrix_GetKeyFramePos(nPort, next.nFrameNum, TAVRIX_BY_FRAMENUM, &self));
+            QCOMPARE(self.nFrameNum, next.nFrameNum);
+            TAVRIX_FRAME_POS before{};
+            QVERIFY(Tavrix_GetKeyFramePos(nPort, next.nFrameNum - 1, TAVRIX_BY_FRAMENUM, &before));
+            QVERIFY(before.nFrameNum <= n);
+            QVERIFY(next.nFilePos != at.nFilePos);
+        } else {
+            QCOMPARE(Tavrix_GetLastError(nPort), uint32_t(TAVRIX_ERR_PARA_OVER));
+        }
+    }
+    // Every clip has more than one key frame.
+    TAVRIX_FRAME_POS second{};
+    QVERIFY(Tavrix_GetNextKeyFramePos(nPort, 0, TAVRIX_BY_FRAMENUM, &second));
+    QVERIFY(second.nFrameNum > 0 && second.nFrameNum < nCount);
+    TAVRIX_FRAME_POS out{};
+    QVERIFY(!Tavrix_GetKeyFramePos(nPort, nCount, TAVRIX_BY_FRAMENUM, &out));
+    QCOMPARE(Tavrix_GetLastError(nPort), uint32_t(TAVRIX_ERR_PARA_OVER));
+    QVERIFY(!Tavrix_GetKeyFramePos(nPort, 0, 3, &out));
+    QCOMPARE(Tavrix_GetLastError(nPort), uint32_t(TAVRIX_ERR_PARA_OVER));
+    // A jump to a key frame shows it right.
+    CheckJump(probe, expected, second.nFrameNum);
+}
+
+void TestSeek::closeRightAfterJumps() {
+    // Jumps leave threads decoding; closing and freeing must stop them at once.
+    for (int i = 0; i < 5; ++i) {
+        PortProbe probe;
+        IndexWait index;
+        QStringList expected;
+        QVERIFY(OpenPaused(probe, index, "hevc.mkv", &expected));
+        QVERIFY(Tavrix_Pause(probe.Port(), 0));
+        QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), uint32_t(10 * i)));
+        QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), uint32_t(49 - i)));
+        if (i % 2 == 0)
+            probe.FreeWhilePlaying();
+        else
+            QVERIFY(Tavrix_Stop(probe.Port()));
+    }
+}
+
+void TestSeek::fastPlayDroppingBFramesKeepsNumbers_data() {
+    QTest::addColumn<QString>("clip");
+    for (const char* name : {"h264_aac.mp4", "ch01_20240315102030.ts", "mpeg4.mp4"})
+        QTest::newRow(name) << QString(name);
+}
+
+void TestSeek::fastPlayDroppingBFramesKeepsNumbers() {
+    // Faster than normal the decoder may leave out pictures nothing refers
+    // to; those that are shown still carry their own numbers and pictures.
+    QFETCH(QString, clip);
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
+    QVERIFY(Tavrix_ThrowBFrameNum(probe.Port(), 2));
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 0));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    probe.ClearFrames();
+    QVERIFY(Tavrix_Play(probe.Port(), 0));
+    QVERIFY(Tavrix_Fast(probe.Port()));
+    QVERIFY(probe.WaitForEnd(kTimeoutMs));
+    const std::vector<PortProbe::Shown> frames = probe.Frames();
+    QVERIFY(!frames.empty());
+    for (size_t k = 0; k < frames.size(); ++k) {
+        if (k > 0)
+            QVERIFY(frames[k].nFrameNum > frames[k - 1].nFrameNum);
+        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(frames[k].nFrameNum)]);
+    }
+    QCOMPARE(frames.back().nFrameNum, uint32_t(expected.size() - 1));
+    QCOMPARE(probe.EndCount(), 1);
+}
+
+QTEST_GUILESS_MAIN(TestSeek)
+#include "TestSeek.moc"

@@ -1,0 +1,239 @@
+// Steps and reverse play: stepping back from the last frame to the first and
+// playing the clip backwards give the ffmpeg tool's pictures in reverse, the
+// end comes once at frame 0, and the direction turns forward again from the
+// frame shown.
+#include "IndexWait.h"
+#include "PortProbe.h"
+
+#include <QtTest>
+
+namespace {
+const int kTimeoutMs = 20000;
+
+QStringList Clips() {
+    return {"h264_aac.mp4", "hevc.mkv", "ch01_20240315102030.ts", "mjpeg.avi", "mpeg4.mp4"};
+}
+} // namespace
+
+class TestStepReverse : public QObject {
+    Q_OBJECT
+
+private:
+    bool OpenIndexed(PortProbe& probe, IndexWait& index, const QString& strClip, QStringList* pExpected);
+    // One step (back or forward) from a paused port; checks the picture shown.
+    void CheckStep(PortProbe& probe, const QStringList& expected, bool bBack, uint32_t nExpectFrame);
+
+private slots:
+    void initTestCase();
+    void clips_data();
+    void stepBackFromLastToFirst_data() { clips_data(); }
+    void stepBackFromLastToFirst();
+    void stepsBothWays_data() { clips_data(); }
+    void stepsBothWays();
+    void reversePlayGivesClipBackwards_data() { clips_data(); }
+    void reversePlayGivesClipBackwards();
+    void pauseInReverseThenPlayForward();
+    void pauseRightAfterJumpShowsTarget();
+    void stepPausesPlayingPort();
+    void reverseAtSpeedEndsOnce();
+    void closeDuringReversePlay();
+};
+
+void TestStepReverse::initTestCase() {
+    QVERIFY2(QFile::exists(PortProbe::MediaPath("h264_aac.mp4")), "test media missing");
+}
+
+void TestStepReverse::clips_data() {
+    QTest::addColumn<QString>("clip");
+    for (const QString& strClip : Clips())
+        QTest::newRow(qPrintable(strClip)) << strClip;
+}
+
+bool TestStepReverse::OpenIndexed(PortProbe& probe, IndexWait& index, const QString& strClip,
+                                  QStringList* pExpected) {
+    const QString strPath = PortProbe::MediaPath(strClip);
+    *pExpected = PortProbe::ExpectedHashes(strPath);
+    return !pExpected->isEmpty() && probe.TakePort() && index.Register(probe.Port()) && probe.Open(strPath) &&
+           index.Wait(kTimeoutMs);
+}
+
+void TestStepReverse::CheckStep(PortProbe& probe, const QStringList& expected, bool bBack,
+                                uint32_t nExpectFrame) {
+    probe.ClearFrames();
+    QVERIFY2(bBack ? Tavrix_OneByOneBack(probe.Port()) : Tavrix_OneByOne(probe.Port()),
+             qPrintable(QString("to %1: error %2").arg(nExpectFrame).arg(Tavrix_GetLastError(probe.Port()))));
+    QVERIFY2(probe.WaitForFrames(1, kTimeoutMs), qPrintable(QString("frame %1 not shown").arg(nExpectFrame)));
+    const PortProbe::Shown shown = probe.Frames().front();
+    QCOMPARE(shown.nFrameNum, nExpectFrame);
+    QCOMPARE(QString::fromLatin1(shown.md5Hex), expected[int(nExpectFrame)]);
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nExpectFrame);
+}
+
+void TestStepReverse::stepBackFromLastToFirst() {
+    QFETCH(QString, clip);
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenIndexed(probe, index, clip, &expected));
+    const uint32_t nLast = uint32_t(expected.size() - 1);
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nLast));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    for (int n = int(nLast) - 1; n >= 0; --n) {
+        CheckStep(probe, expected, true, uint32_t(n));
+        if (QTest::currentTestFailed())
+            return;
+    }
+    // Nothing lies before frame 0: the step fails and the picture stays.
+    QVERIFY(!Tavrix_OneByOneBack(probe.Port()));
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), 0u);
+    QCOMPARE(probe.EndCount(), 0);
+}
+
+void TestStepReverse::stepsBothWays() {
+    QFETCH(QString, clip);
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenIndexed(probe, index, clip, &expected));
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 26));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    // Across the key frame at 25 and back over it again.
+    CheckStep(probe, expected, true, 25);
+    CheckStep(probe, expected, true, 24);
+    CheckStep(probe, expected, true, 23);
+    CheckStep(probe, expected, false, 24);
+    CheckStep(probe, expected, false, 25);
+    CheckStep(probe, expected, false, 26);
+    CheckStep(probe, expected, true, 25);
+    CheckStep(probe, expected, true, 24);
+}
+
+void TestStepReverse::reversePlayGivesClipBackwards() {
+    QFETCH(QString, clip);
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenIndexed(probe, index, clip, &expected));
+    QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
+    // From a stop reverse play starts at the last frame.
+    QVERIFY(Tavrix_ReversePlay(probe.Port()));
+    QVERIFY(probe.WaitForEnd(kTimeoutMs));
+    const std::vector<PortProbe::Shown> frames = probe.Frames();
+    QCOMPARE(int(frames.size()), expected.size());
+    for (size_t k = 0; k < frames.size(); ++k) {
+        const uint32_t nFrame = uint32_t(expected.size() - 1 - int(k));
+        QCOMPARE(frames[k].nFrameNum, nFrame);
+        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(nFrame)]);
+        QCOMPARE(frames[k].nEndsBefore, 0);
+    }
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), 0u);
+    QCOMPARE(probe.EndCount(), 1);
+}
+
+void TestStepReverse::pauseInReverseThenPlayForward() {
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenIndexed(probe, index, "h264_aac.mp4", &expected));
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 40));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    QCOMPARE(probe.Frames().front().nFrameNum, 40u);
+    probe.ClearFrames();
+    QVERIFY(Tavrix_ReversePlay(probe.Port()));
+    QVERIFY(probe.WaitForFrames(5, kTimeoutMs));
+    QVERIFY(Tavrix_Pause(probe.Port(), 1));
+    // Paused in reverse: a step back shows the frame before the shown one.
+    const uint32_t nShown = Tavrix_GetCurrentFrameNum(probe.Port());
+    QVERIFY(nShown < 40);
+    const std::vector<PortProbe::Shown> before = probe.Frames();
+    for (size_t k = 0; k < before.size(); ++k)
+        QCOMPARE(before[k].nFrameNum, uint32_t(39 - int(k)));
+    QCOMPARE(before.back().nFrameNum, nShown);
+    CheckStep(probe, expected, true, nShown - 1);
+    // Play turns forward from the shown frame.
+    probe.ClearFrames();
+    QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
+    QVERIFY(Tavrix_Play(probe.Port(), 0));
+    QVERIFY(probe.WaitForEnd(kTimeoutMs));
+    const std::vector<PortProbe::Shown> after = probe.Frames();
+    QCOMPARE(int(after.size()), expected.size() - int(nShown));
+    for (size_t k = 0; k < after.size(); ++k) {
+        QCOMPARE(after[k].nFrameNum, nShown + uint32_t(k));
+        QCOMPARE(QString::fromLatin1(after[k].md5Hex), expected[int(nShown + k)]);
+    }
+}
+
+void TestStepReverse::pauseRightAfterJumpShowsTarget() {
+    // A pause that comes before the target's picture still shows it: the
+    // picture and the counter agree once the port rests.
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenIndexed(probe, index, "h264_aac.mp4", &expected));
+    QVERIFY(probe.Play(true));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 30));
+    QVERIFY(Tavrix_Pause(probe.Port(), 1));
+    QTRY_VERIFY_WITH_TIMEOUT(probe.Frames().back().nFrameNum >= 30, kTimeoutMs);
+    const PortProbe::Shown last = probe.Frames().back();
+    QCOMPARE(last.nFrameNum, Tavrix_GetCurrentFrameNum(probe.Port()));
+    QCOMPARE(QString::fromLatin1(last.md5Hex), expected[int(last.nFrameNum)]);
+}
+
+void TestStepReverse::stepPausesPlayingPort() {
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenIndexed(probe, index, "hevc.mkv", &expected));
+    QVERIFY(probe.Play(true));
+    QVERIFY(probe.WaitForFrames(3, kTimeoutMs));
+    QVERIFY(Tavrix_OneByOne(probe.Port()));
+    QTRY_COMPARE_WITH_TIMEOUT(probe.Frames().back().nFrameNum, Tavrix_GetCurrentFrameNum(probe.Port()),
+                              kTimeoutMs);
+    // Paused now: each step shows exactly one neighbour.
+    const uint32_t nShown = Tavrix_GetCurrentFrameNum(probe.Port());
+    QVERIFY(nShown > 0 && nShown + 1 < uint32_t(expected.size()));
+    CheckStep(probe, expected, false, nShown + 1);
+    QCOMPARE(probe.FrameCount(), 1);
+    CheckStep(probe, expected, true, nShown);
+    QCOMPARE(probe.FrameCount(), 1);
+}
+
+void TestStepReverse::reverseAtSpeedEndsOnce() {
+    // Reverse play keeps the speed ladder; the end still comes once.
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenIndexed(probe, index, "mpeg4.mp4", &expected));
+    QVERIFY(Tavrix_ReversePlay(probe.Port()));
+    QVERIFY(Tavrix_Fast(probe.Port()));
+    QVERIFY(Tavrix_Fast(probe.Port()));
+    QVERIFY(probe.WaitForEnd(kTimeoutMs));
+    const std::vector<PortProbe::Shown> frames = probe.Frames();
+    QVERIFY(!frames.empty());
+    for (size_t k = 1; k < frames.size(); ++k) {
+        QVERIFY(frames[k].nFrameNum < frames[k - 1].nFrameNum);
+        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(frames[k].nFrameNum)]);
+    }
+    QCOMPARE(probe.EndCount(), 1);
+}
+
+void TestStepReverse::closeDuringReversePlay() {
+    for (int i = 0; i < 4; ++i) {
+        PortProbe probe;
+        IndexWait index;
+        QStringList expected;
+        QVERIFY(OpenIndexed(probe, index, "hevc.mkv", &expected));
+        QVERIFY(Tavrix_ReversePlay(probe.Port()));
+        QVERIFY(probe.WaitForFrames(1 + i, kTimeoutMs));
+        if (i % 2 == 0) {
+            probe.FreeWhilePlaying();
+        } else {
+            QVERIFY(Tavrix_OneByOneBack(probe.Port()));
+            QVERIFY(Tavrix_Stop(probe.Port()));
+        }
+    }
+}
+
+QTEST_GUILESS_MAIN(TestStepReverse)
+#include "TestStepReverse.moc"

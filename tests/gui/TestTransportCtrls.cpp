@@ -1,0 +1,564 @@
+// The transport controls of the main dialog: the progress slider with its A and
+// B marks, the conversion between slider units and the file, the guards of the
+// stepping, speed and reverse commands, and the state the buttons show.
+
+#include <QtTest>
+
+#include <QFile>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QTemporaryDir>
+
+#include <cmath>
+#include <memory>
+
+#include "CDlgShow.h"
+#include "CSkinButton.h"
+#include "CVelquinDlg.h"
+#include "CustomPlayerSlider.h"
+#include "GuiMedia.h"
+#include "NonModalMessageBox.h"
+
+namespace {
+
+const int kPlayTimeoutMs = 20000;
+const QString kIndexNotReady = QStringLiteral("Generate file index,please wait...");
+
+void SendMouse(QWidget* pWidget, QEvent::Type eType, QPoint pt, Qt::MouseButton button,
+               Qt::MouseButtons buttons) {
+    QMouseEvent ev(eType, QPointF(pt), QPointF(pWidget->mapToGlobal(pt)), button, buttons, Qt::NoModifier);
+    QCoreApplication::sendEvent(pWidget, &ev);
+}
+
+} // namespace
+
+class TestTransportCtrls : public QObject {
+    Q_OBJECT
+
+private:
+    struct SliderFixture {
+        CustomPlayerSlider slider;
+        bool Start() {
+            slider.SetMinimum(0);
+            slider.SetMaximum(65535);
+            slider.resize(400, 24);
+            slider.show();
+            return QTest::qWaitForWindowExposed(&slider) && slider.GrooveRect().width() > 100;
+        }
+        QRect Groove() const { return slider.GrooveRect(); }
+        // x of a value on the bar, rounded up so that it converts back to at least the value.
+        int XOf(int nValue) const {
+            const QRect rc = Groove();
+            return rc.left() + int(std::ceil(double(rc.width()) * nValue / 65535.0));
+        }
+        // x of a value on the bar, rounded down so that it converts back to at most the value.
+        int XBelow(int nValue) const {
+            const QRect rc = Groove();
+            return rc.left() + int(std::floor(double(rc.width()) * nValue / 65535.0));
+        }
+        int YBar() const { return Groove().center().y(); }
+        QPoint MarkCenter(const char* szName) const {
+            QLabel* pMark = slider.findChild<QLabel*>(QString::fromLatin1(szName));
+            return pMark ? pMark->geometry().center() : QPoint(-100, -100);
+        }
+        bool MarkVisible(const char* szName) const {
+            QLabel* pMark = slider.findChild<QLabel*>(QString::fromLatin1(szName));
+            return pMark && pMark->isVisible();
+        }
+    };
+
+    struct DlgFixture {
+        QTemporaryDir dirConfig;
+        std::unique_ptr<CVelquinDlg> pDlg;
+        CDlgShow* pStage = nullptr;
+        CustomPlayerSlider* pSlider = nullptr;
+
+        bool Start() {
+            if (!dirConfig.isValid())
+                return false;
+            pDlg = std::make_unique<CVelquinDlg>(nullptr, dirConfig.path());
+            if (!pDlg->Init())
+                return false;
+            pDlg->show();
+            pStage = pDlg->findChild<CDlgShow*>(QStringLiteral("m_pDlgShow"));
+            pSlider = pDlg->findChild<CustomPlayerSlider*>(QStringLiteral("m_pPlayProgressSlider"));
+            return pStage && pSlider;
+        }
+        bool Open(const QString& strPath) { return pDlg->OpenFileList(QStringList() << strPath); }
+        CSkinButton* Button(const char* szName) const {
+            return pDlg->findChild<CSkinButton*>(QString::fromLatin1(szName));
+        }
+        QString Label(const char* szName) const {
+            QLabel* pLabel = pDlg->findChild<QLabel*>(QString::fromLatin1(szName));
+            return pLabel ? pLabel->text() : QStringLiteral("<missing>");
+        }
+        // Message boxes of the dialog showing strText; each one found is closed.
+        int TakeMessages(const QString& strText) {
+            int nFound = 0;
+            for (NonModalMessageBox* pBox : pDlg->findChildren<NonModalMessageBox*>()) {
+                QLabel* pText = pBox->findChild<QLabel*>(QStringLiteral("m_pLabText"));
+                if (pText && pText->text() == strText && pBox->isVisible()) {
+                    ++nFound;
+                    pBox->hide();
+                    pBox->deleteLater();
+                }
+            }
+            return nFound;
+        }
+        int AllMessages() const {
+            int n = 0;
+            for (NonModalMessageBox* pBox : pDlg->findChildren<NonModalMessageBox*>())
+                n += pBox->isVisible() ? 1 : 0;
+            return n;
+        }
+        ~DlgFixture() {
+            if (pDlg)
+                pDlg->UnInit();
+        }
+    };
+
+    static bool Playing(int nState) { return nState == 1 || nState == 2; }
+
+private slots:
+    void initTestCase() {
+        QVERIFY2(QFile::exists(GuiMedia::Clip("h264_aac.mp4")), "test media missing; run make-test-media.sh");
+    }
+
+    // ---- conversions between slider units and the file ----
+
+    void sliderPositionToFrameAndTime() {
+        // Locating by frame: the right end asks for the total count, which the
+        // play window answers with its last frame or refuses.
+        QCOMPARE(CVelquinDlg::SliderPosToFrame(50, 65535), qint64(50));
+        QCOMPARE(CVelquinDlg::SliderPosToFrame(50, 0), qint64(0));
+        QCOMPARE(CVelquinDlg::SliderPosToFrame(50, 32768), qint64(25));
+        QCOMPARE(CVelquinDlg::SliderPosToFrame(50, 32767), qint64(24));
+        QCOMPARE(CVelquinDlg::SliderPosToFrame(0, 65535), qint64(0));
+        QCOMPARE(CVelquinDlg::SliderPosToFrame(4000000000u, 65535), qint64(4000000000LL));
+        // Locating by time: whole seconds, truncated.
+        QCOMPARE(CVelquinDlg::SliderPosToSeconds(120, 65535), qint64(120));
+        QCOMPARE(CVelquinDlg::SliderPosToSeconds(120, 32767), qint64(59));
+        QCOMPARE(CVelquinDlg::SliderPosToSeconds(2, 65534), qint64(1));
+        QCOMPARE(CVelquinDlg::SliderPosToSeconds(0, 40000), qint64(0));
+    }
+
+    void timerValuesFromReadings() {
+        // A file: the position follows the played time.
+        CVelquinDlg::TimerValues v = CVelquinDlg::ComputeTimerValues(100, 50, 2500, 1250);
+        QCOMPARE(v.nSliderPos, 32767u);
+        QCOMPARE(v.nPlayedShown, 50u);
+        QCOMPARE(v.nCurFrame, 1250u);
+        QCOMPARE(CVelquinDlg::ComputeTimerValues(100, 100, 2500, 2499).nSliderPos, 65535u);
+
+        // A played time above the file time shows 00:00:00 and puts the slider at 0.
+        v = CVelquinDlg::ComputeTimerValues(100, 101, 2500, 2499);
+        QCOMPARE(v.nPlayedShown, 0u);
+        QCOMPARE(v.nSliderPos, 0u);
+
+        // Just opened (frame -1): 0/F and no played time shown, but the slider still
+        // follows the played time.
+        v = CVelquinDlg::ComputeTimerValues(100, 10, 2500, 0xFFFFFFFFu);
+        QCOMPARE(v.nCurFrame, 0u);
+        QCOMPARE(v.nPlayedShown, 0u);
+        QCOMPARE(v.nSliderPos, 6553u);
+
+        // A stream without a time goes by frames; the last frame is the right end,
+        // and a single frame does not divide by zero.
+        QCOMPARE(CVelquinDlg::ComputeTimerValues(0, 0, 101, 100).nSliderPos, 65535u);
+        QCOMPARE(CVelquinDlg::ComputeTimerValues(0, 0, 101, 50).nSliderPos, 32767u);
+        QCOMPARE(CVelquinDlg::ComputeTimerValues(0, 0, 1, 0).nSliderPos, 0u);
+        QCOMPARE(CVelquinDlg::ComputeTimerValues(0, 0, 1, 1).nSliderPos, 65535u);
+
+        // Nothing known: all zero.
+        v = CVelquinDlg::ComputeTimerValues(100, 50, 0, 3);
+        QCOMPARE(v.nSliderPos, 0u);
+        QCOMPARE(v.nCurFrame, 0u);
+    }
+
+    void repeatFramesAndMarks() {
+        QCOMPARE(CVelquinDlg::RepeatFrameToSliderValue(50, 50, 65535), qint64(65535));
+        QCOMPARE(CVelquinDlg::RepeatFrameToSliderValue(50, 25, 65535), qint64(32767));
+        QCOMPARE(CVelquinDlg::RepeatFrameToSliderValue(0, 25, 65535), qint64(0));
+        QCOMPARE(CVelquinDlg::SliderValueToRepeatFrame(50, 65535, 65535), qint64(50));
+        QCOMPARE(CVelquinDlg::SliderValueToRepeatFrame(50, 32767, 65535), qint64(24));
+        // Large files do not overflow on the way.
+        QCOMPARE(CVelquinDlg::SliderValueToRepeatFrame(3000000000u, 65535, 65535), qint64(3000000000LL));
+    }
+
+    // ---- the slider widget ----
+
+    void sliderValueAndMarks() {
+        SliderFixture fx;
+        QVERIFY(fx.Start());
+        fx.slider.SetValue(1000);
+        QCOMPARE(fx.slider.GetValue(), 1000);
+        fx.slider.SetValue(65536);
+        fx.slider.SetValue(-1);
+        QCOMPARE(fx.slider.GetValue(), 1000);
+
+        // B without A puts A at the start, and both marks show.
+        QVERIFY(!fx.slider.SetRepeatPointB(70000));
+        QVERIFY(fx.slider.SetRepeatPointB(40000));
+        bool bSet = false;
+        uint nValue = 99;
+        fx.slider.GetRepeatPointA(&bSet, &nValue);
+        QVERIFY(bSet);
+        QCOMPARE(nValue, 0u);
+        QVERIFY(fx.MarkVisible("m_pLabelRepeatPointA"));
+        QVERIFY(fx.MarkVisible("m_pLabelRepeatPointB"));
+
+        // An inactive bar drops the marks but keeps their values.
+        QVERIFY(fx.slider.SetSliderEnable(false));
+        fx.slider.GetRepeatPointB(&bSet, &nValue);
+        QVERIFY(!bSet);
+        QCOMPARE(nValue, 40000u);
+        QVERIFY(!fx.MarkVisible("m_pLabelRepeatPointB"));
+    }
+
+    void sliderPressSendsPressThenValue() {
+        SliderFixture fx;
+        QVERIFY(fx.Start());
+        QStringList lstOrder;
+        QList<int> lstValues;
+        connect(&fx.slider, &CustomPlayerSlider::Sig_MousePress, [&] { lstOrder << "press"; });
+        connect(&fx.slider, &CustomPlayerSlider::Sig_ChangeValue, [&](int nPos) {
+            lstOrder << "value";
+            lstValues << nPos;
+        });
+        QSignalSpy spyRelease(&fx.slider, &CustomPlayerSlider::Sig_MouseRelease);
+        const QRect rc = fx.Groove();
+
+        QTest::mousePress(&fx.slider, Qt::LeftButton, {}, QPoint(rc.left() + rc.width() / 2, fx.YBar()));
+        QCOMPARE(lstOrder, QStringList({"press", "value"}));
+        QVERIFY(qAbs(lstValues.last() - 32767) <= 65535 / rc.width() + 1);
+        QCOMPARE(fx.slider.GetValue(), lstValues.last());
+        QTest::mouseRelease(&fx.slider, Qt::LeftButton, {}, QPoint(rc.left() + rc.width() / 2, fx.YBar()));
+        QCOMPARE(spyRelease.count(), 1);
+
+        // The right end of the bar is the top of the range.
+        QTest::mousePress(&fx.slider, Qt::LeftButton, {}, QPoint(rc.left() + rc.width(), fx.YBar()));
+        QCOMPARE(lstValues.last(), 65535);
+        QTest::mouseRelease(&fx.slider, Qt::LeftButton, {}, QPoint(rc.left() + rc.width(), fx.YBar()));
+
+        // Two pixels above or below the thin bar still count; beside its ends or
+        // further away nothing happens.
+        lstValues.clear();
+        for (const QPoint& pt :
+             {QPoint(rc.left() + 10, rc.top() - 2), QPoint(rc.left() + 10, rc.bottom() + 2)}) {
+            QTest::mousePress(&fx.slider, Qt::LeftButton, {}, pt);
+            QTest::mouseRelease(&fx.slider, Qt::LeftButton, {}, pt);
+        }
+        QCOMPARE(lstValues.size(), 2);
+        for (const QPoint& pt :
+             {QPoint(rc.left() - 1, fx.YBar()), QPoint(rc.left() + rc.width() + 1, fx.YBar()),
+              QPoint(rc.left() + 10, rc.top() - 3), QPoint(rc.left() + 10, rc.bottom() + 3)}) {
+            QTest::mousePress(&fx.slider, Qt::LeftButton, {}, pt);
+            QTest::mouseRelease(&fx.slider, Qt::LeftButton, {}, pt);
+        }
+        QCOMPARE(lstValues.size(), 2);
+        // A right button does not seek.
+        QTest::mousePress(&fx.slider, Qt::RightButton, {}, QPoint(rc.left() + 50, fx.YBar()));
+        QCOMPARE(lstValues.size(), 2);
+    }
+
+    void sliderDragFollowsAndMoveReportsValue() {
+        SliderFixture fx;
+        QVERIFY(fx.Start());
+        QSignalSpy spyValue(&fx.slider, &CustomPlayerSlider::Sig_ChangeValue);
+        QSignalSpy spyMove(&fx.slider, &CustomPlayerSlider::Sig_MouseMoveValue);
+        const QRect rc = fx.Groove();
+        SendMouse(&fx.slider, QEvent::MouseButtonPress, QPoint(rc.left() + 10, fx.YBar()), Qt::LeftButton,
+                  Qt::LeftButton);
+        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(30000), fx.YBar()), Qt::NoButton,
+                  Qt::LeftButton);
+        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(50000), fx.YBar()), Qt::NoButton,
+                  Qt::LeftButton);
+        QCOMPARE(spyValue.count(), 3);
+        QVERIFY(spyValue.last().at(0).toInt() >= 50000);
+        // Every move reports the value under the mouse, during a drag too.
+        QCOMPARE(spyMove.count(), 2);
+        QCOMPARE(spyMove.last().at(0).toBool(), true);
+        QVERIFY(spyMove.last().at(2).toUInt() >= 50000u);
+        SendMouse(&fx.slider, QEvent::MouseButtonRelease, QPoint(fx.XOf(50000), fx.YBar()), Qt::LeftButton,
+                  Qt::NoButton);
+
+        // Off the bar's span: false, (0, 0) and 0; no value without a drag.
+        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(rc.left() - 5, fx.YBar()), Qt::NoButton,
+                  Qt::NoButton);
+        QCOMPARE(spyMove.last().at(0).toBool(), false);
+        QCOMPARE(spyMove.last().at(1).toPoint(), QPoint(0, 0));
+        QCOMPARE(spyMove.last().at(2).toUInt(), 0u);
+        QCOMPARE(spyValue.count(), 3);
+    }
+
+    void markDragRefusesCrossing() {
+        SliderFixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(fx.slider.SetRepeatPointA(16384));
+        QVERIFY(fx.slider.SetRepeatPointB(49152));
+        QSignalSpy spyRepeat(&fx.slider, &CustomPlayerSlider::Sig_ChangeRepeatValue);
+        QSignalSpy spyValue(&fx.slider, &CustomPlayerSlider::Sig_ChangeValue);
+
+        // A onto B and past it sends nothing.
+        const QPoint ptA = fx.MarkCenter("m_pLabelRepeatPointA");
+        SendMouse(&fx.slider, QEvent::MouseButtonPress, ptA, Qt::LeftButton, Qt::LeftButton);
+        for (int nValue : {49152, 55000, 65535})
+            SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(nValue), ptA.y()), Qt::NoButton,
+                      Qt::LeftButton);
+        QCOMPARE(spyRepeat.count(), 0);
+        // Short of B it goes out, for A; the mark itself waits for the dialog.
+        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(30000), ptA.y()), Qt::NoButton,
+                  Qt::LeftButton);
+        QCOMPARE(spyRepeat.count(), 1);
+        QCOMPARE(spyRepeat.last().at(0).toBool(), true);
+        QVERIFY(spyRepeat.last().at(1).toUInt() < 49152u);
+        uint nA = 0;
+        fx.slider.GetRepeatPointA(nullptr, &nA);
+        QCOMPARE(nA, 16384u);
+        SendMouse(&fx.slider, QEvent::MouseButtonRelease, ptA, Qt::LeftButton, Qt::NoButton);
+        // Dragging a mark is not a seek.
+        QCOMPARE(spyValue.count(), 0);
+
+        // B onto A and below it sends nothing; above A it goes out, for B.
+        spyRepeat.clear();
+        const QPoint ptB = fx.MarkCenter("m_pLabelRepeatPointB");
+        SendMouse(&fx.slider, QEvent::MouseButtonPress, ptB, Qt::LeftButton, Qt::LeftButton);
+        for (int nValue : {16384, 10000, 0})
+            SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XBelow(nValue), ptB.y()), Qt::NoButton,
+                      Qt::LeftButton);
+        QCOMPARE(spyRepeat.count(), 0);
+        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(40000), ptB.y()), Qt::NoButton,
+                  Qt::LeftButton);
+        QCOMPARE(spyRepeat.count(), 1);
+        QCOMPARE(spyRepeat.last().at(0).toBool(), false);
+        SendMouse(&fx.slider, QEvent::MouseButtonRelease, ptB, Qt::LeftButton, Qt::NoButton);
+
+        // Where the marks overlap the press takes A: a drag below B's value goes out for A.
+        QVERIFY(fx.slider.SetRepeatPointA(30000));
+        QVERIFY(fx.slider.SetRepeatPointB(30000));
+        spyRepeat.clear();
+        const QPoint ptBoth = fx.MarkCenter("m_pLabelRepeatPointA");
+        SendMouse(&fx.slider, QEvent::MouseButtonPress, ptBoth, Qt::LeftButton, Qt::LeftButton);
+        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(20000), ptBoth.y()), Qt::NoButton,
+                  Qt::LeftButton);
+        QCOMPARE(spyRepeat.count(), 1);
+        QCOMPARE(spyRepeat.last().at(0).toBool(), true);
+        SendMouse(&fx.slider, QEvent::MouseButtonRelease, ptBoth, Qt::LeftButton, Qt::NoButton);
+    }
+
+    // ---- the main dialog ----
+
+    void nothingOpenRefusesSilently() {
+        DlgFixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(!fx.pDlg->On_FrameForward());
+        QVERIFY(!fx.pDlg->On_FrameBackward());
+        QVERIFY(!fx.pDlg->On_Fast());
+        QVERIFY(!fx.pDlg->On_Slow());
+        QVERIFY(!fx.pDlg->On_GoToBegin());
+        QVERIFY(!fx.pDlg->On_GoToEnd());
+        QVERIFY(!fx.pDlg->On_ReversePlay());
+        QVERIFY(!fx.pDlg->On_SetPlayProgress(30000));
+        QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(true, 100));
+        QCOMPARE(fx.AllMessages(), 0);
+        for (const char* szName :
+             {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLastFrame", "m_pBtnNextFrame", "m_pBtnFast"})
+            QVERIFY2(!fx.Button(szName)->isEnabled(), szName);
+        QVERIFY(!fx.pSlider->IsSliderEnable());
+    }
+
+    void buttonsAndSpeedFollowSelectedWindow() {
+        DlgFixture fx;
+        QVERIFY(fx.Start());
+        // The longest clip, so that it does not end while it runs four times as fast.
+        QVERIFY(fx.Open(GuiMedia::Clip("sine1k.mkv")));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        for (const char* szName :
+             {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLastFrame", "m_pBtnNextFrame", "m_pBtnFast"})
+            QTRY_VERIFY2(fx.Button(szName)->isEnabled(), szName);
+        QVERIFY(fx.pSlider->IsSliderEnable());
+
+        // The status shows the speed step; normal speed is reached by walking back.
+        QTest::mouseClick(fx.Button("m_pBtnFast"), Qt::LeftButton);
+        QTRY_COMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Speed * 2"));
+        QVERIFY(fx.pDlg->On_Fast());
+        QTRY_COMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Speed * 4"));
+        QVERIFY(fx.pDlg->On_RestoreCommonSpeed());
+        QCOMPARE(fx.pStage->GetPlaySpeed(), 0);
+        QTRY_COMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Playing"));
+        QVERIFY(!fx.pDlg->On_RestoreCommonSpeed());
+        QTest::mouseClick(fx.Button("m_pBtnSlow"), Qt::LeftButton);
+        QTRY_COMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Speed / 2"));
+        QVERIFY(fx.pDlg->On_RestoreCommonSpeed());
+        QCOMPARE(fx.pStage->GetPlaySpeed(), 0);
+
+        // The next-frame key steps and leaves the window paused.
+        QTest::keyClick(fx.pDlg.get(), Qt::Key_Right);
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        QTRY_COMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Pause"));
+        QCOMPARE(fx.AllMessages(), 0);
+
+        // Stopped: the controls go grey and the slider goes back to 0, inactive.
+        QTest::mouseClick(fx.Button("m_pBtnStop"), Qt::LeftButton);
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
+        for (const char* szName :
+             {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLastFrame", "m_pBtnNextFrame", "m_pBtnFast"})
+            QVERIFY2(!fx.Button(szName)->isEnabled(), szName);
+        QVERIFY(!fx.pSlider->IsSliderEnable());
+        QCOMPARE(fx.pSlider->GetValue(), 0);
+    }
+
+    void indexNotReadyRefusesReverseAndBackStep() {
+        // Fisheye material gets no frame index, so the index never becomes ready.
+        DlgFixture fx;
+        QVERIFY(fx.Start());
+        const QString strClip = fx.dirConfig.filePath(QStringLiteral("cam_fisheye.mp4"));
+        QVERIFY(QFile::copy(GuiMedia::Clip("h264_aac.mp4"), strClip));
+        QVERIFY(fx.Open(strClip));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QVERIFY(!fx.pStage->IsFileRefCreated());
+
+        QVERIFY(!fx.pDlg->On_ReversePlay());
+        QCOMPARE(fx.TakeMessages(kIndexNotReady), 1);
+        QVERIFY(!fx.pStage->IsBackPlay());
+        QVERIFY(!fx.pDlg->On_FrameBackward());
+        QCOMPARE(fx.TakeMessages(kIndexNotReady), 1);
+        QVERIFY(Playing(fx.pStage->GetPlayState(0)));
+
+        // Stepping forward needs no index.
+        QVERIFY(fx.pDlg->On_FrameForward());
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        QCOMPARE(fx.AllMessages(), 0);
+    }
+
+    void reversePlayShowsPressedAndTip() {
+        DlgFixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
+        QVERIFY(fx.pDlg->On_PlayOrPause());
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+
+        CSkinButton* pBtn = fx.Button("m_pBtnReversePlay");
+        QCOMPARE(pBtn->toolTip(), QStringLiteral("Start Reverse Play"));
+        QTest::mouseClick(pBtn, Qt::LeftButton);
+        QTRY_VERIFY(fx.pStage->IsBackPlay());
+        QVERIFY(pBtn->IsSelected());
+        QCOMPARE(pBtn->toolTip(), QStringLiteral("Cancel Reverse Play"));
+        QVERIFY(fx.pDlg->On_ReversePlay());
+        QTRY_VERIFY(!fx.pStage->IsBackPlay());
+        QVERIFY(!pBtn->IsSelected());
+        QCOMPARE(fx.AllMessages(), 0);
+    }
+
+    void sliderClickSeeksByFrame() {
+        DlgFixture fx;
+        QVERIFY(fx.Start());
+        QCOMPARE(fx.pDlg->GetPlayerConfig().nPlayLocateMode, 1);
+        const int nFrames = GuiMedia::FrameCount("h264_aac.mp4");
+        QVERIFY(nFrames > 10);
+        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        // Frame jumps need the frame index.
+        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
+        QVERIFY(fx.pDlg->On_PlayOrPause());
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        QTRY_VERIFY(fx.pSlider->IsSliderEnable());
+
+        // A click on the bar goes out as a value and becomes a frame jump.
+        const QRect rc = fx.pSlider->GrooveRect();
+        const QPoint pt(rc.left() + rc.width() / 2, rc.center().y());
+        QSignalSpy spyValue(fx.pSlider, &CustomPlayerSlider::Sig_ChangeValue);
+        QTest::mousePress(fx.pSlider, Qt::LeftButton, {}, pt);
+        QTest::mouseRelease(fx.pSlider, Qt::LeftButton, {}, pt);
+        QCOMPARE(spyValue.count(), 1);
+        const int nTarget = int(CVelquinDlg::SliderPosToFrame(uint(nFrames), spyValue.first().at(0).toInt()));
+        QTRY_COMPARE_WITH_TIMEOUT(int(fx.pStage->GetCurrentFrameNum()), nTarget, kPlayTimeoutMs);
+        QCOMPARE(fx.pStage->GetPlayState(0), 2);
+        // The paused window's labels follow at the next tick.
+        QTRY_COMPARE(fx.Label("m_pLabFrameIndex"), QStringLiteral("%1/%2").arg(nTarget).arg(nFrames));
+
+        // The jumps to either end, by button slot and by hot key, keep the pause.
+        QVERIFY(fx.pDlg->On_GoToEnd());
+        QTRY_COMPARE_WITH_TIMEOUT(int(fx.pStage->GetCurrentFrameNum()), nFrames - 1, kPlayTimeoutMs);
+        QTest::keyClick(fx.pDlg.get(), Qt::Key_K, Qt::ControlModifier);
+        QTRY_COMPARE_WITH_TIMEOUT(int(fx.pStage->GetCurrentFrameNum()), 0, kPlayTimeoutMs);
+        QCOMPARE(fx.pStage->GetPlayState(0), 2);
+        QCOMPARE(fx.AllMessages(), 0);
+    }
+
+    void abRepeatMarksFollowWindow() {
+        DlgFixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QVERIFY(fx.pDlg->On_PlayOrPause());
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        const uint nTotal = fx.pStage->GetFileTotalFrames();
+        QVERIFY(nTotal > 10);
+
+        // From here to the end of the file.
+        const uint nCur = fx.pStage->GetCurrentFrameNum();
+        QVERIFY(fx.pDlg->On_ABRepeat());
+        bool bSet = false;
+        uint nValue = 0;
+        fx.pSlider->GetRepeatPointA(&bSet, &nValue);
+        QVERIFY(bSet);
+        QCOMPARE(qint64(nValue), CVelquinDlg::RepeatFrameToSliderValue(nTotal, nCur, 65535));
+        fx.pSlider->GetRepeatPointB(&bSet, &nValue);
+        QVERIFY(bSet);
+        QCOMPARE(nValue, 65535u);
+
+        // A dragged onto B is refused: the window and the marks keep their points.
+        uint nFrameA = 0;
+        fx.pStage->GetRepeatA(&bSet, &nFrameA);
+        QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(true, 65535));
+        uint nAfter = 0;
+        fx.pStage->GetRepeatA(&bSet, &nAfter);
+        QCOMPARE(nAfter, nFrameA);
+        // B dragged onto A likewise.
+        QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(
+            false, uint(CVelquinDlg::RepeatFrameToSliderValue(nTotal, nFrameA, 65535))));
+        fx.pStage->GetRepeatB(&bSet, &nAfter);
+        QCOMPARE(nAfter, nTotal);
+
+        // A legal drag of B moves the window's point, and the mark follows it.
+        const uint nNewB = 40000;
+        const qint64 nFrameB = CVelquinDlg::SliderValueToRepeatFrame(nTotal, nNewB, 65535);
+        if (nFrameB > qint64(nFrameA)) {
+            QVERIFY(fx.pDlg->On_ChangeRepeatPointValue(false, nNewB));
+            fx.pStage->GetRepeatB(&bSet, &nAfter);
+            QCOMPARE(qint64(nAfter), nFrameB);
+            fx.pSlider->GetRepeatPointB(&bSet, &nValue);
+            QCOMPARE(qint64(nValue), CVelquinDlg::RepeatFrameToSliderValue(nTotal, nAfter, 65535));
+        }
+
+        // A second A-B press clears the points and the marks.
+        QVERIFY(fx.pDlg->On_ABRepeat());
+        fx.pSlider->GetRepeatPointA(&bSet, nullptr);
+        QVERIFY(!bSet);
+        fx.pSlider->GetRepeatPointB(&bSet, nullptr);
+        QVERIFY(!bSet);
+        fx.pStage->GetRepeatB(&bSet, nullptr);
+        QVERIFY(!bSet);
+    }
+
+    void sliderPressHoldsOffTheTimer() {
+        DlgFixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        // While the button is down the timer leaves the slider where the user put it.
+        fx.pDlg->On_PlayProgressSliderMousePress();
+        fx.pSlider->SetValue(65000);
+        QVERIFY(fx.pDlg->On_PlayerTimer());
+        QCOMPARE(fx.pSlider->GetValue(), 65000);
+        fx.pDlg->On_PlayProgressSliderMouseRelease();
+        QVERIFY(fx.pDlg->On_PlayerTimer());
+        QVERIFY(fx.pSlider->GetValue() != 65000);
+    }
+};
+
+QTEST_MAIN(TestTransportCtrls)
+#include "TestTransportCtrls.moc"
