@@ -34,6 +34,7 @@ private slots:
     void reversePlayGivesClipBackwards();
     void pauseInReverseThenPlayForward();
     void pauseRightAfterJumpShowsTarget();
+    void turnOnPausedPortKeepsFrame();
     void stepPausesPlayingPort();
     void reverseAtSpeedEndsOnce();
     void closeDuringReversePlay();
@@ -178,6 +179,41 @@ void TestStepReverse::pauseRightAfterJumpShowsTarget() {
     const PortProbe::Shown last = probe.Frames().back();
     QCOMPARE(last.nFrameNum, Tavrix_GetCurrentFrameNum(probe.Port()));
     QCOMPARE(QString::fromLatin1(last.md5Hex), expected[int(last.nFrameNum)]);
+}
+
+void TestStepReverse::turnOnPausedPortKeepsFrame() {
+    // The play window turns a paused port round with a play in the new
+    // direction and an immediate pause: the frame under investigation stays.
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenIndexed(probe, index, "h264_aac.mp4", &expected));
+    const uint32_t nK = 40;
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nK));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    QCOMPARE(probe.Frames().back().nFrameNum, nK);
+    probe.ClearFrames();
+    QVERIFY(Tavrix_ReversePlay(probe.Port()));
+    QVERIFY(Tavrix_Pause(probe.Port(), 1));
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nK);
+    QVERIFY(Tavrix_Play(probe.Port(), 0));
+    QVERIFY(Tavrix_Pause(probe.Port(), 1));
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nK);
+    QVERIFY(Tavrix_ReversePlay(probe.Port()));
+    QVERIFY(Tavrix_Pause(probe.Port(), 1));
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nK);
+    // The next step back is the first picture since the turns: the frame
+    // before K, and nothing was shown in between.
+    QVERIFY(Tavrix_OneByOneBack(probe.Port()));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    QTRY_COMPARE_WITH_TIMEOUT(Tavrix_GetCurrentFrameNum(probe.Port()), nK - 1, kTimeoutMs);
+    const std::vector<PortProbe::Shown> shown = probe.Frames();
+    QCOMPARE(int(shown.size()), 1);
+    QCOMPARE(shown.front().nFrameNum, nK - 1);
+    QCOMPARE(QString::fromLatin1(shown.front().md5Hex), expected[int(nK - 1)]);
+    // And the step forward from there is K again.
+    CheckStep(probe, expected, false, nK);
+    QCOMPARE(probe.FrameCount(), 1);
 }
 
 void TestStepReverse::stepPausesPlayingPort() {

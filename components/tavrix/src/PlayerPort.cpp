@@ -190,7 +190,7 @@ bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
         StopProducers();
         const uint32_t nShown = m_readings.nFrameNum.load();
         const bool bAny = m_readings.bShown.load();
-        if (!StartForwardAt(bAny ? nShown + 1 : nShown, false)) {
+        if (!StartForwardAt(bAny ? nShown + 1 : nShown, false, bAny)) {
             return false;
         }
     }
@@ -303,7 +303,7 @@ void PlayerPort::PublishPosition(uint32_t nFrame) {
     m_readings.NotifyProgress();
 }
 
-bool PlayerPort::StartForwardAt(uint32_t nFrame, bool bShowFirst) {
+bool PlayerPort::StartForwardAt(uint32_t nFrame, bool bShowFirst, bool bTurn) {
     const FrameIndex* pIndex = ReadyIndex();
     const uint32_t nCount = pIndex->Count();
     // Past the last frame only the end is left: decode the last group with
@@ -326,7 +326,7 @@ bool PlayerPort::StartForwardAt(uint32_t nFrame, bool bShowFirst) {
     point.nAudioFromUs = bPastEnd ? INT64_MAX / 2
                                   : av_rescale_q(start.nTargetPts, pIndex->TimeBase(), AV_TIME_BASE_Q) -
                                         m_pDemuxer->Info().nFileStartUs;
-    m_pRenderer->OpenGate(bShowFirst);
+    m_pRenderer->OpenGate(bShowFirst, bTurn);
     if (!m_pDemuxer->StartAt(m_pAudio != nullptr, point)) {
         return Fail(TAVRIX_ERR_OPEN_FILE);
     }
@@ -335,14 +335,14 @@ bool PlayerPort::StartForwardAt(uint32_t nFrame, bool bShowFirst) {
         m_pAudio->Start(&m_pDemuxer->AudioQueue(), m_bRealTime);
     }
     m_bReverse = false;
-    if (!bPastEnd) {
+    if (!bPastEnd && !bTurn) {
         PublishPosition(nFrame);
     }
     ApplySpeed();
     return true;
 }
 
-bool PlayerPort::StartReverseAt(int64_t nFrame, bool bShowFirst) {
+bool PlayerPort::StartReverseAt(int64_t nFrame, bool bShowFirst, bool bTurn) {
     if (!m_pReverse) {
         std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
         auto pReverse = std::make_unique<ReversePlayer>(m_nPort, m_pDemuxer.get(), m_pIndex.get(), m_info);
@@ -351,10 +351,10 @@ bool PlayerPort::StartReverseAt(int64_t nFrame, bool bShowFirst) {
         }
         m_pReverse = std::move(pReverse);
     }
-    m_pRenderer->OpenGate(bShowFirst);
+    m_pRenderer->OpenGate(bShowFirst, bTurn);
     m_pReverse->Start(m_pRenderer.get(), nFrame);
     m_bReverse = true;
-    if (nFrame >= 0) {
+    if (nFrame >= 0 && !bTurn) {
         PublishPosition(static_cast<uint32_t>(nFrame));
     }
     ApplySpeed();
@@ -618,7 +618,7 @@ bool PlayerPort::ReversePlay() {
         const uint32_t nShown = m_readings.nFrameNum.load();
         const bool bAny = m_readings.bShown.load();
         StopProducers();
-        if (!StartReverseAt(bAny ? static_cast<int64_t>(nShown) - 1 : static_cast<int64_t>(nShown), false)) {
+        if (!StartReverseAt(bAny ? static_cast<int64_t>(nShown) - 1 : static_cast<int64_t>(nShown), false, bAny)) {
             return false;
         }
     }

@@ -108,8 +108,10 @@ private:
     // (forward) or the reverse player. Stopping them keeps the render thread,
     // its window and its last picture.
     void StopProducers();
-    bool StartForwardAt(uint32_t nFrame, bool bShowFirst);
-    bool StartReverseAt(int64_t nFrame, bool bShowFirst);
+    // bTurn: a change of direction from the shown frame; the counter keeps
+    // naming that frame until the first new picture shows.
+    bool StartForwardAt(uint32_t nFrame, bool bShowFirst, bool bTurn = false);
+    bool StartReverseAt(int64_t nFrame, bool bShowFirst, bool bTurn = false);
     bool JumpTo(uint32_t nFrame);
     void ApplySpeed();
     void PublishPosition(uint32_t nFrame);

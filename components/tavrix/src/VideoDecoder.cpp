@@ -114,6 +114,8 @@ bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHa
         return false;
     }
     m_bHardwareActive = m_pHwDevice != nullptr;
+    m_bLeadSkipCodec =
+        pStream->codecpar->codec_id == AV_CODEC_ID_H264 || pStream->codecpar->codec_id == AV_CODEC_ID_HEVC;
     m_timeBase = pStream->time_base;
     m_nFileStartUs = info.nFileStartUs;
     m_nVideoStartUs = info.nVideoStartUs;
@@ -176,7 +178,9 @@ void VideoDecoder::Run() {
             }
             bWaitForKey = false;
         }
-        m_pCodec->skip_frame = m_bSkipNonRef.load() ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
+        m_pCodec->skip_frame =
+            m_bSkipNonRef.load() || (!item.bEos && IsSkippableLead(*item.pPacket)) ? AVDISCARD_NONREF
+                                                                                  : AVDISCARD_DEFAULT;
         const int nErr = avcodec_send_packet(m_pCodec.get(), item.bEos ? nullptr : item.pPacket.get());
         if (nErr < 0 && nErr != AVERROR(EAGAIN) && nErr != AVERROR_EOF) {
             CountError(nErr);
@@ -201,6 +205,17 @@ bool VideoDecoder::IsStartPacket(const AVPacket& packet) {
                                                         : m_nLastPacketPts;
     m_nLastPacketPts = nPts;
     return (packet.flags & AV_PKT_FLAG_KEY) != 0 && nPts == m_start.nKeyPts;
+}
+
+bool VideoDecoder::IsSkippableLead(const AVPacket& packet) const {
+    // Between the key frame and the target of a jump, a picture that shows
+    // before the target and that nothing refers to is neither shown nor
+    // needed: not decoding it shortens the jump. Only for codecs whose
+    // packets carry true presentation times in the containers we read.
+    if (!m_start.bFromKey || packet.pts == AV_NOPTS_VALUE || !m_bLeadSkipCodec) {
+        return false;
+    }
+    return packet.pts < m_start.nTargetPts;
 }
 
 uint32_t VideoDecoder::NumberOf(int64_t nPts) {

@@ -58,6 +58,7 @@ private:
     bool ReceiveFrames();
     bool Deliver(FramePtr pFrame);
     bool IsStartPacket(const AVPacket& packet);
+    bool IsSkippableLead(const AVPacket& packet) const;
     uint32_t NumberOf(int64_t nPts);
     void CountError(int nAvError);
     void CallDecodeCallback(const VideoFrame& frame);
@@ -75,6 +76,7 @@ private:
     int32_t m_nFrameRate = 25;
     int64_t m_nFrameDurUs = 40000;
     bool m_bEncrypted = false;
+    bool m_bLeadSkipCodec = false; // H.264 or HEVC: non-reference pictures before a jump's target are skipped
     const std::atomic<bool>* m_pSawEncrypted = nullptr;
     int m_nErrors = 0;
     PacketQueue* m_pQueue = nullptr;

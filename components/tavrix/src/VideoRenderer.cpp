@@ -78,9 +78,11 @@ void VideoRenderer::CloseGate() {
     m_cvCallbackDone.wait(lock, [this] { return !m_bInCallback; });
 }
 
-void VideoRenderer::OpenGate(bool bShowFirst) {
+void VideoRenderer::OpenGate(bool bShowFirst, bool bTurn) {
     {
         std::lock_guard<std::mutex> lock(m_mtx);
+        m_bHoldFirst = bTurn && !bShowFirst;
+        m_tHoldFrom = std::chrono::steady_clock::now();
         m_bGateClosed = false;
         m_deqRing.clear();
         m_bResetClock = true;
@@ -114,7 +116,10 @@ void VideoRenderer::SetPaused(bool bPaused) {
         m_bPaused = bPaused;
         if (!bPaused) {
             m_nSteps = 0; // steps belong to the pause they were asked in
-        } else if (!m_bShownSinceGate) {
+            // A turn paused before its first picture waits a whole interval
+            // again from the resume.
+            m_tHoldFrom = std::chrono::steady_clock::now();
+        } else if (!m_bShownSinceGate && !m_bHoldFirst) {
             // Paused right after a jump: the target still shows, so that the
             // picture is the frame the counter names.
             m_nSteps = std::max(m_nSteps, 1);
@@ -210,6 +215,19 @@ void VideoRenderer::Run() {
             m_cvCallbackDone.notify_all();
             continue;
         }
+        if (m_bHoldFirst && !bStep) {
+            // After a turn the picture on screen keeps its interval; a pause
+            // before the end of it cancels the new picture.
+            const auto tDue = m_tHoldFrom + std::chrono::microseconds(front.nDurationUs);
+            if (now < tDue) {
+                // (The clock is rebased when the picture shows, so a pending
+                // rebase is no reason to wake.)
+                m_cvWork.wait_until(lock, tDue, [this] {
+                    return m_bAbort || m_bRefreshPending || m_bPaused || m_nSpeedStep != m_clock.SpeedStep();
+                });
+                continue;
+            }
+        }
         if (m_bResetClock || bStep) {
             // The first picture after a jump, or a single step, sets the clock.
             m_bResetClock = false;
@@ -243,6 +261,7 @@ void VideoRenderer::Run() {
         std::unique_ptr<VideoFrame> pFrame = std::move(m_deqRing.front());
         m_deqRing.pop_front();
         m_bShownSinceGate = true;
+        m_bHoldFirst = false;
         m_bInCallback = true;
         std::shared_ptr<FrameSink> pSink = bToWindow ? m_pSink : nullptr;
         lock.unlock();

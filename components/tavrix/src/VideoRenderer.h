@@ -39,9 +39,12 @@ public:
     // A producer change: CloseGate refuses pushes (waking a blocked one) and
     // drops the ring; once the old producers are joined, OpenGate lets the new
     // ones in and restarts the clock at their first picture. bShowFirst shows
-    // that picture even while paused (a jump on a paused port).
+    // that picture even while paused (a jump on a paused port). bTurn marks a
+    // change of direction: the picture on screen stays for one frame interval
+    // before the first new one, and a pause within that interval keeps it (an
+    // investigator turning round on a paused port sees the same frame).
     void CloseGate();
-    void OpenGate(bool bShowFirst);
+    void OpenGate(bool bShowFirst, bool bTurn = false);
     // While paused: show the next picture of the ring, then stay paused.
     void Step();
     // Speed as a power of two, -4..4; above 0 late pictures are skipped.
@@ -76,6 +79,8 @@ private:
     bool m_bResetClock = false;                        // guarded by m_mtx
     int m_nSteps = 0;                                  // pictures to show while paused; guarded by m_mtx
     bool m_bShownSinceGate = true;                     // guarded by m_mtx
+    bool m_bHoldFirst = false; // the first picture after a turn waits its interval; guarded by m_mtx
+    std::chrono::steady_clock::time_point m_tHoldFrom; // start of that interval; guarded by m_mtx
     bool m_bInCallback = false;                        // a popped picture's callbacks run; guarded by m_mtx
     std::condition_variable m_cvCallbackDone;          // CloseGate waits for m_bInCallback to clear
     int m_nSpeedStep = 0;                              // requested speed; guarded by m_mtx
