@@ -6,7 +6,16 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QDesktopServices>
 #include <QDirIterator>
+#include <QDragEnterEvent>
+#include <QDragLeaveEvent>
+#include <QDragMoveEvent>
+#include <QDropEvent>
+#include <QFile>
+#include <QListWidgetItem>
+#include <QMimeData>
+#include <QUrl>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QFontMetrics>
@@ -24,6 +33,10 @@
 #include <QVBoxLayout>
 
 #include "AllGlobalConfig.h"
+#include "AutoExpandWnd.h"
+#include "CGetDecryptKeyDlg.h"
+#include "CPlaylist.h"
+#include "CustomMessageBox.h"
 #include "CCustomSlider.h"
 #include "CDlgShow.h"
 #include "CLanguageParser.h"
@@ -45,6 +58,7 @@ const int MIN_WIDTH = 914;
 const int MIN_HEIGHT = 565;
 const int MAX_PLAY_WND = 16;
 const int MAX_OPEN_PATHS = 201; // the open dialogs collect at most this many paths
+const int MAX_PLAYLIST_ROWS = 200;
 const int PLAYER_TIMER_MS = 500;
 const int SLIDER_UNITS = 65535; // the progress slider runs from 0 to this
 const int FILE_NAME_MAX_WIDTH = 300;
@@ -116,6 +130,7 @@ bool CVelquinDlg::Init() {
         resize(InitialSizeForScreen(pScreen->size()));
 
     setMouseTracking(true);
+    setAcceptDrops(true); // files dropped on the dialog open in the windows
     setFocusPolicy(Qt::NoFocus);
     setSizeGripEnabled(true);
 
@@ -152,23 +167,30 @@ int CVelquinDlg::DefaultLanguageFromLocale(const QLocale& locale) {
 }
 
 QString CVelquinDlg::ConfigFilePath(const QString& strFileName) const {
-    const QString strDir = m_strConfigDir.isEmpty() ? QCoreApplication::applicationDirPath() : m_strConfigDir;
+    // An installed program's folder is not writable: its three files then live in
+    // the user's configuration folder.
+    const QString strDir = m_strConfigDir.isEmpty()
+                               ? CPlayerConfigFile::ChooseConfigDir(QCoreApplication::applicationDirPath())
+                               : m_strConfigDir;
     return CPlayHelper::LinkFolderAndFileName(strDir, strFileName);
 }
 
 bool CVelquinDlg::LoadConfig() {
     SetDefaultConfig();
 
-    // PlayerConfig.xml is read by the configuration store, which joins with the
-    // settings; until then every start is a first start for the player's own settings.
-    AllGlobalConfig stGlobal;
-    stGlobal.nLanguage = -1;
-    if (GlobalCfgHelper::ReadConfigFile(ConfigFilePath(QStringLiteral("GlobalConfig.xml")), &stGlobal)) {
-        m_stPlayerCfg.nLanguage = stGlobal.nLanguage;
-        m_stPlayerCfg.nSkin = stGlobal.nSkinIndex;
-    } else {
-        m_stPlayerCfg.nLanguage = DefaultLanguageFromLocale(QLocale::system());
-        m_stPlayerCfg.nSkin = 0;
+    // A damaged PlayerConfig.xml is kept beside by the store; the start then goes
+    // on as a first start.
+    if (!m_ConfigFile.ReadPlayerConfig(ConfigFilePath(QStringLiteral("PlayerConfig.xml")), &m_stPlayerCfg)) {
+        SetDefaultConfig(); // a half-read file must not leave half its values
+        AllGlobalConfig stGlobal;
+        stGlobal.nLanguage = -1;
+        if (GlobalCfgHelper::ReadConfigFile(ConfigFilePath(QStringLiteral("GlobalConfig.xml")), &stGlobal)) {
+            m_stPlayerCfg.nLanguage = stGlobal.nLanguage;
+            m_stPlayerCfg.nSkin = stGlobal.nSkinIndex;
+        } else {
+            m_stPlayerCfg.nLanguage = DefaultLanguageFromLocale(QLocale::system());
+            m_stPlayerCfg.nSkin = 0;
+        }
     }
 
     AllGlobalConfig stLanguages;
@@ -217,15 +239,80 @@ bool CVelquinDlg::SaveConfig() {
     stGlobal.nSkinIndex = m_stPlayerCfg.nSkin;
     // A failing write is silent: there is nobody left to tell at exit.
     GlobalCfgHelper::WriteConfigFile(ConfigFilePath(QStringLiteral("GlobalConfig.xml")), &stGlobal);
-    return true;
+    return m_ConfigFile.WritePlayerConfig(ConfigFilePath(QStringLiteral("PlayerConfig.xml")), &m_stPlayerCfg);
 }
 
 bool CVelquinDlg::RestorePlaylist() {
-    // Nothing to restore before the playlist and its store exist.
+    if (!m_stPlayerCfg.bExitKeepPlaylistFiles || m_stPlayerCfg.lstPlaylistFiles.isEmpty() || !m_pPlaylist)
+        return true;
+    // The stored list stays in the record for the whole run: opening a file looks
+    // up its saved progress there.
+    for (const PlaylistFileCfg& stEntry : m_stPlayerCfg.lstPlaylistFiles) {
+        if (IsPlaylistFull())
+            break;
+        OpenInfo stInfo;
+        stInfo.nMediaType = stEntry.nMediaType;
+        stInfo.strFilePath = stEntry.strFilePath;
+        if (stEntry.nMediaType == 2) {
+            stInfo.nTransmitMode = stEntry.nTransmitMode;
+            stInfo.nPort = stEntry.nPort;
+            m_pPlaylist->AddUrl(&stInfo);
+        } else {
+            stInfo.strDecryptKey = stEntry.strDecryptKey;
+            stInfo.bEncrypted = stEntry.bIsEncrypt;
+            m_pPlaylist->AddFile(&stInfo);
+        }
+    }
     return true;
 }
 
+void CVelquinDlg::RebuildStoredPlaylist() {
+    QList<PlaylistFileCfg>& lstStored = m_stPlayerCfg.lstPlaylistFiles;
+    lstStored.clear();
+    if (m_stPlayerCfg.bKeepPlayProgress) {
+        // One entry per playing window, first, so that the opening of a file finds
+        // its progress; the entry is reused, fields a window does not set stay.
+        PlaylistFileCfg stEntry;
+        for (int i = 0; i < MAX_PLAY_WND; ++i) {
+            const QString strPath = m_pDlgShow->GetWndFilePath(i);
+            if (!IsActiveState(m_pDlgShow->GetPlayState(i)) || strPath.isEmpty())
+                continue;
+            stEntry.nFilePlayProgress = int(m_pDlgShow->GetPlayedTime(i));
+            stEntry.strFilePath = strPath;
+            OpenInfo stInfo;
+            const int nRow = m_pPlaylist->GetRowByPath(strPath);
+            if (nRow >= 0 && m_pPlaylist->GetOpenInfo(nRow, &stInfo)) {
+                stEntry.nMediaType = stInfo.nMediaType;
+                stEntry.strFilePath = stInfo.strFilePath;
+                stEntry.bIsEncrypt = stInfo.bEncrypted;
+                stEntry.strDecryptKey = stInfo.strDecryptKey;
+                stEntry.nTransmitMode = stInfo.nTransmitMode;
+                stEntry.nPort = stInfo.nPort;
+            }
+            lstStored.append(stEntry);
+        }
+    }
+    if (m_stPlayerCfg.bExitKeepPlaylistFiles) {
+        for (int nRow = 0; nRow < m_pPlaylist->count(); ++nRow) {
+            OpenInfo stInfo;
+            if (!m_pPlaylist->GetOpenInfo(nRow, &stInfo) || stInfo.strFilePath.isEmpty())
+                continue;
+            PlaylistFileCfg stEntry;
+            stEntry.nMediaType = stInfo.nMediaType;
+            stEntry.strFilePath = stInfo.strFilePath;
+            stEntry.bIsEncrypt = stInfo.bEncrypted;
+            stEntry.strDecryptKey = stInfo.strDecryptKey;
+            stEntry.nTransmitMode = stInfo.nTransmitMode;
+            stEntry.nPort = stInfo.nPort;
+            lstStored.append(stEntry);
+        }
+    }
+}
+
 bool CVelquinDlg::UnInit() {
+    // The windows still play here, so their played times can be stored.
+    if (m_pPlaylist && m_pDlgShow)
+        RebuildStoredPlaylist();
     SaveConfig();
 
     if (m_pPlayerTimer) {
@@ -233,6 +320,8 @@ bool CVelquinDlg::UnInit() {
         delete m_pPlayerTimer;
         m_pPlayerTimer = nullptr;
     }
+    delete m_pAutoExpandWnd;
+    m_pAutoExpandWnd = nullptr;
 
     CLanguageParser::DeleteInstance();
     if (SkinManager::GetInstance())
@@ -349,17 +438,17 @@ QWidget* CVelquinDlg::BuildPlaylistColumn() {
     pBar->addWidget(m_pBtnListDelete);
     pBar->addWidget(m_pBtnPlayMode);
     pBar->addWidget(m_pBtnSearch);
-    // The list tool bar acts on the playlist, which is not part of this build yet.
-    for (CSkinButton* pBtn : {m_pBtnListAdd, m_pBtnListDelete, m_pBtnPlayMode, m_pBtnSearch})
-        pBtn->setEnabled(false);
+    m_pBtnListDelete->hide();
+    // The search bar is not part of this build yet.
+    m_pBtnSearch->setEnabled(false);
     pColumn->addWidget(m_pListToolBarContainer);
 
     m_pLabelListBottomBorder = MakeLabel(m_pPlaylistCtrlContainer, "m_pLabelListBottomBorder");
     m_pLabelListBottomBorder->setFixedHeight(1);
     pColumn->addWidget(m_pLabelListBottomBorder);
 
-    m_pPlaylistArea = MakeContainer(m_pPlaylistCtrlContainer, "m_pPlaylistArea");
-    pColumn->addWidget(m_pPlaylistArea, 1);
+    m_pPlaylist = new CPlaylist(m_pPlaylistCtrlContainer);
+    pColumn->addWidget(m_pPlaylist, 1);
     return m_pPlaylistCtrlContainer;
 }
 
@@ -491,6 +580,35 @@ bool CVelquinDlg::InitMenus() {
         pAction->setCheckable(true);
         m_pLayoutGroup->addAction(pAction);
     }
+
+    m_pPlayModeMenu = new QMenu(this);
+    m_pPlayModeMenu->setObjectName(QStringLiteral("m_pPlayModeMenu"));
+    m_pPlayModeGroup = new QActionGroup(this);
+    m_pPlayModeGroup->setExclusive(true);
+    for (int i = 0; i < 4; ++i) {
+        m_pActPlayMode[i] = m_pPlayModeMenu->addAction(QString());
+        m_pActPlayMode[i]->setCheckable(true);
+        m_pActPlayMode[i]->setData(i + 1);
+        m_pPlayModeGroup->addAction(m_pActPlayMode[i]);
+    }
+
+    // The right menu of the list and the delete button's menu share the actions.
+    m_pPlaylistRightMenu = new QMenu(this);
+    m_pPlaylistRightMenu->setObjectName(QStringLiteral("m_pPlaylistRightMenu"));
+    m_pActListPlayOrPause = m_pPlaylistRightMenu->addAction(QString());
+    m_pPlaylistRightMenu->addSeparator();
+    m_pActListDelete = m_pPlaylistRightMenu->addAction(QString());
+    m_pActListRemoveInvalid = m_pPlaylistRightMenu->addAction(QString());
+    m_pActListClear = m_pPlaylistRightMenu->addAction(QString());
+    m_pPlaylistRightMenu->addSeparator();
+    m_pActListOpenFolder = m_pPlaylistRightMenu->addAction(QString());
+    m_pPlaylistRightMenu->addSeparator();
+    m_pActListSetSecret = m_pPlaylistRightMenu->addAction(QString());
+    m_pPlaylistDelMenu = new QMenu(this);
+    m_pPlaylistDelMenu->setObjectName(QStringLiteral("m_pPlaylistDelMenu"));
+    m_pPlaylistDelMenu->addAction(m_pActListDelete);
+    m_pPlaylistDelMenu->addAction(m_pActListRemoveInvalid);
+    m_pPlaylistDelMenu->addAction(m_pActListClear);
     return true;
 }
 
@@ -553,6 +671,23 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_MarkInvalidFile, this, &CVelquinDlg::On_MarkInvalidFile,
                         Qt::QueuedConnection));
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_ErrorToStopPlay, this, &CVelquinDlg::ErrorToStopPlay));
+
+    bOk &= bool(connect(m_pBtnListAdd, &QPushButton::clicked, this, &CVelquinDlg::On_AddFiles));
+    bOk &= bool(connect(m_pBtnListDelete, &QPushButton::clicked, this, &CVelquinDlg::On_ShowPlaylistDelMenu));
+    bOk &= bool(connect(m_pBtnPlayMode, &QPushButton::clicked, this, &CVelquinDlg::On_ShowPlayModeMenu));
+    bOk &= bool(connect(m_pPlayModeGroup, &QActionGroup::triggered, this, &CVelquinDlg::On_SwitchPlayMode));
+    bOk &= bool(connect(m_pActListPlayOrPause, &QAction::triggered, this, &CVelquinDlg::On_PlaySelectedRow));
+    bOk &= bool(connect(m_pActListDelete, &QAction::triggered, this, &CVelquinDlg::On_DelSelFiles));
+    bOk &= bool(connect(m_pActListRemoveInvalid, &QAction::triggered, this, &CVelquinDlg::On_ClearInvalidFiles));
+    bOk &= bool(connect(m_pActListClear, &QAction::triggered, this, &CVelquinDlg::On_ClearPlaylist));
+    bOk &= bool(connect(m_pActListOpenFolder, &QAction::triggered, this, &CVelquinDlg::On_OpenCurFileFolder));
+    bOk &= bool(connect(m_pActListSetSecret, &QAction::triggered, this, &CVelquinDlg::On_ShowInputKeyDlg));
+    bOk &= bool(connect(m_pPlaylist, &CPlaylist::Sig_OpenFileInSelectedWnd, this,
+                        &CVelquinDlg::On_OpenFileInSelWnd));
+    bOk &= bool(connect(m_pPlaylist, &CPlaylist::Sig_ListRButtonDown, this,
+                        &CVelquinDlg::On_ShowPlaylistRightMenu));
+    bOk &= bool(connect(m_pPlaylist, &CPlaylist::Sig_CloseFile, this, &CVelquinDlg::On_CloseByFilePath));
+    bOk &= bool(connect(this, &CVelquinDlg::Sig_ShowAutoExpandWnd, this, &CVelquinDlg::On_ShowAutoExpandWnd));
     return bOk;
 }
 
@@ -655,6 +790,17 @@ void CVelquinDlg::RetranslateMenus() {
     m_pActLayout4->setText(Text(IDS_PlayWnd_4PlayWnd, QStringLiteral("4 window")));
     m_pActLayout9->setText(Text(IDS_PlayWnd_9PlayWnd, QStringLiteral("9 window")));
     m_pActLayout16->setText(Text(IDS_PlayWnd_16PlayWnd, QStringLiteral("16 window")));
+    m_pPlayModeMenu->setTitle(Text(IDS_MainWnd_PlayMode, QStringLiteral("Play Mode")));
+    m_pActPlayMode[0]->setText(Text(IDS_MainWnd_SinglePlay, QStringLiteral("Single Play")));
+    m_pActPlayMode[1]->setText(Text(IDS_MainWnd_ListPlay, QStringLiteral("Playlist Order")));
+    m_pActPlayMode[2]->setText(Text(IDS_MainWnd_SingleRepeat, QStringLiteral("Loop Single File")));
+    m_pActPlayMode[3]->setText(Text(IDS_MainWnd_ListRepeat, QStringLiteral("Loop Playlist")));
+    m_pActListPlayOrPause->setText(Text(IDS_Global_PlayOrPause, QStringLiteral("Play/Pause")));
+    m_pActListDelete->setText(Text(IDS_MainWnd_DelFileInPlaylist, QStringLiteral("Delete the Selected File")));
+    m_pActListRemoveInvalid->setText(Text(IDS_MainWnd_RemoveInvalidFiles, QStringLiteral("Remove invalid files")));
+    m_pActListClear->setText(Text(IDS_MainWnd_ClearPlaylist, QStringLiteral("Clear the Playlist")));
+    m_pActListOpenFolder->setText(Text(IDS_MainWnd_OpenFolderOfFile, QStringLiteral("Open folder of file")));
+    m_pActListSetSecret->setText(Text(IDS_MainWnd_SetSecret, QStringLiteral("Enter Key")));
 }
 
 bool CVelquinDlg::On_ChangeLanguageCN_EN() {
@@ -923,21 +1069,54 @@ bool CVelquinDlg::On_OpenFolder() {
     return OpenFileList(lstPaths);
 }
 
+bool CVelquinDlg::IsPlaylistFull() const {
+    return m_pPlaylist && m_pPlaylist->count() >= MAX_PLAYLIST_ROWS;
+}
+
 bool CVelquinDlg::OpenFileList(QStringList lstPaths) {
-    if (lstPaths.isEmpty() || !m_pDlgShow)
+    if (lstPaths.isEmpty() || !m_pDlgShow || !m_pPlaylist)
         return false;
-    // One request for the whole walk. Without the playlist the paths are not kept in
-    // a list yet: those beyond the windows of the layout are left out.
+    // One request for the whole walk: what a row knows (type, key, flags) is read
+    // into it before each open.
     OpenInfo stInfo;
     for (int i = 0; i < lstPaths.size(); ++i) {
+        if (IsPlaylistFull()) {
+            ShowInfoMessage(IDS_MainWnd_PlaylistIsMax, QStringLiteral("Playlist is Maximum, can not add!"));
+            break;
+        }
         stInfo.strFilePath = lstPaths.at(i);
-        stInfo.nMediaType = QFileInfo(stInfo.strFilePath).isFile() ? 1 : 0;
+        stInfo.nMediaType = 1;
+        m_pPlaylist->AddFile(&stInfo);
+        const int nRow = m_pPlaylist->GetRowByPath(stInfo.strFilePath);
+        if (nRow < 0)
+            continue;
+        m_pPlaylist->GetOpenInfo(nRow, &stInfo);
         if (lstPaths.size() == 1)
             return On_OpenFileInSelWnd(&stInfo);
-        if (i >= m_pDlgShow->GetPlayWndNum())
+        // Several paths fill the windows from the first on; the rest only join the list.
+        if (i < m_pDlgShow->GetPlayWndNum()) {
+            m_pDlgShow->On_ChangeSelWnd(i);
+            PlayFileInWnd(i, &stInfo);
+        }
+    }
+    return true;
+}
+
+bool CVelquinDlg::On_AddFiles() {
+    if (!m_pPlaylist)
+        return false;
+    QStringList lstPaths;
+    if (!ShowFileDialog(lstPaths, MAX_OPEN_PATHS))
+        return false;
+    for (const QString& strPath : lstPaths) {
+        if (IsPlaylistFull()) {
+            ShowInfoMessage(IDS_MainWnd_PlaylistIsMax, QStringLiteral("Playlist is Maximum, can not add!"));
             break;
-        m_pDlgShow->On_ChangeSelWnd(i);
-        PlayFileInWnd(i, &stInfo);
+        }
+        OpenInfo stInfo;
+        stInfo.nMediaType = 1;
+        stInfo.strFilePath = strPath;
+        m_pPlaylist->AddFile(&stInfo);
     }
     return true;
 }
@@ -947,31 +1126,112 @@ bool CVelquinDlg::On_OpenFileInSelWnd(OpenInfo* pOpenInfo) {
         return false;
     if (!GuardSyncMode())
         return false;
-    // The key prompt for encrypted files comes with the playlist, which knows the keys.
+    if (pOpenInfo->nMediaType != 2 && m_pPlaylist && m_pPlaylist->GetRowByPath(pOpenInfo->strFilePath) >= 0) {
+        QMap<QString, QString> mapKeys;
+        if (!pOpenInfo->bEncryptChecked) {
+            // The thumbnail thread has not looked at the file yet: read the file now,
+            // so that the key comes before the window opens.
+            bool bEncrypted = false;
+            CPlayHelper::IsEncryption(pOpenInfo->strFilePath, &bEncrypted);
+            if (bEncrypted)
+                mapKeys.insert(pOpenInfo->strFilePath, QString());
+        } else if (pOpenInfo->bEncrypted && pOpenInfo->strDecryptKey.isEmpty()) {
+            mapKeys.insert(pOpenInfo->strFilePath, QString());
+        }
+        if (!mapKeys.isEmpty()) {
+            if (!AskDecryptKeys(mapKeys))
+                return false; // cancelled: the window keeps what it played
+            pOpenInfo->strDecryptKey = mapKeys.first();
+            m_pPlaylist->SetDecryptKey(mapKeys.firstKey(), mapKeys.first());
+        }
+    }
     return PlayFileInWnd(m_pDlgShow->GetSelWndIndex(), pOpenInfo);
 }
 
+bool CVelquinDlg::AskDecryptKeys(QMap<QString, QString>& mapKeys) {
+    if (mapKeys.isEmpty())
+        return false;
+    CGetDecryptKeyDlg dlg(this);
+    dlg.Init();
+    dlg.SetFiles(mapKeys);
+    const int nFiles = mapKeys.size();
+    dlg.resize(400, nFiles <= 6 ? 185 + 30 * nFiles : 375);
+    if (dlg.exec() != QDialog::Accepted)
+        return false;
+    dlg.GetFileKeys(mapKeys);
+    return true;
+}
+
+bool CVelquinDlg::On_ShowInputKeyDlg() {
+    if (!m_pPlaylist)
+        return false;
+    QMap<QString, QString> mapKeys;
+    for (QListWidgetItem* pItem : m_pPlaylist->selectedItems()) {
+        OpenInfo stInfo;
+        if (m_pPlaylist->GetOpenInfo(pItem, &stInfo) && stInfo.bEncrypted)
+            mapKeys.insert(stInfo.strFilePath, QString());
+    }
+    if (!AskDecryptKeys(mapKeys))
+        return false;
+    for (auto it = mapKeys.cbegin(); it != mapKeys.cend(); ++it)
+        m_pPlaylist->SetDecryptKey(it.key(), it.value());
+    return true;
+}
+
+int CVelquinDlg::CountActiveWndsWithPath(const QString& strPath, int nExcept) const {
+    int nCount = 0;
+    for (int i = 0; i < MAX_PLAY_WND; ++i) {
+        if (i != nExcept && IsActiveState(m_pDlgShow->GetPlayState(i)) &&
+            QString::compare(m_pDlgShow->GetWndFilePath(i), strPath) == 0)
+            ++nCount;
+    }
+    return nCount;
+}
+
+void CVelquinDlg::ClearRowProgress(const QString& strPath) {
+    if (!m_pPlaylist || strPath.isEmpty())
+        return;
+    QMap<QString, PlayProgress> mapProgress;
+    mapProgress.insert(strPath, PlayProgress());
+    m_pPlaylist->UpdatePlayProgress(mapProgress);
+}
+
 bool CVelquinDlg::PlayFileInWnd(int nWnd, OpenInfo* pOpenInfo) {
-    if (!m_pDlgShow || nWnd < 0 || nWnd >= MAX_PLAY_WND || !pOpenInfo)
+    if (!m_pDlgShow || !m_pPlaylist || nWnd < 0 || nWnd >= MAX_PLAY_WND || !pOpenInfo)
         return false;
     if (m_pDlgShow->IsSyncPlay())
         return false;
 
+    // The file that leaves this window no longer shows progress in its row, unless
+    // another window still plays it.
+    const QString strLeaving = m_pDlgShow->GetWndFilePath(nWnd);
+    if (CountActiveWndsWithPath(strLeaving, nWnd) == 0)
+        ClearRowProgress(strLeaving);
+
     pOpenInfo->bHardDecode = m_stPlayerCfg.bStartHardDecodeEngine;
     const bool bSelected = (nWnd == m_pDlgShow->GetSelWndIndex());
     if (!m_pDlgShow->OpenFileInWnd(nWnd, pOpenInfo)) {
-        // The window reports the failure itself; the controls must show that
-        // nothing plays there now.
+        // The window reports the failure itself; the row says it cannot be played.
+        m_pPlaylist->MarkInvalidFile(pOpenInfo->strFilePath, true);
         if (bSelected)
             On_UpdateCtrlsState();
         return false;
     }
+    m_pPlaylist->MarkInvalidFile(pOpenInfo->strFilePath, false);
 
     // Only the selected window sounds.
     if (bSelected && !m_bMute)
         m_pDlgShow->SetVolume(nWnd, true, m_nVolume, false);
     else
         m_pDlgShow->SetVolume(nWnd, false, 0, false);
+
+    // Saved position: the last stored entry of this path decides.
+    if (pOpenInfo->nMediaType == 1 && m_stPlayerCfg.bKeepPlayProgress) {
+        for (const PlaylistFileCfg& stEntry : m_stPlayerCfg.lstPlaylistFiles) {
+            if (stEntry.strFilePath == pOpenInfo->strFilePath)
+                m_pDlgShow->SetTimePos(nWnd, uint(qMax(0, stEntry.nFilePlayProgress)));
+        }
+    }
 
     if (bSelected) {
         On_UpdateCtrlsState();
@@ -997,36 +1257,103 @@ bool CVelquinDlg::StopWnd(int nWnd) {
     return true;
 }
 
-bool CVelquinDlg::On_FilePlayEnd(int nPlayWndIndex) {
-    if (!m_pDlgShow)
+bool CVelquinDlg::ReplayWnd(int nWnd) {
+    if (!m_pDlgShow || m_pDlgShow->IsSyncPlay() || nWnd < 0 || nWnd >= MAX_PLAY_WND)
         return false;
+    m_pDlgShow->Play(nWnd);
+    if (nWnd == m_pDlgShow->GetSelWndIndex() && !m_bMute)
+        m_pDlgShow->SetVolume(nWnd, true, m_nVolume, false);
+    else
+        m_pDlgShow->SetVolume(nWnd, false, 0, false);
+    if (nWnd == m_pDlgShow->GetSelWndIndex())
+        On_UpdateCtrlsState();
+    return true;
+}
+
+void CVelquinDlg::UpdateSyncBtnState() {
+    int nActive = 0;
+    bool bAnyNet = false;
+    for (int i = 0; i < MAX_PLAY_WND; ++i) {
+        if (!IsActiveState(m_pDlgShow->GetPlayState(i)))
+            continue;
+        ++nActive;
+        bAnyNet = bAnyNet || m_pDlgShow->GetOpenMode(i) == 2;
+    }
+    m_pBtnSyncPlay->setEnabled(nActive >= 2 && !bAnyNet);
+}
+
+bool CVelquinDlg::On_FilePlayEnd(int nPlayWndIndex) {
+    if (!m_pDlgShow || !m_pPlaylist || nPlayWndIndex < 0 || nPlayWndIndex >= MAX_PLAY_WND)
+        return false;
+    const QString strPath = m_pDlgShow->GetWndFilePath(nPlayWndIndex);
+    if (CountActiveWndsWithPath(strPath, nPlayWndIndex) == 0)
+        ClearRowProgress(strPath);
     if (nPlayWndIndex == m_pDlgShow->GetSelWndIndex())
         m_bSliderPressed = false; // a drag in progress must not freeze the slider
 
     if (!m_pDlgShow->IsSyncPlay()) {
-        // Only single play exists in this build: the modes that move on through the
-        // playlist or loop come with the playlist.
         switch (m_nPlayMode) {
+        case 2:
+        case 4: {
+            // The next row plays in the window that ended, searched from the ended
+            // file's row: only the list order counts, not the selection.
+            const int nCur = m_pPlaylist->GetRowByPath(strPath);
+            if (nCur < 0)
+                return false;
+            int nDst = nCur + 1;
+            int nVisits = 0;
+            for (;;) {
+                if (nDst > m_pPlaylist->count() - 1) {
+                    if (m_nPlayMode == 2) {
+                        StopWnd(nPlayWndIndex);
+                        break;
+                    }
+                    nDst = 0;
+                }
+                if (nDst == nCur) {
+                    // Every other row was tried: a list of one plays it again, a list
+                    // where nothing opens ends here instead of going round for ever.
+                    qDebug() << "On_FilePlayEnd nDstPlayIndex == nCurPlayIndex";
+                    if (++nVisits >= 2)
+                        break;
+                }
+                OpenInfo stInfo;
+                if (m_pPlaylist->GetOpenInfo(nDst, &stInfo) && stInfo.nMediaType != 2 &&
+                    PlayFileInWnd(nPlayWndIndex, &stInfo))
+                    break;
+                ++nDst;
+            }
+            break;
+        }
+        case 3:
+            StopWnd(nPlayWndIndex);
+            ReplayWnd(nPlayWndIndex);
+            break;
         default:
             StopWnd(nPlayWndIndex);
             break;
         }
+        UpdateSyncBtnState();
     }
     return true;
 }
 
 void CVelquinDlg::ErrorToStopPlay(QString strFileName, int nErrorType, bool bSRFile) {
-    Q_UNUSED(strFileName); // the wrong key of type 5 is forgotten by the playlist, which joins later
     switch (nErrorType) {
     case 0:
         // Type 0 is only fatal for fisheye material.
         if (bSRFile)
             On_Stop();
         break;
+    case 5:
+        // A wrong key is forgotten, so that the next open asks again.
+        if (m_pPlaylist)
+            m_pPlaylist->SetDecryptKey(strFileName, QString());
+        On_Stop();
+        break;
     case 1:
     case 2:
     case 4:
-    case 5:
         On_Stop();
         break;
     default:
@@ -1034,9 +1361,311 @@ void CVelquinDlg::ErrorToStopPlay(QString strFileName, int nErrorType, bool bSRF
     }
 }
 
-bool CVelquinDlg::On_MarkInvalidFile(QString /*strFilePath*/, bool /*bState*/) {
-    // Marks live in the playlist rows; without the playlist there is nothing to clear.
+bool CVelquinDlg::On_MarkInvalidFile(QString strFilePath, bool /*bState*/) {
+    // The signal means that a stream has started: its row is valid again.
+    if (!m_pPlaylist)
+        return false;
+    return m_pPlaylist->MarkInvalidFile(strFilePath, false);
+}
+
+bool CVelquinDlg::On_SwitchPlayMode(QAction* pAction) {
+    if (!pAction)
+        return false;
+    const int nMode = pAction->data().toInt();
+    if (nMode < 1 || nMode > 4)
+        return false;
+    m_nPlayMode = nMode;
+    On_UpdateCtrlsState();
     return true;
+}
+
+bool CVelquinDlg::On_ShowPlayModeMenu() {
+    if (!m_pPlayModeMenu || !m_pBtnPlayMode)
+        return false;
+    m_pActPlayMode[(m_nPlayMode >= 1 && m_nPlayMode <= 4) ? m_nPlayMode - 1 : 0]->setChecked(true);
+    m_pPlayModeMenu->setEnabled(!IsSyncPlay());
+    m_pPlayModeMenu->popup(m_pBtnPlayMode->mapToGlobal(QPoint(0, m_pBtnPlayMode->height())));
+    return true;
+}
+
+bool CVelquinDlg::On_ShowPlaylistRightMenu(QPoint ptMouseGlobalPos) {
+    if (!m_pPlaylist || !m_pPlaylistRightMenu)
+        return false;
+    const QList<QListWidgetItem*> lstSel = m_pPlaylist->selectedItems();
+    m_pActListDelete->setVisible(!lstSel.isEmpty());
+    OpenInfo stInfo;
+    const bool bOneFile =
+        lstSel.size() == 1 && m_pPlaylist->GetOpenInfo(lstSel.first(), &stInfo) && stInfo.nMediaType != 2;
+    m_pActListOpenFolder->setVisible(bOneFile);
+    m_pActListPlayOrPause->setVisible(bOneFile);
+    bool bAnyEncrypted = false;
+    for (QListWidgetItem* pItem : lstSel) {
+        OpenInfo stRow;
+        if (m_pPlaylist->GetOpenInfo(pItem, &stRow) && stRow.bEncrypted) {
+            bAnyEncrypted = true;
+            break;
+        }
+    }
+    m_pActListSetSecret->setVisible(bAnyEncrypted);
+    m_pPlaylistRightMenu->popup(ptMouseGlobalPos);
+    return true;
+}
+
+bool CVelquinDlg::On_ShowPlaylistDelMenu() {
+    if (!m_pPlaylist || !m_pPlaylistDelMenu)
+        return false;
+    m_pActListDelete->setVisible(!m_pPlaylist->selectedItems().isEmpty());
+    m_pPlaylistDelMenu->popup(m_pBtnListDelete->mapToGlobal(QPoint(0, m_pBtnListDelete->height())));
+    return true;
+}
+
+bool CVelquinDlg::On_PlaySelectedRow() {
+    if (!m_pPlaylist)
+        return false;
+    const QList<QListWidgetItem*> lstSel = m_pPlaylist->selectedItems();
+    OpenInfo stInfo;
+    if (lstSel.size() != 1 || !m_pPlaylist->GetOpenInfo(lstSel.first(), &stInfo))
+        return false;
+    // The selected window already shows this file: the command toggles it.
+    if (m_pDlgShow && IsActiveState(m_pDlgShow->GetPlayState()) &&
+        m_pDlgShow->GetSelWndFilePath() == stInfo.strFilePath)
+        return On_PlayOrPause();
+    return On_OpenFileInSelWnd(&stInfo);
+}
+
+bool CVelquinDlg::On_OpenCurFileFolder() {
+    if (!m_pPlaylist)
+        return false;
+    const QList<QListWidgetItem*> lstSel = m_pPlaylist->selectedItems();
+    OpenInfo stInfo;
+    if (lstSel.size() != 1 || !m_pPlaylist->GetOpenInfo(lstSel.first(), &stInfo) || stInfo.nMediaType == 2)
+        return false;
+    const QString strFolder = CPlayHelper::GetFolderFromPath(stInfo.strFilePath);
+    return QDesktopServices::openUrl(QUrl::fromLocalFile(strFolder));
+}
+
+bool CVelquinDlg::On_DelSelFiles() {
+    if (!m_pPlaylist)
+        return false;
+    const QList<QListWidgetItem*> lstSel = m_pPlaylist->selectedItems();
+    for (QListWidgetItem* pItem : lstSel) {
+        OpenInfo stInfo;
+        if (m_pPlaylist->GetOpenInfo(pItem, &stInfo))
+            On_CloseByFilePath(stInfo.strFilePath);
+    }
+    m_pPlaylist->RemoveItems(lstSel);
+    On_UpdateCtrlsState();
+    return true;
+}
+
+bool CVelquinDlg::On_ClearPlaylist() {
+    if (!m_pPlaylist || m_pPlaylist->count() == 0)
+        return false;
+    const int nAnswer =
+        CustomMessageBox::MsgBox(this, Text(IDS_Global_Information, QStringLiteral("Information")),
+                                 Text(IDS_MainWnd_ConfirmClearPlaylist,
+                                      QStringLiteral("List of files will be cleared, please confirm whether "
+                                                     "this operation?")),
+                                 2);
+    if (nAnswer == 0)
+        return false;
+    for (int nRow = 0; nRow < m_pPlaylist->count(); ++nRow) {
+        OpenInfo stInfo;
+        if (m_pPlaylist->GetOpenInfo(nRow, &stInfo))
+            On_CloseByFilePath(stInfo.strFilePath);
+    }
+    m_pPlaylist->ClearAll();
+    On_UpdateCtrlsState();
+    return true;
+}
+
+bool CVelquinDlg::On_ClearInvalidFiles() {
+    if (!m_pPlaylist)
+        return false;
+    // Rows not examined yet count as invalid too; URL rows never do. Nothing is
+    // closed: an invalid file cannot be playing.
+    QList<QListWidgetItem*> lstInvalid;
+    for (int nRow = 0; nRow < m_pPlaylist->count(); ++nRow) {
+        OpenInfo stInfo;
+        if (!m_pPlaylist->GetOpenInfo(nRow, &stInfo))
+            continue;
+        if (stInfo.nMediaType == 0 || (stInfo.nMediaType == 1 && !QFile::exists(stInfo.strFilePath)))
+            lstInvalid << m_pPlaylist->item(nRow);
+    }
+    if (lstInvalid.isEmpty())
+        return true;
+    return m_pPlaylist->RemoveItems(lstInvalid);
+}
+
+bool CVelquinDlg::On_CloseByFilePath(QString strFilePath) {
+    if (!m_pDlgShow)
+        return false;
+    if (m_pDlgShow->IsSyncPlay()) {
+        // Leave the group first when one of its windows shows the path.
+        const QString strNative = QDir::toNativeSeparators(strFilePath);
+        for (int i = 0; i < MAX_PLAY_WND; ++i) {
+            if (QDir::toNativeSeparators(m_pDlgShow->GetWndFilePath(i)) == strNative) {
+                m_pDlgShow->SyncPlay();
+                break;
+            }
+        }
+    }
+    return m_pDlgShow->CloseByFilePath(strFilePath);
+}
+
+// ---------------------------------------------------------------------------
+// Drag and drop on the dialog
+
+int CVelquinDlg::ProposedWndNum(int nFiles) {
+    if (nFiles > 9)
+        return 16;
+    if (nFiles >= 5)
+        return 9;
+    return 4;
+}
+
+int CVelquinDlg::CountDraggedFiles(const QMimeData* pData) const {
+    int nCount = 0;
+    for (const QUrl& url : pData->urls()) {
+        const QString strLocal = url.toLocalFile();
+        if (!strLocal.isEmpty() && QFileInfo(strLocal).isFile())
+            ++nCount;
+        else if (strLocal.isEmpty() && m_pPlaylist && m_pPlaylist->GetRowByPath(url.toString()) >= 0)
+            ++nCount;
+    }
+    return nCount;
+}
+
+void CVelquinDlg::dragEnterEvent(QDragEnterEvent* ev) {
+    if (IsSyncPlay() || !ev->mimeData()->hasUrls()) {
+        ev->ignore();
+        return;
+    }
+    // The list has its own drop.
+    if (m_pPlaylist && m_pPlaylist->isVisible() &&
+        m_pPlaylist->rect().contains(m_pPlaylist->mapFrom(this, ev->position().toPoint()))) {
+        ev->ignore();
+        return;
+    }
+    const int nCount = CountDraggedFiles(ev->mimeData());
+    if (m_pDlgShow && m_pDlgShow->isVisible() && nCount > m_pDlgShow->GetPlayWndNum() &&
+        m_pDlgShow->GetPlayWndNum() != MAX_PLAY_WND)
+        emit Sig_ShowAutoExpandWnd(nCount, false);
+    // Folders are accepted here and skipped at the drop.
+    ev->acceptProposedAction();
+}
+
+void CVelquinDlg::dragMoveEvent(QDragMoveEvent* ev) {
+    if (!ev->mimeData()->hasUrls())
+        return;
+    const int nCount = CountDraggedFiles(ev->mimeData());
+    if (m_pAutoExpandWnd && m_pAutoExpandWnd->isVisible()) {
+        const QPoint ptGlobal = mapToGlobal(ev->position().toPoint());
+        emit Sig_ShowAutoExpandWnd(nCount, m_pAutoExpandWnd->frameGeometry().contains(ptGlobal));
+    }
+    ev->acceptProposedAction();
+}
+
+void CVelquinDlg::dragLeaveEvent(QDragLeaveEvent* /*ev*/) {
+    if (m_pAutoExpandWnd)
+        m_pAutoExpandWnd->hide();
+}
+
+bool CVelquinDlg::On_ShowAutoExpandWnd(int nFileNum, bool bIsHoverWnd) {
+    if (!m_pDlgShow)
+        return false;
+    if (!m_pAutoExpandWnd) {
+        m_pAutoExpandWnd = new AutoExpandWnd(this);
+        m_pAutoExpandWnd->Init();
+    }
+    // Centred at the bottom of the stage, 2 pixels above its edge.
+    const QSize sizePrompt = m_pAutoExpandWnd->size();
+    const QPoint ptBottom = m_pDlgShow->mapToGlobal(QPoint(m_pDlgShow->width() / 2, m_pDlgShow->height()));
+    m_pAutoExpandWnd->move(ptBottom.x() - sizePrompt.width() / 2, ptBottom.y() - 2 - sizePrompt.height());
+    m_pAutoExpandWnd->show();
+    return m_pAutoExpandWnd->SetProposal(ProposedWndNum(nFileNum), bIsHoverWnd);
+}
+
+void CVelquinDlg::dropEvent(QDropEvent* ev) {
+    if (!m_pDlgShow || !m_pPlaylist || !ev->mimeData()->hasUrls())
+        return;
+    const QPoint ptGlobal = mapToGlobal(ev->position().toPoint());
+
+    // First pass: one entry per accepted URL, what a row knows taken from the row.
+    QList<OpenInfo> lstDrop;
+    bool bHasNew = false;
+    OpenInfo stInfo;
+    for (const QUrl& url : ev->mimeData()->urls()) {
+        const QString strLocal = url.toLocalFile();
+        if (!strLocal.isEmpty()) {
+            const int nRow = m_pPlaylist->GetRowByPath(strLocal);
+            if (CPlayHelper::CheckFile(strLocal)) {
+                if (nRow >= 0) {
+                    m_pPlaylist->GetOpenInfo(nRow, &stInfo);
+                } else {
+                    stInfo = OpenInfo();
+                    stInfo.nMediaType = 1;
+                    stInfo.strFilePath = strLocal;
+                    bHasNew = true;
+                }
+            } else {
+                const QFileInfo fi(strLocal);
+                if (fi.isDir() || fi.isSymLink())
+                    continue; // folders are not walked on a drop
+                stInfo = OpenInfo();
+                stInfo.nMediaType = 0;
+                stInfo.strFilePath = strLocal;
+                bHasNew = bHasNew || nRow < 0;
+            }
+        } else {
+            // A remote URL without a row carries its text as a stream address.
+            const QString strUrl = url.toString();
+            const int nRow = m_pPlaylist->GetRowByPath(strUrl);
+            if (nRow >= 0) {
+                m_pPlaylist->GetOpenInfo(nRow, &stInfo);
+            } else {
+                stInfo = OpenInfo();
+                stInfo.nMediaType = 2;
+                stInfo.strFilePath = strUrl;
+                bHasNew = true;
+            }
+        }
+        lstDrop.append(stInfo);
+    }
+
+    // A drop on the prompt grows the layout to hold the files.
+    const int nWndNum = m_pDlgShow->GetPlayWndNum();
+    if (m_pAutoExpandWnd && m_pAutoExpandWnd->isVisible() && lstDrop.size() > nWndNum &&
+        nWndNum != MAX_PLAY_WND && m_pAutoExpandWnd->frameGeometry().contains(ptGlobal) && lstDrop.size() >= 2)
+        On_ChangePlayWndNum(ProposedWndNum(int(lstDrop.size())));
+
+    QList<OpenInfo> lstOpen;
+    for (OpenInfo& stEntry : lstDrop) {
+        if (IsPlaylistFull() && bHasNew) {
+            ShowInfoMessage(IDS_MainWnd_PlaylistIsMax, QStringLiteral("Playlist is Maximum, can not add!"));
+            break;
+        }
+        if (stEntry.nMediaType == 2)
+            m_pPlaylist->AddUrl(&stEntry);
+        else
+            m_pPlaylist->AddFile(&stEntry);
+        lstOpen.append(stEntry);
+    }
+
+    if (lstOpen.size() == 1) {
+        // A single file goes to the window under the cursor.
+        if (m_pDlgShow->rect().contains(m_pDlgShow->mapFromGlobal(ptGlobal)))
+            m_pDlgShow->SelectWndByPos(ptGlobal);
+        PlayFileInWnd(m_pDlgShow->GetSelWndIndex(), &lstOpen.first());
+    } else {
+        for (int i = 0; i < m_pDlgShow->GetPlayWndNum() && i < lstOpen.size(); ++i) {
+            m_pDlgShow->On_ChangeSelWnd(i);
+            PlayFileInWnd(i, &lstOpen[i]);
+        }
+    }
+    if (m_pAutoExpandWnd)
+        m_pAutoExpandWnd->hide();
+    ev->acceptProposedAction();
 }
 
 bool CVelquinDlg::On_ShowSelectMultiWndsDlg() {
@@ -1539,8 +2168,31 @@ bool CVelquinDlg::On_PlayerTimer() {
         m_pLabWholeTime->setText(FormatHms(0));
         m_pPlayProgressSlider->SetValue(0);
     }
-    // The synchronous ruler and the progress of the playlist rows join with
-    // synchronous play and the playlist.
+    // The synchronous ruler joins with synchronous play.
+
+    // Progress painted in the rows of the open files; the first window with a
+    // path wins, stopped windows bring their rows back to the plain look.
+    if (m_pPlaylist) {
+        QMap<QString, PlayProgress> mapProgress;
+        for (int i = 0; i < MAX_PLAY_WND; ++i) {
+            const QString strPath = m_pDlgShow->GetWndFilePath(i);
+            if (!IsActiveState(m_pDlgShow->GetPlayState(i)) || strPath.isEmpty() || mapProgress.contains(strPath))
+                continue;
+            PlayProgress stProgress;
+            stProgress.nTotalTime = m_pDlgShow->GetFileTime(i);
+            stProgress.nPlayedTime = m_pDlgShow->GetPlayedTime(i);
+            if (stProgress.nPlayedTime > stProgress.nTotalTime)
+                stProgress.nPlayedTime = 0;
+            mapProgress.insert(strPath, stProgress);
+        }
+        for (int i = 0; i < MAX_PLAY_WND; ++i) {
+            const QString strPath = m_pDlgShow->GetWndFilePath(i);
+            if (m_pDlgShow->GetPlayState(i) == 3 && !strPath.isEmpty() && !mapProgress.contains(strPath))
+                mapProgress.insert(strPath, PlayProgress());
+        }
+        if (!mapProgress.isEmpty())
+            m_pPlaylist->UpdatePlayProgress(mapProgress);
+    }
     return true;
 }
 

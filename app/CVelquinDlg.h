@@ -7,12 +7,20 @@
 #include <QString>
 #include <QStringList>
 
+#include <QMap>
+
+#include "CPlayerConfigFile.h"
 #include "IObserverBase.h"
 #include "PlayerConfig.h"
 
 class QAction;
 class QActionGroup;
+class QDragEnterEvent;
+class QDragLeaveEvent;
+class QDragMoveEvent;
+class QDropEvent;
 class QEvent;
+class QMimeData;
 class QHBoxLayout;
 class QKeyEvent;
 class QLabel;
@@ -28,6 +36,8 @@ class CustomPlayerSlider;
 class SliderTips;
 class CDlgShow;
 class CSkinButton;
+class CPlaylist;
+class AutoExpandWnd;
 struct OpenInfo;
 
 // The one top level window: builds the bars around the stage, turns every user
@@ -62,6 +72,13 @@ public:
     QString GetVolumeUpKeyText() const;
     const PlayerConfig& GetPlayerConfig() const { return m_stPlayerCfg; }
     QString GetConfigDir() const { return m_strConfigDir; }
+    CPlaylist* GetPlaylist() const { return m_pPlaylist; }
+    CDlgShow* GetDlgShow() const { return m_pDlgShow; }
+    int GetPlayMode() const { return m_nPlayMode; }
+    AutoExpandWnd* GetAutoExpandWnd() const { return m_pAutoExpandWnd; }
+
+    // The layout a drop of nFiles entries on the drag prompt asks for.
+    static int ProposedWndNum(int nFiles);
 
     // Language of a first start without any configuration: Simplified Chinese
     // systems get 0, all others 1.
@@ -104,11 +121,26 @@ public slots:
     bool On_ShowOpenMenu_OpenBtn();
     bool On_OpenFiles();
     bool On_OpenFolder();
+    bool On_AddFiles();
     bool On_OpenFileInSelWnd(OpenInfo* pOpenInfo);
     bool PlayFileInWnd(int nWnd, OpenInfo* pOpenInfo);
+    bool AskDecryptKeys(QMap<QString, QString>& mapKeys);
+    bool On_ShowInputKeyDlg();
     bool StopWnd(int nWnd);
+    bool ReplayWnd(int nWnd);
     bool On_FilePlayEnd(int nPlayWndIndex);
     void ErrorToStopPlay(QString strFileName, int nErrorType, bool bSRFile);
+    bool On_SwitchPlayMode(QAction* pAction);
+    bool On_ShowPlayModeMenu();
+    bool On_ShowPlaylistRightMenu(QPoint ptMouseGlobalPos);
+    bool On_ShowPlaylistDelMenu();
+    bool On_DelSelFiles();
+    bool On_ClearPlaylist();
+    bool On_ClearInvalidFiles();
+    bool On_CloseByFilePath(QString strFilePath);
+    bool On_OpenCurFileFolder();
+    bool On_PlaySelectedRow();
+    bool On_ShowAutoExpandWnd(int nFileNum, bool bIsHoverWnd);
     bool On_ShowSelectMultiWndsDlg();
     bool On_ChangePlayWndNum(int nWndNum);
     bool On_SwitchLayoutMode(QAction* pAction);
@@ -157,6 +189,10 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* ev) override;
     void mouseMoveEvent(QMouseEvent* ev) override;
     void timerEvent(QTimerEvent* ev) override;
+    void dragEnterEvent(QDragEnterEvent* ev) override;
+    void dragMoveEvent(QDragMoveEvent* ev) override;
+    void dragLeaveEvent(QDragLeaveEvent* ev) override;
+    void dropEvent(QDropEvent* ev) override;
 
 private:
     // Init steps
@@ -182,6 +218,13 @@ private:
     bool ShowFileDialog(QStringList& lstPaths, int nMax);
     bool ShowFolderDialog(QStringList& lstPaths, int nMax);
     bool GuardSyncMode();
+    bool IsPlaylistFull() const;
+    int CountDraggedFiles(const QMimeData* pData) const;
+    // Windows other than nExcept in state 1 or 2 showing strPath.
+    int CountActiveWndsWithPath(const QString& strPath, int nExcept) const;
+    void ClearRowProgress(const QString& strPath);
+    void UpdateSyncBtnState();
+    void RebuildStoredPlaylist();
     // The guards of the transport commands; false stops the command.
     bool GuardNoNetStream();   // the selected window holds no running stream
     bool GuardSomethingOpen(); // the aggregate state is neither closed nor stopped
@@ -204,6 +247,8 @@ private:
     bool m_bTopmost = false;
     QTimer* m_pPlayerTimer = nullptr; // 500 ms, made at the first opened file
     PlayerConfig m_stPlayerCfg;
+    CPlayerConfigFile m_ConfigFile;
+    AutoExpandWnd* m_pAutoExpandWnd = nullptr; // drag prompt, made at the first drag that needs it
     int m_nBrightness = 64;
     int m_nContrast = 64;
     int m_nSaturation = 64;
@@ -229,6 +274,17 @@ private:
     QAction* m_pActLayout4 = nullptr;
     QAction* m_pActLayout9 = nullptr;
     QAction* m_pActLayout16 = nullptr;
+    QMenu* m_pPlayModeMenu = nullptr;
+    QActionGroup* m_pPlayModeGroup = nullptr;
+    QAction* m_pActPlayMode[4] = {nullptr, nullptr, nullptr, nullptr}; // modes 1..4
+    QMenu* m_pPlaylistRightMenu = nullptr;
+    QMenu* m_pPlaylistDelMenu = nullptr;
+    QAction* m_pActListPlayOrPause = nullptr;
+    QAction* m_pActListDelete = nullptr;
+    QAction* m_pActListRemoveInvalid = nullptr;
+    QAction* m_pActListClear = nullptr;
+    QAction* m_pActListOpenFolder = nullptr;
+    QAction* m_pActListSetSecret = nullptr;
 
     // Widget tree
     QVBoxLayout* m_pRootLayout = nullptr; // "verticalLayout_4"
@@ -249,7 +305,7 @@ private:
     CSkinButton* m_pBtnPlayMode = nullptr;
     CSkinButton* m_pBtnSearch = nullptr;
     QLabel* m_pLabelListBottomBorder = nullptr;
-    QWidget* m_pPlaylistArea = nullptr; // place of the playlist, which joins later
+    CPlaylist* m_pPlaylist = nullptr;
     QWidget* m_pMainWndContainer = nullptr;
     QWidget* m_pStatusBarContainer = nullptr;
     QLabel* m_pLabPlayStatus = nullptr;

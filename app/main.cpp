@@ -37,6 +37,9 @@ int main(int argc, char* argv[]) {
     if (!qEnvironmentVariableIsSet("SDL_NO_SIGNAL_HANDLERS"))
         qputenv("SDL_NO_SIGNAL_HANDLERS", "1");
     QApplication app(argc, argv);
+    // Names the user's configuration folder (~/.config/Velquin) used when the
+    // program's own folder is not writable.
+    QCoreApplication::setApplicationName(QStringLiteral("Velquin"));
 
     const QString strAppDir = QCoreApplication::applicationDirPath();
     QCoreApplication::addLibraryPath(QDir::toNativeSeparators(strAppDir) + QDir::separator() +

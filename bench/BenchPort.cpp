@@ -3,6 +3,9 @@
 #include <QByteArrayView>
 #include <QCryptographicHash>
 
+#include <algorithm>
+#include <cstring>
+
 BenchPort::~BenchPort() {
     Close();
 }
@@ -18,6 +21,14 @@ bool BenchPort::Open(const std::string& strPath) {
         !Tavrix_SetFileRefCallBack(m_lPort, &BenchPort::FileRefCallback, this)) {
         m_nLastError = Tavrix_GetLastError(m_lPort);
         return false;
+    }
+    if (!m_strKeyText.empty()) {
+        char szKey[16] = {};
+        std::memcpy(szKey, m_strKeyText.data(), std::min<size_t>(m_strKeyText.size(), sizeof(szKey)));
+        if (!Tavrix_SetSecretKey(m_lPort, 1, szKey, 128)) {
+            m_nLastError = Tavrix_GetLastError(m_lPort);
+            return false;
+        }
     }
     m_openTime = Clock::now();
     if (!Tavrix_OpenFile(m_lPort, strPath.c_str())) {

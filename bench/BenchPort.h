@@ -39,6 +39,9 @@ public:
     void SetFrameSink(FrameSink sink) { m_frameSink = std::move(sink); }
     // Set before Open: every Shown record then carries its picture's MD5.
     void SetHashPictures(bool bHash) { m_bHashPictures = bHash; }
+    // Set before Open: the decryption key as the user types it; the player
+    // pads it with zeros to 16 bytes (longer text is cut).
+    void SetKeyText(const std::string& strKey) { m_strKeyText = strKey; }
     // Takes a port, registers the callbacks and opens the file; the open time is kept.
     bool Open(const std::string& strPath);
     bool Play(bool bRealTime);
@@ -78,6 +81,7 @@ private:
     uint32_t m_nLastError = 0;
     FrameSink m_frameSink;        // set before Open, read on the render thread
     bool m_bHashPictures = false; // set before Open, read on the render thread
+    std::string m_strKeyText;     // set before Open
     Clock::time_point m_openTime;
 
     mutable std::mutex m_mutex;

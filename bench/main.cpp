@@ -1,7 +1,8 @@
 // velquin-bench: measures the playback engine against the ffmpeg tool on the
 // same file. No window: ports play with the display callback only.
 //
-//   velquin-bench framemd5 FILE
+//   velquin-bench framemd5 FILE [--key TEXT]
+//   velquin-bench thumbs DIR
 //   velquin-bench throughput FILE [--ports N] [--realtime SECONDS] [--threads T]
 //   velquin-bench first-frame FILE
 //   velquin-bench seek FILE N... [--no-peer]
@@ -11,6 +12,7 @@
 #include "BenchPort.h"
 #include "CpuMeter.h"
 #include "PeerDecode.h"
+#include "ThumbBench.h"
 #include "TransportBench.h"
 
 #include <QCoreApplication>
@@ -29,7 +31,8 @@ const auto kUnpacedLimit = std::chrono::hours(1);
 
 int Usage() {
     std::fprintf(stderr,
-                 "usage: velquin-bench framemd5 FILE\n"
+                 "usage: velquin-bench framemd5 FILE [--key TEXT]\n"
+                 "       velquin-bench thumbs DIR\n"
                  "       velquin-bench throughput FILE [--ports N] [--realtime SECONDS] [--threads T]\n"
                  "       velquin-bench first-frame FILE\n"
                  "       velquin-bench seek FILE N... [--no-peer]\n"
@@ -55,10 +58,11 @@ double Ms(Clock::duration d) {
     return std::chrono::duration<double, std::milli>(d).count();
 }
 
-int RunFrameMd5(const QString& strFile) {
+int RunFrameMd5(const QString& strFile, const QString& strKey) {
     std::mutex mutex;
     std::vector<std::string> hashes; // guarded by mutex
     BenchPort port;
+    port.SetKeyText(strKey.toStdString());
     port.SetFrameSink([&](const TAVRIX_DISPLAY_INFO& stInfo) {
         std::string strMd5 = BenchPort::I420Md5Hex(stInfo);
         std::lock_guard<std::mutex> lock(mutex);
@@ -239,7 +243,11 @@ int main(int argc, char** argv) {
     const QString& strCommand = args[0];
     const QString& strFile = args[1];
     if (strCommand == "framemd5" && args.size() == 2)
-        return RunFrameMd5(strFile);
+        return RunFrameMd5(strFile, QString());
+    if (strCommand == "framemd5" && args.size() == 4 && args[2] == "--key" && !args[3].isEmpty())
+        return RunFrameMd5(strFile, args[3]);
+    if (strCommand == "thumbs" && args.size() == 2)
+        return ThumbBench(strFile).Run();
     if (strCommand == "first-frame" && args.size() == 2)
         return RunFirstFrame(strFile);
     if (strCommand == "seek" || strCommand == "stepback" || strCommand == "reverse" || strCommand == "index")

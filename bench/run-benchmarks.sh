@@ -2,8 +2,10 @@
 # Generates H.264 clips and prints the engine's figures beside its peers' on
 # the same files: single-port unpaced throughput, time to first frame and many
 # ports in real time (the ffmpeg tool); frame-exact jumps (mpv and the ffmpeg
-# tool), single steps back, reverse play (mpv) and the frame index of a
-# 10-minute recording (ffprobe).
+# tool), single steps back, reverse play (mpv), the frame index of a
+# 10-minute recording (ffprobe), and the playlist's thumbnails and file facts
+# for 200 recordings (ffmpegthumbnailer); last, an encrypted recording played
+# with its key is checked against the ffmpeg tool's decode of its source.
 # Usage: run-benchmarks.sh [MEDIA_DIR] (default /tmp/velquin-bench-media).
 # VELQUIN_BENCH names the velquin-bench program if it is not on the PATH.
 set -euo pipefail
@@ -14,7 +16,7 @@ mkdir -p "$OUT"
 FF=(ffmpeg -hide_banner -loglevel error -nostdin -y)
 
 # Peers only the benchmarks use; the program itself never needs them.
-BENCH_PACKAGES=(mpv)
+BENCH_PACKAGES=(mpv ffmpegthumbnailer)
 missing=()
 for pkg in "${BENCH_PACKAGES[@]}"; do
   dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q "install ok installed" || missing+=("$pkg")
@@ -56,3 +58,34 @@ run stepback "$OUT/hd_25fps_10s.mp4" 124 25
 run reverse "$OUT/hd_25fps_10s.mp4" --seconds 10
 run index "$OUT/d1_25fps_10min.mp4"
 run index "$OUT/d1_25fps_10min.ts"
+
+# Playlist thumbnails and file facts: 200 short recordings of the usual sizes,
+# each named with its channel and start as recorders write them, against
+# ffmpegthumbnailer making a first-frame thumbnail of each.
+THUMBS="$OUT/thumbs200"
+mkdir -p "$THUMBS"
+SIZES=(704x576 1280x720 352x288 1920x1080)
+for i in $(seq 0 199); do
+  name=$(printf 'ch%02d_20240315%02d%02d00.mp4' $((i % 16 + 1)) $((8 + i / 60)) $((i % 60)))
+  echo "$name ${SIZES[$((i % 4))]} $(printf '2024-03-15T%02d:%02d:00Z' $((8 + i / 60)) $((i % 60)))"
+done | while read -r name size stamp; do
+  [ -s "$THUMBS/$name" ] && continue
+  "${FF[@]}" -f lavfi -i "testsrc2=size=$size:rate=25:duration=1" -c:v libx264 -preset ultrafast -g 25 \
+    -pix_fmt yuv420p -metadata creation_time="$stamp" "$THUMBS/$name"
+done
+run thumbs "$THUMBS"
+# An encrypted recording played with its key, for the frame checksums.
+ENC="$OUT/enc_velquin123.mp4"
+if [ ! -s "$ENC" ]; then
+  "${FF[@]}" -i "$OUT/d1_25fps_20s.mp4" -c copy -encryption_scheme cenc-aes-ctr \
+    -encryption_key "$(printf '%s' velquin123 | od -An -tx1 | tr -d ' \n' | awk '{printf "%-32s", $0}' | tr ' ' 0)" \
+    -encryption_kid 0123456789abcdef0123456789abcdef "$ENC"
+fi
+echo "== velquin-bench framemd5 $ENC --key velquin123 (against the source's decode)"
+if diff <("$BENCH" framemd5 "$ENC" --key velquin123) \
+        <(ffmpeg -hide_banner -loglevel error -nostdin -i "$OUT/d1_25fps_20s.mp4" -an -fps_mode passthrough \
+            -pix_fmt yuv420p -f framemd5 - | grep -v '^#' | awk -F', *' '{print NR-1 "," $6}') >/dev/null; then
+  echo "framemd5: same as the ffmpeg tool"
+else
+  echo "framemd5: DIFFERS from the ffmpeg tool"
+fi

@@ -11,6 +11,7 @@ PACKAGES=(
   libsdl2-dev libtinyxml-dev
   ffmpeg fonts-dejavu-core
   xvfb xauth
+  ffmpegthumbnailer  # the peer of velquin-bench thumbs (benchmarks only)
 )
 
 missing=()

@@ -53,6 +53,15 @@ make mpeg4.mp4 -f lavfi -i "$(pattern)" -f lavfi -i "$(tone)" \
 # Video only, no sound track.
 make silent_h264.mp4 -f lavfi -i "$(pattern)" -c:v libx264 -preset veryfast -g 25 -pix_fmt yuv420p \
   -metadata creation_time=$CREATION
+# Recordings named as recorders name them: channel, begin and end stamps. The
+# creation time agrees with the name. D1 (704x576) is the usual recorder size;
+# the 1080p one is short and encoded fast to keep generation quick.
+make ch02_20240315103000_20240315103010.mp4 -f lavfi -i "$(pattern 10 704x576)" -f lavfi -i "$(tone 10)" \
+  -c:v libx264 -preset ultrafast -g 25 -bf 2 -pix_fmt yuv420p -c:a aac -b:a 64k -shortest \
+  -metadata creation_time=2024-03-15T10:30:00.000000Z
+make ch03_20240315110000_20240315110002.mp4 -f lavfi -i "$(pattern 2 1920x1080)" \
+  -c:v libx264 -preset ultrafast -g 25 -bf 2 -pix_fmt yuv420p \
+  -metadata creation_time=2024-03-15T11:00:00.000000Z
 # Sound test: 1 kHz sine at half scale, 4 s, with a still picture.
 make sine1k.mkv -f lavfi -i "color=c=gray:size=160x120:rate=25:duration=4" -f lavfi -i "$(tone 4)" \
   -c:v libx264 -preset ultrafast -pix_fmt yuv420p -c:a pcm_s16le -shortest
@@ -73,8 +82,14 @@ key_hex() { # $1 = key text -> 32 hex digits
 make_encrypted() { # $1 = key text
   local name="enc_$1.mp4" key
   key=$(key_hex "$1")
+  # Recordings carry their creation time (a copy does not keep it by itself).
+  # Clips made before it was written are made again; their pictures are the same.
+  if [ -s "$name" ] && ! ffprobe -v error -show_entries format_tags=creation_time -of csv=p=0 "$name" 2>/dev/null |
+      grep -q .; then
+    rm -f "$name"
+  fi
   if [ ! -s "$name" ]; then
-    "${FF[@]}" -i h264_aac.mp4 -c copy -encryption_scheme cenc-aes-ctr \
+    "${FF[@]}" -i h264_aac.mp4 -c copy -metadata creation_time=$CREATION -encryption_scheme cenc-aes-ctr \
       -encryption_key "$key" -encryption_kid 0123456789abcdef0123456789abcdef "$name.tmp.mp4"
     mv "$name.tmp.mp4" "$name"
   fi

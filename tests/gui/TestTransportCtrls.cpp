@@ -19,9 +19,23 @@
 #include "GuiMedia.h"
 #include "NonModalMessageBox.h"
 
+// Streams come through the network session library; the guards only look at
+// the window's open mode, so the test makes the stage report mode 2 (a stream)
+// for the selected window through a link seam.
+namespace {
+bool g_bSelectedIsStream = false;
+}
+extern "C" int __real__ZN8CDlgShow11GetOpenModeEi(CDlgShow* pThis, int i);
+extern "C" int __wrap__ZN8CDlgShow11GetOpenModeEi(CDlgShow* pThis, int i) {
+    if (g_bSelectedIsStream && i == pThis->GetSelWndIndex())
+        return 2;
+    return __real__ZN8CDlgShow11GetOpenModeEi(pThis, i);
+}
+
 namespace {
 
 const int kPlayTimeoutMs = 20000;
+const QString kNetStream = QStringLiteral("The operation is not supported in open net stream.");
 const QString kIndexNotReady = QStringLiteral("Generate file index,please wait...");
 
 void SendMouse(QWidget* pWidget, QEvent::Type eType, QPoint pt, Qt::MouseButton button,
@@ -429,6 +443,39 @@ private slots:
         QVERIFY(fx.pDlg->On_FrameForward());
         QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
         QCOMPARE(fx.AllMessages(), 0);
+    }
+
+    void streamWindowRefusesStepsSpeedAndJumps() {
+        DlgFixture fx;
+        QVERIFY(fx.Start());
+        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
+        QVERIFY(fx.pDlg->On_FrameForward()); // a file window steps
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        const uint nFrame = fx.pStage->GetCurrentFrameNum();
+
+        g_bSelectedIsStream = true;
+        QVERIFY(!fx.pDlg->On_FrameForward());
+        QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        QVERIFY(!fx.pDlg->On_FrameBackward());
+        QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        QVERIFY(!fx.pDlg->On_Fast());
+        QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        QVERIFY(!fx.pDlg->On_Slow());
+        QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        QVERIFY(!fx.pDlg->On_ReversePlay());
+        QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        QVERIFY(!fx.pDlg->On_GoToEnd());
+        QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        QVERIFY(!fx.pDlg->On_GoToBegin());
+        QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        g_bSelectedIsStream = false;
+
+        // Nothing moved and the speed is still normal.
+        QCOMPARE(fx.pStage->GetCurrentFrameNum(), nFrame);
+        QCOMPARE(fx.pStage->GetPlaySpeed(), 0);
+        QVERIFY(!fx.pStage->IsBackPlay());
     }
 
     void reversePlayShowsPressedAndTip() {

@@ -127,6 +127,7 @@ bool Tavrix_OpenFile(int32_t nPort, const char* szFileName);
 bool Tavrix_CloseFile(int32_t nPort);
 bool Tavrix_SkipErrorData(int32_t nPort, bool bSkip);
 // nKeyType 1 is AES; nKeyLen is in bits (128). Takes effect at the next OpenFile.
+// A null key with nKeyLen 0 clears the key (the port then opens files without one).
 bool Tavrix_SetSecretKey(int32_t nPort, int32_t nKeyType, const char* pSecretKey, int32_t nKeyLen);
 // 0 software, 1 hardware where the machine has it (falls back to software).
 bool Tavrix_SetDecodeEngineEx(int32_t nPort, uint32_t nDecodeEngine);
@@ -220,3 +221,33 @@ bool Tavrix_SetFileEndCallback(int32_t nPort, TavrixFileEndCB pfn, void* pUser);
 bool Tavrix_SetEncTypeChangeCallBack(int32_t nPort, TavrixEncTypeChangeCB pfn, void* pUser);
 // nModule: 1 decoder, 2 demuxer/decryption; each has its own registration.
 bool Tavrix_SetRunTimeInfoCallBackEx(int32_t nPort, int32_t nModule, TavrixRunTimeInfoCB pfn, void* pUser);
+
+// ---- encryption report and picture conversion ------------------------------------
+
+// Handed to the encryption callback. nEncryptType, the first word, is 1: the
+// open file's stream is encrypted (MP4 Common Encryption, AES-128) and cannot
+// be decrypted.
+struct TAVRIX_ENCRYPT_INFO {
+    int32_t nEncryptType;
+    int32_t nReserved[3];
+};
+typedef void (*TavrixEncryptTypeCB)(int32_t nPort, TAVRIX_ENCRYPT_INFO* pInfo, void* pUser, void* pReserved);
+// nType 1 (the only type) reports streams that cannot be decrypted. The call
+// comes at most once per Tavrix_Play, on an engine thread, and only for a
+// file that is encrypted: without a key, as soon as the first encrypted
+// sample is read and before any picture decoded from it is handed out; with a
+// key, when decoding keeps failing as it does with a wrong key (third decode
+// error of the play; what decodes before it, if anything, is noise). A clear file, or an encrypted one with the right key, gets
+// no call. Like every callback it has stopped when Tavrix_Stop or
+// Tavrix_CloseFile returns. It runs alongside the run-time report
+// TAVRIX_RT_DECRYPT of module 2.
+bool Tavrix_SetEncryptTypeCallBack(int32_t nPort, int32_t nType, TavrixEncryptTypeCB pfn, void* pUser);
+
+// Encodes one picture as a BMP file image in memory: 24-bit BGR, rows bottom-up,
+// each row padded to 4 bytes. nType 3 (YV12: Y, then V, then U, contiguous) is
+// the only input type; nWidth and nHeight must be even and nBufLen at least
+// nWidth * nHeight * 3 / 2. *pnBmpLen gets the bytes written. False for bad
+// arguments or a pBmp too small (the BMP needs 54 + rowBytes * nHeight bytes,
+// rowBytes = nWidth * 3 rounded up to 4). Not tied to a port.
+bool Tavrix_ConvertToBmp(const char* pBuf, int32_t nBufLen, int32_t nWidth, int32_t nHeight, int32_t nType,
+                         char* pBmp, int32_t nBmpCap, int32_t* pnBmpLen);

@@ -48,6 +48,11 @@ void CallbackSet::SetEncTypeChange(EncTypeChange cb) {
     m_encType = cb;
 }
 
+void CallbackSet::SetEncryptType(EncryptType cb) {
+    std::lock_guard<std::mutex> lock(m_mtx);
+    m_encrypt = cb;
+}
+
 CallbackSet::Display CallbackSet::GetDisplay() const {
     std::lock_guard<std::mutex> lock(m_mtx);
     return m_display;
@@ -73,7 +78,28 @@ CallbackSet::FileRef CallbackSet::GetFileRef() const {
     return m_fileRef;
 }
 
+void CallbackSet::ReportEncrypted() {
+    EncryptType cb;
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        if (m_bEncryptReported) {
+            return;
+        }
+        m_bEncryptReported = true;
+        cb = m_encrypt;
+    }
+    if (cb.pfn == nullptr) {
+        return;
+    }
+    TAVRIX_ENCRYPT_INFO info{};
+    info.nEncryptType = 1;
+    cb.pfn(m_nPort, &info, cb.pUser, nullptr);
+}
+
 void CallbackSet::ReportRunTime(int nModule, int32_t nErrorCode) {
+    if (nModule == 2 && nErrorCode == TAVRIX_RT_DECRYPT) {
+        ReportEncrypted();
+    }
     RunTime cb;
     {
         std::lock_guard<std::mutex> lock(m_mtx);
@@ -97,6 +123,7 @@ void CallbackSet::ReportRunTime(int nModule, int32_t nErrorCode) {
 void CallbackSet::ResetRunTimeReports() {
     std::lock_guard<std::mutex> lock(m_mtx);
     m_nReportedMask = 0;
+    m_bEncryptReported = false;
 }
 
 } // namespace tavrix

@@ -45,6 +45,10 @@ public:
         TavrixEncTypeChangeCB pfn = nullptr;
         void* pUser = nullptr;
     };
+    struct EncryptType {
+        TavrixEncryptTypeCB pfn = nullptr;
+        void* pUser = nullptr;
+    };
 
     explicit CallbackSet(int nPort) : m_nPort(nPort) {}
 
@@ -56,6 +60,7 @@ public:
     void SetRunTime(int nModule, RunTime cb);
     void SetWatermark(Watermark cb);
     void SetEncTypeChange(EncTypeChange cb);
+    void SetEncryptType(EncryptType cb);
 
     Display GetDisplay() const;
     Draw GetDraw(int nRegion) const;
@@ -65,12 +70,15 @@ public:
     bool WantsYv12() const { return m_bWantsYv12.load(); }
 
     // Reports a run-time error through the module's callback, once per code
-    // until ResetRunTimeReports() (each play starts afresh).
+    // until ResetRunTimeReports() (each play starts afresh). A decryption
+    // failure (module 2, TAVRIX_RT_DECRYPT) is also the encryption report: the
+    // encryption callback hears it once per play, with nEncryptType 1.
     void ReportRunTime(int nModule, int32_t nErrorCode);
     void ResetRunTimeReports();
 
 private:
     void UpdateWantsYv12(); // caller holds m_mtx
+    void ReportEncrypted();
 
     const int m_nPort;
     mutable std::mutex m_mtx;
@@ -82,6 +90,8 @@ private:
     RunTime m_runTime[2];                  // modules 1 and 2; guarded by m_mtx
     Watermark m_watermark;                 // guarded by m_mtx
     EncTypeChange m_encType;               // guarded by m_mtx
+    EncryptType m_encrypt;                 // guarded by m_mtx
+    bool m_bEncryptReported = false;       // guarded by m_mtx
     uint32_t m_nReportedMask = 0;          // bit per run-time code already reported; guarded by m_mtx
     std::atomic<bool> m_bWantsYv12{false}; // a display or decode callback is set
 };

@@ -39,6 +39,12 @@ bool PlayerPort::SetStreamOpenMode(uint32_t nMode) {
 }
 
 bool PlayerPort::SetSecretKey(int32_t nKeyType, const char* pKey, int32_t nKeyLenBits) {
+    if (nKeyType == 1 && pKey == nullptr && nKeyLenBits == 0) {
+        // A port reused for many files forgets the last file's key.
+        std::lock_guard<std::mutex> lock(m_mtxControl);
+        m_strKeyHex.clear();
+        return true;
+    }
     if (nKeyType != 1 || pKey == nullptr || nKeyLenBits != 128) {
         return Fail(TAVRIX_ERR_PARA_OVER);
     }

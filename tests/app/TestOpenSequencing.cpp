@@ -1,0 +1,487 @@
+// The main dialog with its playlist on the offscreen platform: many files at
+// once, the list limit and its survival of a restart, the four play modes at
+// file end, files dropped on the dialog and encrypted files asking for a key.
+
+#include <QtTest>
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QListWidgetItem>
+#include <QMenu>
+#include <QMimeData>
+#include <QProcess>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include <functional>
+#include <memory>
+
+#include "AutoExpandWnd.h"
+#include "CDlgShow.h"
+#include "CGetDecryptKeyDlg.h"
+#include "CPlayWnd.h"
+#include "CPlaylist.h"
+#include "CPlaylistItem.h"
+#include "CVelquinDlg.h"
+#include "GuiMedia.h"
+#include "NonModalMessageBox.h"
+#include "OpenInfo.h"
+
+namespace {
+
+const int kPlayTimeoutMs = 20000;
+
+bool Playing(int nState) {
+    return nState == 1 || nState == 2;
+}
+
+// A short clip of its own colour, so that rows and windows can be told apart.
+bool MakeClip(const QString& strPath, const QString& strColour, double dSeconds) {
+    QProcess proc;
+    proc.start("ffmpeg", {"-hide_banner", "-loglevel", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
+                          QString("color=c=%1:s=160x120:r=25:d=%2").arg(strColour).arg(dSeconds), "-c:v",
+                          "libx264", "-g", "10", "-pix_fmt", "yuv420p", strPath});
+    return proc.waitForFinished(60000) && proc.exitCode() == 0 && QFile::exists(strPath);
+}
+
+// Texts of the non-modal message boxes now open.
+QStringList OpenMessages() {
+    QStringList lstTexts;
+    for (QWidget* pWidget : QApplication::topLevelWidgets()) {
+        if (pWidget->objectName() != QLatin1String("NonModalMessageBox") || !pWidget->isVisible())
+            continue;
+        if (QLabel* pLabel = pWidget->findChild<QLabel*>(QStringLiteral("m_pLabText")))
+            lstTexts << pLabel->text();
+    }
+    return lstTexts;
+}
+
+void CloseMessages() {
+    for (QWidget* pWidget : QApplication::topLevelWidgets()) {
+        if (pWidget->objectName() == QLatin1String("NonModalMessageBox"))
+            pWidget->close();
+    }
+}
+
+// Answers the next key dialog from the event loop: fills every key field with
+// strKey and presses OK, or cancels with an empty strKey. Counts the dialogs seen.
+class KeyDialogAnswer : public QObject {
+public:
+    explicit KeyDialogAnswer(const QString& strKey) : m_strKey(strKey) {
+        connect(&m_timer, &QTimer::timeout, this, &KeyDialogAnswer::Check);
+        m_timer.start(20);
+    }
+    int Seen() const { return m_nSeen; }
+
+private:
+    void Check() {
+        CGetDecryptKeyDlg* pDlg = qobject_cast<CGetDecryptKeyDlg*>(QApplication::activeModalWidget());
+        if (!pDlg)
+            return;
+        ++m_nSeen;
+        if (m_strKey.isEmpty()) {
+            pDlg->reject();
+            return;
+        }
+        for (QLineEdit* pEdit : pDlg->findChildren<QLineEdit*>())
+            pEdit->setText(m_strKey);
+        QMetaObject::invokeMethod(pDlg, "On_OK");
+    }
+    QString m_strKey;
+    QTimer m_timer;
+    int m_nSeen = 0;
+};
+
+} // namespace
+
+class TestOpenSequencing : public QObject {
+    Q_OBJECT
+
+    struct Fixture {
+        QString strConfigDir;
+        std::unique_ptr<CVelquinDlg> pDlg;
+        CDlgShow* pStage = nullptr;
+        CPlaylist* pList = nullptr;
+
+        explicit Fixture(const QString& strDir) : strConfigDir(strDir) {}
+        bool Start() {
+            pDlg = std::make_unique<CVelquinDlg>(nullptr, strConfigDir);
+            if (!pDlg->Init())
+                return false;
+            pDlg->resize(1200, 800);
+            pDlg->show();
+            pStage = pDlg->GetDlgShow();
+            pList = pDlg->GetPlaylist();
+            return pStage && pList && QTest::qWaitForWindowExposed(pDlg.get());
+        }
+        void Stop() {
+            if (pDlg)
+                pDlg->UnInit();
+            pDlg.reset();
+        }
+        ~Fixture() { Stop(); }
+        bool RowInvalid(const QString& strPath) const {
+            CPlaylistItem* pRow = pList->GetRowWidget(pList->GetRowByPath(strPath));
+            return pRow && pRow->IsInvalid();
+        }
+        QString RowPath(int nRow) const {
+            OpenInfo stInfo;
+            return pList->GetOpenInfo(nRow, &stInfo) ? stInfo.strFilePath : QString();
+        }
+        void SetPlayMode(int nMode) {
+            QMenu* pMenu = pDlg->findChild<QMenu*>(QStringLiteral("m_pPlayModeMenu"));
+            QVERIFY(pMenu);
+            pMenu->actions().at(nMode - 1)->trigger();
+            QCOMPARE(pDlg->GetPlayMode(), nMode);
+        }
+        // A drop of the given URLs at a point of the dialog, after the drag entered.
+        void Drop(const QList<QUrl>& lstUrls, const QPoint& ptDlg) {
+            QMimeData data;
+            data.setUrls(lstUrls);
+            QDragEnterEvent evEnter(ptDlg, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(pDlg.get(), &evEnter);
+            QDragMoveEvent evMove(ptDlg, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(pDlg.get(), &evMove);
+            QDropEvent evDrop(QPointF(ptDlg), Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(pDlg.get(), &evDrop);
+        }
+        // Where the drag prompt shows, in the dialog's coordinates; a point on the
+        // stage's first window when there is no prompt.
+        QPoint PromptPoint() const {
+            AutoExpandWnd* pPrompt = pDlg->GetAutoExpandWnd();
+            if (!pPrompt || !pPrompt->isVisible())
+                return pStage->mapTo(pDlg.get(), QPoint(5, 5));
+            return pDlg->mapFromGlobal(pPrompt->frameGeometry().center());
+        }
+    };
+
+    QTemporaryDir m_dirMedia;
+    QStringList m_lstClips; // red, green, blue: 0.4 s each
+
+private slots:
+    void initTestCase() {
+        QVERIFY(m_dirMedia.isValid());
+        for (const char* szColour : {"red", "green", "blue"}) {
+            const QString strPath = m_dirMedia.filePath(QString("%1.mp4").arg(szColour));
+            QVERIFY(MakeClip(strPath, szColour, 0.4));
+            m_lstClips << strPath;
+        }
+        QVERIFY2(QFile::exists(GuiMedia::Clip("enc_velquin123.mp4")), "test media missing");
+    }
+
+    void cleanup() { CloseMessages(); }
+
+    // ---- many files, the limit and the restart ----
+
+    void limitOfTwoHundredRowsSurvivesRestart() {
+        QTemporaryDir dirConfig;
+        QTemporaryDir dirFiles;
+        QStringList lstPaths;
+        for (int i = 0; i < 250; ++i) {
+            const QString strPath = dirFiles.filePath(QString("clip_%1.mp4").arg(i, 3, 10, QChar('0')));
+            QVERIFY(QFile::copy(m_lstClips.at(i % 3), strPath));
+            lstPaths << strPath;
+        }
+        QStringList lstRows;
+        {
+            Fixture fx(dirConfig.path());
+            QVERIFY(fx.Start());
+            QVERIFY(fx.pDlg->OpenFileList(lstPaths));
+            QCOMPARE(fx.pList->count(), 200);
+            QVERIFY(OpenMessages().contains(QStringLiteral("Playlist is Maximum, can not add!")));
+            for (int i = 0; i < 200; ++i)
+                QCOMPARE(fx.RowPath(i), lstPaths.at(i));
+            // The first path played in the only window.
+            QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)) || fx.pStage->GetPlayState(0) == 3,
+                                     kPlayTimeoutMs);
+            for (int i = 0; i < 200; ++i)
+                lstRows << fx.RowPath(i);
+            fx.Stop();
+        }
+        QVERIFY(QFile::exists(dirConfig.filePath("PlayerConfig.xml")));
+        {
+            Fixture fx(dirConfig.path());
+            QVERIFY(fx.Start());
+            QVERIFY(fx.pDlg->RestorePlaylist());
+            QCOMPARE(fx.pList->count(), 200);
+            for (int i = 0; i < 200; ++i)
+                QCOMPARE(fx.RowPath(i), lstRows.at(i));
+            // Nothing opens on a restart.
+            QCOMPARE(fx.pStage->GetPlayState(0), 0);
+        }
+    }
+
+    void addingMoreToAFullListShowsTheMessage() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        // The same path again is no new row and no message.
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0) << m_lstClips.at(0)));
+        QCOMPARE(fx.pList->count(), 1);
+        QVERIFY(OpenMessages().isEmpty());
+    }
+
+    // ---- play modes at the end of a file ----
+
+    void singlePlayStops() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0)));
+        QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(1)));
+        QVERIFY(spyEnd.wait(kPlayTimeoutMs));
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
+        QCOMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(1));
+    }
+
+    void playlistOrderGoesOnAndStopsAtTheEnd() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        fx.SetPlayMode(2);
+        // Rows red, green, blue; start at green: blue follows, then the list ends.
+        for (const QString& strClip : m_lstClips) {
+            OpenInfo stInfo;
+            stInfo.nMediaType = 1;
+            stInfo.strFilePath = strClip;
+            QVERIFY(fx.pList->AddFile(&stInfo));
+        }
+        QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
+        OpenInfo stGreen;
+        QVERIFY(fx.pList->GetOpenInfo(1, &stGreen));
+        QVERIFY(fx.pDlg->On_OpenFileInSelWnd(&stGreen));
+        QVERIFY(spyEnd.wait(kPlayTimeoutMs));
+        QTRY_COMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(2));
+        QTRY_VERIFY_WITH_TIMEOUT(spyEnd.count() >= 2, kPlayTimeoutMs);
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
+        QCOMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(2));
+        QCOMPARE(spyEnd.count(), 2);
+    }
+
+    void loopSingleFilePlaysItAgain() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        fx.SetPlayMode(3);
+        QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0)));
+        QTRY_VERIFY_WITH_TIMEOUT(spyEnd.count() >= 3, 3 * kPlayTimeoutMs);
+        QCOMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(0));
+        QTRY_VERIFY(Playing(fx.pStage->GetPlayState(0)) || fx.pStage->GetPlayState(0) == 3);
+    }
+
+    void loopPlaylistSkipsUrlsAndBadFiles() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        fx.SetPlayMode(4);
+        // Rows: red, a URL, a file that is no video, green.
+        OpenInfo stRed;
+        stRed.nMediaType = 1;
+        stRed.strFilePath = m_lstClips.at(0);
+        QVERIFY(fx.pList->AddFile(&stRed));
+        OpenInfo stUrl;
+        stUrl.nMediaType = 2;
+        stUrl.strFilePath = QStringLiteral("rtsp://127.0.0.1:9/none");
+        QVERIFY(fx.pList->AddUrl(&stUrl));
+        OpenInfo stBad;
+        stBad.nMediaType = 1;
+        stBad.strFilePath = GuiMedia::Clip("text.mp4");
+        QVERIFY(fx.pList->AddFile(&stBad));
+        OpenInfo stGreen;
+        stGreen.nMediaType = 1;
+        stGreen.strFilePath = m_lstClips.at(1);
+        QVERIFY(fx.pList->AddFile(&stGreen));
+
+        QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
+        QVERIFY(fx.pDlg->On_OpenFileInSelWnd(&stRed));
+        // red ends: the URL is skipped, the bad file fails and is marked, green plays.
+        QVERIFY(spyEnd.wait(kPlayTimeoutMs));
+        QTRY_COMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(1));
+        QVERIFY(fx.RowInvalid(GuiMedia::Clip("text.mp4")));
+        QVERIFY(!fx.RowInvalid(m_lstClips.at(1)));
+        // green ends: round to red again, past the end of the list.
+        QTRY_VERIFY_WITH_TIMEOUT(spyEnd.count() >= 2, kPlayTimeoutMs);
+        QTRY_COMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(0));
+        QVERIFY(Playing(fx.pStage->GetPlayState(0)));
+        QCOMPARE(fx.pList->count(), 4);
+    }
+
+    void loopPlaylistWhereNothingOpensEnds() {
+        QTemporaryDir dirConfig;
+        QTemporaryDir dirFiles;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        fx.SetPlayMode(4);
+        // The only good row plays, then it is removed from disk along with nothing
+        // else that opens: the search must end instead of going round for ever.
+        const QString strCopy = dirFiles.filePath("only.mp4");
+        QVERIFY(QFile::copy(m_lstClips.at(2), strCopy));
+        OpenInfo stOnly;
+        stOnly.nMediaType = 1;
+        stOnly.strFilePath = strCopy;
+        QVERIFY(fx.pList->AddFile(&stOnly));
+        OpenInfo stBad;
+        stBad.nMediaType = 1;
+        stBad.strFilePath = GuiMedia::Clip("random.mp4");
+        QVERIFY(fx.pList->AddFile(&stBad));
+        QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
+        QVERIFY(fx.pDlg->On_OpenFileInSelWnd(&stOnly));
+        QVERIFY(QFile::remove(strCopy));
+        QVERIFY(spyEnd.wait(kPlayTimeoutMs));
+        QTRY_VERIFY(!Playing(fx.pStage->GetPlayState(0)));
+        QVERIFY(fx.RowInvalid(GuiMedia::Clip("random.mp4")));
+    }
+
+    // ---- drops on the dialog ----
+
+    void dropOnThePromptGrowsTheLayout_data() {
+        QTest::addColumn<int>("nFiles");
+        QTest::addColumn<int>("nLayout");
+        QTest::newRow("2 files") << 2 << 4;
+        QTest::newRow("5 files") << 5 << 9;
+        QTest::newRow("10 files") << 10 << 16;
+    }
+    void dropOnThePromptGrowsTheLayout() {
+        QFETCH(int, nFiles);
+        QFETCH(int, nLayout);
+        QTemporaryDir dirConfig;
+        QTemporaryDir dirFiles;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        QCOMPARE(fx.pStage->GetPlayWndNum(), 1);
+        QList<QUrl> lstUrls;
+        for (int i = 0; i < nFiles; ++i) {
+            const QString strPath = dirFiles.filePath(QString("drop_%1.mp4").arg(i));
+            QVERIFY(QFile::copy(m_lstClips.at(i % 3), strPath));
+            lstUrls << QUrl::fromLocalFile(strPath);
+        }
+        // The drag shows the prompt; the drop lands on it.
+        QMimeData data;
+        data.setUrls(lstUrls);
+        const QPoint ptStage = fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10));
+        QDragEnterEvent evEnter(ptStage, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(fx.pDlg.get(), &evEnter);
+        QVERIFY(fx.pDlg->GetAutoExpandWnd());
+        QTRY_VERIFY(fx.pDlg->GetAutoExpandWnd()->isVisible());
+        QCOMPARE(fx.pDlg->GetAutoExpandWnd()->GetProposedWndNum(), nLayout);
+        fx.Drop(lstUrls, fx.PromptPoint());
+        QCOMPARE(fx.pStage->GetPlayWndNum(), nLayout);
+        QCOMPARE(fx.pList->count(), nFiles);
+        for (int i = 0; i < nFiles; ++i)
+            QCOMPARE(fx.pStage->GetWndFilePath(i), lstUrls.at(i).toLocalFile());
+        QVERIFY(!fx.pDlg->GetAutoExpandWnd()->isVisible());
+    }
+
+    void dropAwayFromThePromptKeepsTheLayout() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        const QList<QUrl> lstUrls = {QUrl::fromLocalFile(m_lstClips.at(0)), QUrl::fromLocalFile(m_lstClips.at(1))};
+        fx.Drop(lstUrls, fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10)));
+        QCOMPARE(fx.pStage->GetPlayWndNum(), 1);
+        QCOMPARE(fx.pList->count(), 2);
+        QCOMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(0));
+    }
+
+    void droppedFolderIsSkipped() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        fx.Drop({QUrl::fromLocalFile(m_dirMedia.path())}, fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10)));
+        QCOMPARE(fx.pList->count(), 0);
+        QCOMPARE(fx.pStage->GetPlayState(0), 0);
+        // A folder among files: only the file counts.
+        fx.Drop({QUrl::fromLocalFile(m_dirMedia.path()), QUrl::fromLocalFile(m_lstClips.at(2))},
+                fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10)));
+        QCOMPARE(fx.pList->count(), 1);
+        QCOMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(2));
+    }
+
+    void oneFileDroppedOnWindowThreePlaysThere() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
+        CPlayWnd* pWnd3 = fx.pStage->GetPlayWnd(3);
+        QVERIFY(pWnd3 && pWnd3->isVisible());
+        const QPoint ptWnd3 = pWnd3->mapTo(fx.pDlg.get(), pWnd3->rect().center());
+        fx.Drop({QUrl::fromLocalFile(m_lstClips.at(1))}, ptWnd3);
+        QCOMPARE(fx.pStage->GetSelWndIndex(), 3);
+        QCOMPARE(fx.pStage->GetWndFilePath(3), m_lstClips.at(1));
+        for (int i : {0, 1, 2})
+            QCOMPARE(fx.pStage->GetPlayState(i), 0);
+    }
+
+    // ---- encrypted files ----
+
+    void encryptedFileAsksForTheKeyAndForgetsAWrongOne() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        const QString strClip = GuiMedia::Clip("enc_velquin123.mp4");
+        OpenInfo stRow;
+        stRow.nMediaType = 1;
+        stRow.strFilePath = strClip;
+        QVERIFY(fx.pList->AddFile(&stRow));
+        QListWidgetItem* pItem = fx.pList->item(0);
+        QVERIFY(pItem);
+
+        // Cancel: nothing opens.
+        {
+            KeyDialogAnswer answer{QString()};
+            emit fx.pList->itemDoubleClicked(pItem);
+            QCOMPARE(answer.Seen(), 1);
+            QCOMPARE(fx.pStage->GetPlayState(0), 0);
+        }
+
+        // A wrong key: one error message, the window stops, the key is forgotten.
+        CPlayWnd* pWnd0 = fx.pStage->GetPlayWnd(0);
+        QSignalSpy spyMsg(pWnd0, &CPlayWnd::Sig_ErrorMsg);
+        {
+            KeyDialogAnswer answer{QStringLiteral("wrongkey")};
+            emit fx.pList->itemDoubleClicked(pItem);
+            QCOMPARE(answer.Seen(), 1);
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(spyMsg.count() >= 1, kPlayTimeoutMs);
+        QCOMPARE(spyMsg.first().first().toString(), QStringLiteral("Password error OR video error"));
+        QTRY_VERIFY(!Playing(fx.pStage->GetPlayState(0)));
+        OpenInfo stAfter;
+        QVERIFY(fx.pList->GetOpenInfo(0, &stAfter));
+        QVERIFY(stAfter.strDecryptKey.isEmpty());
+        QCOMPARE(spyMsg.count(), 1);
+
+        // The next open asks again; the right key plays to the end without error.
+        QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
+        {
+            KeyDialogAnswer answer{QStringLiteral("velquin123")};
+            emit fx.pList->itemDoubleClicked(pItem);
+            QCOMPARE(answer.Seen(), 1);
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QVERIFY(fx.pList->GetOpenInfo(0, &stAfter));
+        QCOMPARE(stAfter.strDecryptKey, QStringLiteral("velquin123"));
+        QVERIFY(spyEnd.wait(kPlayTimeoutMs));
+        QCOMPARE(spyMsg.count(), 1);
+
+        // The key survives a restart with the row.
+        fx.Stop();
+        Fixture fx2(dirConfig.path());
+        QVERIFY(fx2.Start());
+        QVERIFY(fx2.pDlg->RestorePlaylist());
+        QVERIFY(fx2.pList->GetOpenInfo(0, &stAfter));
+        QCOMPARE(stAfter.strDecryptKey, QStringLiteral("velquin123"));
+        // The examination of the restored row finds the file encrypted again.
+        QTRY_VERIFY_WITH_TIMEOUT(fx2.pList->GetOpenInfo(0, &stAfter) && stAfter.bEncryptChecked, kPlayTimeoutMs);
+        QVERIFY(stAfter.bEncrypted);
+        QCOMPARE(stAfter.strDecryptKey, QStringLiteral("velquin123"));
+    }
+};
+
+QTEST_MAIN(TestOpenSequencing)
+#include "TestOpenSequencing.moc"
