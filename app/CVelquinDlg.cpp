@@ -808,7 +808,10 @@ bool CVelquinDlg::On_ChangeLanguageCN_EN() {
         m_stPlayerCfg.nLanguage = 1;
     else if (m_stPlayerCfg.nLanguage == 1)
         m_stPlayerCfg.nLanguage = 0;
-    return LoadLanguage();
+    const bool bOk = LoadLanguage();
+    if (m_pPlaylist)
+        m_pPlaylist->On_LanguageChanged(); // the rows' texts ("Invalid", sizes) follow
+    return bOk;
 }
 
 void CVelquinDlg::SkinChanged() {

@@ -24,6 +24,7 @@
 #include "CDlgShow.h"
 #include "CGetDecryptKeyDlg.h"
 #include "CPlayWnd.h"
+#include "CPlayerConfigFile.h"
 #include "CPlaylist.h"
 #include "CPlaylistItem.h"
 #include "CVelquinDlg.h"
@@ -213,6 +214,53 @@ private slots:
             // Nothing opens on a restart.
             QCOMPARE(fx.pStage->GetPlayState(0), 0);
         }
+    }
+
+    void damagedConfigurationStartsWithDefaultsAndIsKept_data() {
+        QTest::addColumn<QString>("strDamage");
+        QTest::newRow("truncated") << "truncated";
+        QTest::newRow("random bytes") << "random";
+        QTest::newRow("empty") << "empty";
+    }
+    void damagedConfigurationStartsWithDefaultsAndIsKept() {
+        QFETCH(QString, strDamage);
+        QTemporaryDir dirConfig;
+        const QString strCfg = dirConfig.filePath("PlayerConfig.xml");
+        {
+            // A real configuration with a row and a non-default setting.
+            Fixture fx(dirConfig.path());
+            QVERIFY(fx.Start());
+            QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0)));
+            fx.Stop();
+        }
+        QFile file(strCfg);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QByteArray baBytes = file.readAll();
+        file.close();
+        QVERIFY(baBytes.contains("PlaylistFiles"));
+        if (strDamage == "truncated")
+            baBytes.truncate(baBytes.size() / 2);
+        else if (strDamage == "random")
+            baBytes = QByteArray::fromHex("8f3e00d1c2ff7a10") .repeated(512);
+        else
+            baBytes.clear();
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        QCOMPARE(file.write(baBytes), qint64(baBytes.size()));
+        file.close();
+
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        QVERIFY(fx.pDlg->RestorePlaylist());
+        QCOMPARE(fx.pList->count(), 0);
+        QCOMPARE(fx.pDlg->GetPlayerConfig().nPlayLocateMode, 1);
+        QVERIFY(fx.pDlg->GetPlayerConfig().bExitKeepPlaylistFiles);
+        QFile fileBad(strCfg + ".bad");
+        QVERIFY(fileBad.open(QIODevice::ReadOnly));
+        QCOMPARE(fileBad.readAll(), baBytes);
+        // The next exit writes a good file again.
+        fx.Stop();
+        PlayerConfig stRead;
+        QVERIFY(CPlayerConfigFile().ReadPlayerConfig(strCfg, &stRead));
     }
 
     void addingMoreToAFullListShowsTheMessage() {
@@ -419,6 +467,23 @@ private slots:
     }
 
     // ---- encrypted files ----
+
+    void encryptedPathOnTheCommandLineAsksBeforeOpening() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        // The thread has not seen the file: the file itself is read at once.
+        KeyDialogAnswer answer{QStringLiteral("velquin123")};
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << GuiMedia::Clip("enc_velquin123.mp4")));
+        QCOMPARE(answer.Seen(), 1);
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        OpenInfo stRow;
+        QVERIFY(fx.pList->GetOpenInfo(0, &stRow));
+        QCOMPARE(stRow.strDecryptKey, QStringLiteral("velquin123"));
+        // A plain file asks nothing.
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0)));
+        QCOMPARE(answer.Seen(), 1);
+    }
 
     void encryptedFileAsksForTheKeyAndForgetsAWrongOne() {
         QTemporaryDir dirConfig;

@@ -16,6 +16,22 @@ for clip in h264_aac.mp4 hevc.mkv ch01_20240315102030.ts mjpeg.avi mpeg4.mp4 sil
     echo "ok   $clip: $(echo "$ours" | wc -l) frames equal"
   fi
 done
+# Encrypted copies of h264_aac.mp4 played with their keys give the source's pictures.
+truth=$(grep -v '^#' "$MEDIA/h264_aac.mp4.framemd5" | awk -F', *' '{print $6}')
+for key in velquin123 abcdefghijklmnop; do
+  ours=$("$BENCH" framemd5 "$MEDIA/enc_$key.mp4" --key "$key" | cut -d, -f2)
+  if [ "$ours" != "$truth" ]; then
+    echo "FAIL enc_$key.mp4 with its key: frame hashes differ from the unencrypted source's"
+    status=1
+  else
+    echo "ok   enc_$key.mp4 with its key: $(echo "$ours" | wc -l) frames equal to the source's"
+  fi
+done
+wrong=$("$BENCH" framemd5 "$MEDIA/enc_velquin123.mp4" --key wrongkey 2>/dev/null | cut -d, -f2 || true)
+if [ "$wrong" = "$truth" ]; then
+  echo "FAIL enc_velquin123.mp4 with a wrong key: the source's pictures came out"
+  status=1
+fi
 if "$BENCH" framemd5 "$MEDIA/text.mp4" >/dev/null 2>&1; then
   echo "FAIL text.mp4: an unopenable file must exit non-zero"
   status=1
