@@ -266,6 +266,20 @@ bool CVelquinDlg::RestorePlaylist() {
     return true;
 }
 
+namespace {
+
+// The six fields a stored entry keeps of a row; the play progress is not one.
+void TakeRowFields(const OpenInfo& stRow, PlaylistFileCfg* pEntry) {
+    pEntry->nMediaType = stRow.nMediaType;
+    pEntry->strFilePath = stRow.strFilePath;
+    pEntry->bIsEncrypt = stRow.bEncrypted;
+    pEntry->strDecryptKey = stRow.strDecryptKey;
+    pEntry->nTransmitMode = stRow.nTransmitMode;
+    pEntry->nPort = stRow.nPort;
+}
+
+} // namespace
+
 void CVelquinDlg::RebuildStoredPlaylist() {
     QList<PlaylistFileCfg>& lstStored = m_stPlayerCfg.lstPlaylistFiles;
     lstStored.clear();
@@ -281,14 +295,8 @@ void CVelquinDlg::RebuildStoredPlaylist() {
             stEntry.strFilePath = strPath;
             OpenInfo stInfo;
             const int nRow = m_pPlaylist->GetRowByPath(strPath);
-            if (nRow >= 0 && m_pPlaylist->GetOpenInfo(nRow, &stInfo)) {
-                stEntry.nMediaType = stInfo.nMediaType;
-                stEntry.strFilePath = stInfo.strFilePath;
-                stEntry.bIsEncrypt = stInfo.bEncrypted;
-                stEntry.strDecryptKey = stInfo.strDecryptKey;
-                stEntry.nTransmitMode = stInfo.nTransmitMode;
-                stEntry.nPort = stInfo.nPort;
-            }
+            if (nRow >= 0 && m_pPlaylist->GetOpenInfo(nRow, &stInfo))
+                TakeRowFields(stInfo, &stEntry);
             lstStored.append(stEntry);
         }
     }
@@ -298,12 +306,7 @@ void CVelquinDlg::RebuildStoredPlaylist() {
             if (!m_pPlaylist->GetOpenInfo(nRow, &stInfo) || stInfo.strFilePath.isEmpty())
                 continue;
             PlaylistFileCfg stEntry;
-            stEntry.nMediaType = stInfo.nMediaType;
-            stEntry.strFilePath = stInfo.strFilePath;
-            stEntry.bIsEncrypt = stInfo.bEncrypted;
-            stEntry.strDecryptKey = stInfo.strDecryptKey;
-            stEntry.nTransmitMode = stInfo.nTransmitMode;
-            stEntry.nPort = stInfo.nPort;
+            TakeRowFields(stInfo, &stEntry);
             lstStored.append(stEntry);
         }
     }
@@ -438,7 +441,6 @@ QWidget* CVelquinDlg::BuildPlaylistColumn() {
     pBar->addWidget(m_pBtnListDelete);
     pBar->addWidget(m_pBtnPlayMode);
     pBar->addWidget(m_pBtnSearch);
-    m_pBtnListDelete->hide();
     // The search bar is not part of this build yet.
     m_pBtnSearch->setEnabled(false);
     pColumn->addWidget(m_pListToolBarContainer);

@@ -34,16 +34,25 @@ PeerSeek::Result PeerSeek::Run(const std::vector<double>& vecSeconds) const {
 
 double PeerSeek::MedianSeekMs(bool bMpv, const std::vector<double>& vecSeconds, double* pdOpenMs,
                               QString& strError) const {
-    *pdOpenMs = OpenMs(bMpv, strError);
-    if (*pdOpenMs < 0)
+    // An opening run beside every seek run: on a busy machine a few opening
+    // runs alone can all land in one burst of load, and their median would
+    // then swallow the seek costs.
+    std::vector<double> vecOpenMs;
+    if (OpenMs(bMpv, strError) < 0) // warms the file cache and the program's libraries
         return -1.0;
-    std::vector<double> vecCosts;
+    std::vector<double> vecRunMs;
     for (double dSeconds : vecSeconds) {
+        const double dOpenMs = bMpv ? MpvMs(0.0, strError) : FfmpegMs(0.0, strError);
         const double dMs = bMpv ? MpvMs(dSeconds, strError) : FfmpegMs(dSeconds, strError);
-        if (dMs < 0)
+        if (dOpenMs < 0 || dMs < 0)
             return -1.0;
-        vecCosts.push_back(SeekCost(dMs, *pdOpenMs));
+        vecOpenMs.push_back(dOpenMs);
+        vecRunMs.push_back(dMs);
     }
+    *pdOpenMs = Median(vecOpenMs);
+    std::vector<double> vecCosts;
+    for (double dMs : vecRunMs)
+        vecCosts.push_back(SeekCost(dMs, *pdOpenMs));
     return Median(vecCosts);
 }
 

@@ -34,8 +34,18 @@ void PrintRatio(const char* szName, double dOurs, double dTheirs) {
         std::printf("%s: n/a\n", szName);
 }
 
-// Frames shown more than one frame interval after they were due, in either
-// direction: due times count from the first shown frame by the distance of stamps.
+// How long after its due time each frame showed, in either direction: due
+// times count from the first shown frame by the distance of stamps.
+std::vector<double> LatenessMs(const std::vector<BenchPort::Shown>& frames) {
+    std::vector<double> vecMs;
+    for (const BenchPort::Shown& shown : frames) {
+        const double dDueMs = std::abs(shown.nStampMs - frames.front().nStampMs);
+        vecMs.push_back(Ms(shown.wallTime - frames.front().wallTime) - dDueMs);
+    }
+    return vecMs;
+}
+
+// Frames shown more than one frame interval after they were due.
 size_t LateFrames(const std::vector<BenchPort::Shown>& frames) {
     if (frames.size() < 2)
         return 0;
@@ -44,13 +54,9 @@ size_t LateFrames(const std::vector<BenchPort::Shown>& frames) {
         steps.push_back(std::abs(frames[i].nStampMs - frames[i - 1].nStampMs));
     std::nth_element(steps.begin(), steps.begin() + steps.size() / 2, steps.end());
     const double dIntervalMs = std::max(1, steps[steps.size() / 2]);
-    size_t nLate = 0;
-    for (const BenchPort::Shown& shown : frames) {
-        const double dDueMs = std::abs(shown.nStampMs - frames.front().nStampMs);
-        if (Ms(shown.wallTime - frames.front().wallTime) - dDueMs > dIntervalMs)
-            ++nLate;
-    }
-    return nLate;
+    const std::vector<double> vecLateMs = LatenessMs(frames);
+    return static_cast<size_t>(std::count_if(vecLateMs.begin(), vecLateMs.end(),
+                                             [dIntervalMs](double d) { return d > dIntervalMs; }));
 }
 } // namespace
 
@@ -219,8 +225,10 @@ int TransportBench::Reverse(double dSeconds) {
                      qPrintable(m_strFile), frames.size());
         return 1;
     }
-    for (const BenchPort::Shown& shown : frames)
-        std::printf("%u,%s\n", shown.nFrameNum, shown.strMd5.c_str());
+    // The third field is how late the frame showed, to tell where late frames cluster.
+    const std::vector<double> vecLateMs = LatenessMs(frames);
+    for (size_t i = 0; i < frames.size(); ++i)
+        std::printf("%u,%s,%.1f\n", frames[i].nFrameNum, frames[i].strMd5.c_str(), vecLateMs[i]);
     std::printf("frames: %zu\nseconds: %.3f\nfps: %.1f\nlate_frames: %zu\npeak_rss_mb: %.1f\n", frames.size(),
                 dWallSeconds, dWallSeconds > 0 ? frames.size() / dWallSeconds : 0.0, LateFrames(frames),
                 CpuMeter::PeakRssMb());

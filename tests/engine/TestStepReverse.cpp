@@ -5,6 +5,8 @@
 #include "IndexWait.h"
 #include "PortProbe.h"
 
+#include <QProcess>
+#include <QTemporaryDir>
 #include <QtTest>
 
 namespace {
@@ -38,6 +40,7 @@ private slots:
     void stepPausesPlayingPort();
     void reverseAtSpeedEndsOnce();
     void closeDuringReversePlay();
+    void largePicturesBackwardsInParts();
 };
 
 void TestStepReverse::initTestCase() {
@@ -269,6 +272,59 @@ void TestStepReverse::closeDuringReversePlay() {
             QVERIFY(Tavrix_Stop(probe.Port()));
         }
     }
+}
+
+void TestStepReverse::largePicturesBackwardsInParts() {
+    // Full HD pictures in 50-frame groups: a group no longer fits the reverse
+    // player's memory whole and is decoded in parts, the next part ahead of
+    // the one shown. Every picture must still be the ffmpeg tool's, in order,
+    // in play and in steps across the parts and the key frame.
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString strClip = dir.filePath("hd.mp4");
+    const QStringList ff = {"-hide_banner", "-loglevel", "error", "-nostdin", "-y"};
+    QProcess ffmpeg;
+    ffmpeg.start("ffmpeg", ff + QStringList{"-f", "lavfi", "-i", "testsrc2=size=1920x1080:rate=25:duration=3",
+                                            "-c:v", "libx264", "-preset", "veryfast", "-g", "50", "-bf", "2",
+                                            "-pix_fmt", "yuv420p", strClip});
+    QVERIFY(ffmpeg.waitForFinished(120000));
+    QCOMPARE(ffmpeg.exitCode(), 0);
+    ffmpeg.start("ffmpeg", ff + QStringList{"-i", strClip, "-an", "-fps_mode", "passthrough", "-pix_fmt",
+                                            "yuv420p", "-f", "framemd5", strClip + ".framemd5"});
+    QVERIFY(ffmpeg.waitForFinished(120000));
+    QCOMPARE(ffmpeg.exitCode(), 0);
+    const QStringList expected = PortProbe::ExpectedHashes(strClip);
+    QCOMPARE(expected.size(), 75);
+
+    PortProbe probe;
+    IndexWait index;
+    QVERIFY(probe.TakePort() && index.Register(probe.Port()) && probe.Open(strClip) &&
+            index.Wait(kTimeoutMs));
+    QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
+    QVERIFY(Tavrix_ReversePlay(probe.Port()));
+    QVERIFY(probe.WaitForEnd(kTimeoutMs));
+    const std::vector<PortProbe::Shown> frames = probe.Frames();
+    QCOMPARE(int(frames.size()), expected.size());
+    for (size_t k = 0; k < frames.size(); ++k) {
+        const uint32_t nFrame = uint32_t(expected.size() - 1 - int(k));
+        QCOMPARE(frames[k].nFrameNum, nFrame);
+        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(nFrame)]);
+    }
+
+    // Paused, a jump shows its target and the steps go from there.
+    QVERIFY(Tavrix_Pause(probe.Port(), 1));
+    probe.ClearFrames();
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 60));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    for (uint32_t n = 59; n >= 30; --n) {
+        CheckStep(probe, expected, true, n);
+        if (QTest::currentTestFailed())
+            return;
+    }
+    // Turning round inside a part and back again.
+    CheckStep(probe, expected, false, 31);
+    CheckStep(probe, expected, true, 30);
+    CheckStep(probe, expected, true, 29);
 }
 
 QTEST_GUILESS_MAIN(TestStepReverse)

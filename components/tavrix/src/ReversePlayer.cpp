@@ -11,10 +11,16 @@
 
 namespace tavrix {
 namespace {
-// A group's pictures are kept up to this many, and this many bytes: a long
-// group at a large size is then decoded in parts, the later part first.
-constexpr size_t kMaxCachedFrames = 64;
-constexpr int64_t kMaxCachedBytes = 96LL * 1024 * 1024;
+// Each of the two chunks held (shown, decoded ahead) keeps up to this many
+// pictures and bytes: a long group at a large size is decoded in parts, the
+// later part first, and both together stay within the memory one whole
+// group of a typical recording would take.
+constexpr int64_t kMaxChunkFrames = 32;
+constexpr int64_t kMaxChunkBytes = 48LL * 1024 * 1024;
+// A chunk's last picture comes out within the reorder depth and the frame
+// threads' delay of its packet; this many packets shown after it without it
+// mean it is damaged, and reading on to the end of the file would not help.
+constexpr int kMaxPacketsPastChunk = 48;
 } // namespace
 
 ReversePlayer::ReversePlayer(int nPort, Demuxer* pDemuxer, const FrameIndex* pIndex, const MediaInfo& info)
@@ -48,9 +54,11 @@ bool ReversePlayer::Open() {
         return false;
     }
     m_timeBase = pStream->time_base;
+    m_bLeadSkipCodec =
+        pStream->codecpar->codec_id == AV_CODEC_ID_H264 || pStream->codecpar->codec_id == AV_CODEC_ID_HEVC;
     const int64_t nFrameBytes = std::max<int64_t>(1, int64_t(m_info.nWidth) * m_info.nHeight * 3 / 2);
-    m_nMaxCached =
-        static_cast<size_t>(std::clamp<int64_t>(kMaxCachedBytes / nFrameBytes, 2, kMaxCachedFrames));
+    m_nChunkFrames =
+        static_cast<uint32_t>(std::clamp<int64_t>(kMaxChunkBytes / nFrameBytes, 2, kMaxChunkFrames));
     return true;
 }
 
@@ -58,24 +66,57 @@ void ReversePlayer::Start(VideoRenderer* pRenderer, int64_t nFirst) {
     Stop();
     m_bAbort = false;
     m_pRenderer = pRenderer;
-    m_thread = std::thread(&ReversePlayer::Run, this, nFirst);
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        m_pReady.reset();
+        m_bDecodeDone = false;
+    }
+    // A turn back within the chunk last shown needs no decoding: the decode
+    // thread starts below it.
+    int64_t nDecodeFrom = nFirst;
+    if (m_pShowing && nFirst >= m_pShowing->nFrom && nFirst <= m_pShowing->nTo) {
+        nDecodeFrom = static_cast<int64_t>(m_pShowing->nFrom) - 1;
+    } else {
+        m_pShowing.reset();
+    }
+    m_threadDecode = std::thread(&ReversePlayer::RunDecode, this, nDecodeFrom);
+    m_threadPush = std::thread(&ReversePlayer::RunPush, this, nFirst);
 }
 
 void ReversePlayer::Stop() {
-    m_bAbort = true;
-    if (m_thread.joinable()) {
-        m_thread.join();
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        m_bAbort = true;
     }
+    m_cv.notify_all();
+    if (m_threadPush.joinable()) {
+        m_threadPush.join();
+    }
+    if (m_threadDecode.joinable()) {
+        m_threadDecode.join();
+    }
+    std::lock_guard<std::mutex> lock(m_mtx);
+    m_pReady.reset();
 }
 
-void ReversePlayer::Run(int64_t nFirst) {
+void ReversePlayer::RunPush(int64_t nFirst) {
     pthread_setname_np(pthread_self(), "tavrix-reverse"); // names the thread in debuggers and top
     for (int64_t n = nFirst; n >= 0 && !m_bAbort.load(); --n) {
         const uint32_t nFrame = static_cast<uint32_t>(n);
-        if (m_mapCache.count(nFrame) == 0 && !DecodeGroup(nFrame)) {
-            continue; // a frame that cannot be decoded is left out, never shown wrong
+        if (!m_pShowing || nFrame < m_pShowing->nFrom || nFrame > m_pShowing->nTo) {
+            // Let go of the shown chunk first: the decode thread starts the
+            // one after next only then, so two chunks at most are held.
+            m_pShowing.reset();
+            m_pShowing = TakeChunk();
+            if (!m_pShowing) {
+                break;
+            }
+            if (nFrame < m_pShowing->nFrom || nFrame > m_pShowing->nTo) {
+                m_pShowing.reset(); // cannot happen: chunks follow each other down to frame 0
+                break;
+            }
         }
-        if (!PushFrame(nFrame)) {
+        if (m_pShowing->mapFrames.count(nFrame) != 0 && !PushFrame(*m_pShowing, nFrame)) {
             return; // the gate closed: a new command took over
         }
     }
@@ -87,41 +128,75 @@ void ReversePlayer::Run(int64_t nFirst) {
     m_pRenderer->Push(std::move(pEos));
 }
 
-bool ReversePlayer::PushFrame(uint32_t nFrame) {
-    const auto it = m_mapCache.find(nFrame);
-    if (it == m_mapCache.end()) {
-        return false;
+std::unique_ptr<ReversePlayer::Chunk> ReversePlayer::TakeChunk() {
+    std::unique_lock<std::mutex> lock(m_mtx);
+    m_cv.wait(lock, [this] { return m_bAbort.load() || m_pReady || m_bDecodeDone; });
+    if (m_bAbort.load() || !m_pReady) {
+        return nullptr;
     }
-    auto pOut = std::make_unique<VideoFrame>();
-    // A new reference to the same picture: the cache keeps it for steps back
-    // and forth within the group.
-    pOut->pFrame.reset(av_frame_clone(it->second.get()));
-    if (!pOut->pFrame) {
-        return false;
-    }
-    const AVFrame* pFrame = pOut->pFrame.get();
-    const int64_t nPtsUs = av_rescale_q(pFrame->pts, m_timeBase, AV_TIME_BASE_Q);
-    pOut->nPtsUs = nPtsUs - m_info.nFileStartUs;
-    pOut->nSourcePtsUs = nPtsUs - m_info.nVideoStartUs;
-    pOut->nClockUs = -pOut->nPtsUs; // the clock runs forward while the pictures go back
-    pOut->nFrameNum = nFrame;
-    return m_pRenderer->Push(std::move(pOut));
+    std::unique_ptr<Chunk> pChunk = std::move(m_pReady);
+    lock.unlock();
+    m_cv.notify_all(); // the decode thread may start the next chunk
+    return pChunk;
 }
 
-bool ReversePlayer::DecodeGroup(uint32_t nTarget) {
-    m_mapCache.clear();
-    int64_t nKey = m_pIndex->KeyFrameAtOrBefore(nTarget);
+void ReversePlayer::RunDecode(int64_t nFirst) {
+    pthread_setname_np(pthread_self(), "tavrix-revdec"); // names the thread in debuggers and top
+    for (int64_t nTo = nFirst; nTo >= 0;) {
+        {
+            // Decode ahead only once the previous chunk is taken.
+            std::unique_lock<std::mutex> lock(m_mtx);
+            m_cv.wait(lock, [this] { return m_bAbort.load() || !m_pReady; });
+            if (m_bAbort.load()) {
+                return;
+            }
+        }
+        std::unique_ptr<Chunk> pChunk = DecodeChunk(static_cast<uint32_t>(nTo));
+        if (m_bAbort.load()) {
+            return;
+        }
+        nTo = static_cast<int64_t>(pChunk->nFrom) - 1;
+        {
+            std::lock_guard<std::mutex> lock(m_mtx);
+            m_pReady = std::move(pChunk);
+        }
+        m_cv.notify_all();
+    }
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        m_bDecodeDone = true;
+    }
+    m_cv.notify_all();
+}
+
+std::unique_ptr<ReversePlayer::Chunk> ReversePlayer::DecodeChunk(uint32_t nTo) {
+    auto pChunk = std::make_unique<Chunk>();
+    pChunk->nTo = nTo;
+    int64_t nKey = m_pIndex->KeyFrameAtOrBefore(nTo);
     if (nKey < 0) {
         nKey = 0; // footage that starts without a key frame: from its first packet
     }
-    const FrameIndex::Entry* pKey = m_pIndex->EntryOfFrame(static_cast<uint32_t>(nKey));
+    // Only the last pictures up to the chunk's end are kept: the earlier part
+    // of a longer group is the next chunk, decoded again from the key frame.
+    // The group is cut into parts of equal length: a short part would give
+    // the decode thread too little time for the next chunk, which may need
+    // the whole of the group before it.
+    const uint32_t nLength = nTo + 1 - static_cast<uint32_t>(nKey);
+    const uint32_t nParts = (nLength + m_nChunkFrames - 1) / m_nChunkFrames;
+    pChunk->nFrom = nTo + 1 - (nLength + nParts - 1) / nParts;
+    // Frames that did not come out (a damaged packet, a failed seek) are
+    // missing from the chunk and left out; the ones that did are exact.
+    if (!DecodeInto(pChunk.get(), static_cast<uint32_t>(nKey)) && !m_bAbort.load()) {
+        EngineLog::Warn(m_nPort, "reverse play: frames left out");
+    }
+    return pChunk;
+}
+
+bool ReversePlayer::DecodeInto(Chunk* pChunk, uint32_t nKey) {
+    const FrameIndex::Entry* pKey = m_pIndex->EntryOfFrame(nKey);
     if (pKey == nullptr) {
         return false;
     }
-    // Only the last pictures up to the target are kept: a longer group is
-    // decoded again for its earlier part when play gets there.
-    const uint32_t nFrom = std::max<uint32_t>(static_cast<uint32_t>(nKey),
-                                              nTarget + 1 > m_nMaxCached ? nTarget + 1 - m_nMaxCached : 0);
     Demuxer::SeekPoint point;
     point.nKeyPts = pKey->nPts;
     point.nKeyPos = pKey->nBytePos;
@@ -130,16 +205,22 @@ bool ReversePlayer::DecodeGroup(uint32_t nTarget) {
         return false;
     }
     avcodec_flush_buffers(m_pCodec.get());
+    // Pictures outside the chunk are decoded only as references: one that
+    // nothing refers to need not be decoded at all.
+    const int64_t nFromPts = m_pIndex->PtsOfFrame(pChunk->nFrom);
+    const int64_t nToPts = m_pIndex->PtsOfFrame(pChunk->nTo);
     bool bStarted = false;
     bool bDone = false;
     int64_t nLastPts = 0;
-    while (!bDone && !m_bAbort.load()) {
+    int nPastEnd = 0;
+    while (!bDone && !m_bAbort.load() && nPastEnd < kMaxPacketsPastChunk) {
         PacketPtr pPacket;
         const int nRead = m_pDemuxer->ReadVideoPacket(&pPacket);
         if (nRead < 0) {
             // The end of the file: the decoder gives up what it holds.
+            m_pCodec->skip_frame = AVDISCARD_DEFAULT;
             if (bStarted && avcodec_send_packet(m_pCodec.get(), nullptr) >= 0) {
-                Receive(nFrom, nTarget, &bDone);
+                Receive(pChunk, &bDone);
             }
             break;
         }
@@ -155,38 +236,62 @@ bool ReversePlayer::DecodeGroup(uint32_t nTarget) {
             }
             bStarted = true;
         }
+        if (pPacket->pts != AV_NOPTS_VALUE && pPacket->pts > nToPts) {
+            ++nPastEnd;
+        }
+        const bool bOutside =
+            pPacket->pts != AV_NOPTS_VALUE && (pPacket->pts < nFromPts || pPacket->pts > nToPts);
+        m_pCodec->skip_frame = m_bLeadSkipCodec && bOutside ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
         const int nErr = avcodec_send_packet(m_pCodec.get(), pPacket.get());
         if (nErr < 0 && nErr != AVERROR(EAGAIN)) {
             EngineLog::AvFail(m_nPort, "reverse decode", nErr);
         }
-        if (!Receive(nFrom, nTarget, &bDone)) {
-            return false;
-        }
+        Receive(pChunk, &bDone);
     }
-    return m_mapCache.count(nTarget) != 0;
+    return pChunk->mapFrames.count(pChunk->nTo) != 0;
 }
 
-bool ReversePlayer::Receive(uint32_t nFrom, uint32_t nTarget, bool* pbDone) {
+void ReversePlayer::Receive(Chunk* pChunk, bool* pbDone) {
     for (;;) {
         FramePtr pFrame = MakeFrame();
         if (!pFrame) {
-            return false;
+            return;
         }
         const int nErr = avcodec_receive_frame(m_pCodec.get(), pFrame.get());
         if (nErr < 0) {
-            return true; // wants more input, or the end; a damaged packet loses only its own frames
+            return; // wants more input, or the end; a damaged packet loses only its own frames
         }
         const int64_t nPts = pFrame->pts != AV_NOPTS_VALUE ? pFrame->pts : pFrame->best_effort_timestamp;
         const int64_t n = m_pIndex->FrameOfPts(nPts);
-        if (n < 0 || n < nFrom || n > nTarget) {
+        if (n < 0 || n < pChunk->nFrom || n > pChunk->nTo) {
             continue;
         }
-        m_mapCache[static_cast<uint32_t>(n)] = std::move(pFrame);
-        if (n == nTarget) {
+        pChunk->mapFrames[static_cast<uint32_t>(n)] = std::move(pFrame);
+        if (n == pChunk->nTo) {
             *pbDone = true;
-            return true;
+            return;
         }
     }
+}
+
+bool ReversePlayer::PushFrame(const Chunk& chunk, uint32_t nFrame) {
+    const auto it = chunk.mapFrames.find(nFrame);
+    if (it == chunk.mapFrames.end()) {
+        return false;
+    }
+    auto pOut = std::make_unique<VideoFrame>();
+    // A new reference to the same picture: the chunk keeps it for a turn back.
+    pOut->pFrame.reset(av_frame_clone(it->second.get()));
+    if (!pOut->pFrame) {
+        return false;
+    }
+    const AVFrame* pFrame = pOut->pFrame.get();
+    const int64_t nPtsUs = av_rescale_q(pFrame->pts, m_timeBase, AV_TIME_BASE_Q);
+    pOut->nPtsUs = nPtsUs - m_info.nFileStartUs;
+    pOut->nSourcePtsUs = nPtsUs - m_info.nVideoStartUs;
+    pOut->nClockUs = -pOut->nPtsUs; // the clock runs forward while the pictures go back
+    pOut->nFrameNum = nFrame;
+    return m_pRenderer->Push(std::move(pOut));
 }
 
 } // namespace tavrix

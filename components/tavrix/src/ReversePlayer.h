@@ -1,19 +1,29 @@
-// Backward play of a port on a thread of its own: for each group of pictures
-// it seeks the demuxer to the group's key frame, decodes forward to the
-// wanted frame keeping the last pictures (bounded in count and bytes), and
-// hands them to the render thread newest first. Single steps back are the
-// render thread's steps through what this thread queues, so a step within a
-// group costs no decoding. After frame 0 comes the end of the stream.
+// Backward play of a port on two threads of its own. The decode thread cuts
+// the frames before the start into chunks, newest first, each inside one
+// group of pictures and bounded in count and bytes: for each it seeks the
+// demuxer to the group's key frame and decodes forward to the chunk's last
+// frame, keeping only the chunk's pictures. The push thread hands a chunk's
+// pictures to the render thread newest first while the decode thread works on
+// the next one, so a group boundary costs no wait at normal speed. At most
+// two chunks are held: the one being shown and the one decoded ahead.
 //
-// The demuxer's own thread must be stopped while this one reads from it.
+// Single steps back are the render thread's steps through what the push
+// thread queues, so a step within a chunk costs no decoding, and the chunk
+// being shown is kept across a stop for a turn back. After frame 0 comes the
+// end of the stream.
+//
+// The demuxer's own thread must be stopped while the decode thread reads from it.
 #pragma once
 
 #include "FfmpegPtr.h"
 #include "MediaInfo.h"
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
+#include <memory>
+#include <mutex>
 #include <thread>
 
 namespace tavrix {
@@ -38,22 +48,42 @@ public:
     void Stop();
 
 private:
-    void Run(int64_t nFirst);
-    bool DecodeGroup(uint32_t nTarget);
-    bool Receive(uint32_t nFrom, uint32_t nTarget, bool* pbDone);
-    bool PushFrame(uint32_t nFrame);
+    // Display frames nFrom..nTo of one group; a frame that could not be
+    // decoded is missing from the map and is left out, never shown wrong.
+    struct Chunk {
+        uint32_t nFrom = 0;
+        uint32_t nTo = 0;
+        std::map<uint32_t, FramePtr> mapFrames;
+    };
+
+    void RunPush(int64_t nFirst);
+    void RunDecode(int64_t nFirst);
+    // The next chunk from the decode thread, or null once it has no more
+    // (frame 0 passed) or on abort.
+    std::unique_ptr<Chunk> TakeChunk();
+    std::unique_ptr<Chunk> DecodeChunk(uint32_t nTo);
+    bool DecodeInto(Chunk* pChunk, uint32_t nKey);
+    void Receive(Chunk* pChunk, bool* pbDone);
+    bool PushFrame(const Chunk& chunk, uint32_t nFrame);
 
     const int m_nPort;
     Demuxer* const m_pDemuxer;
     const FrameIndex* const m_pIndex;
     const MediaInfo m_info;
-    CodecContextPtr m_pCodec;
+    CodecContextPtr m_pCodec; // decode thread only while it runs
     AVRational m_timeBase{1, 1};
-    size_t m_nMaxCached = 64;
+    bool m_bLeadSkipCodec = false; // H.264 or HEVC: unreferenced pictures outside a chunk are skipped
+    uint32_t m_nChunkFrames = 32;
     std::atomic<bool> m_bAbort{false};
     VideoRenderer* m_pRenderer = nullptr;
-    std::map<uint32_t, FramePtr> m_mapCache; // decoded pictures by display index; this thread only
-    std::thread m_thread;
+
+    std::mutex m_mtx;
+    std::condition_variable m_cv;      // a chunk handed over or taken, the decoder done, or an abort
+    std::unique_ptr<Chunk> m_pReady;   // decoded ahead, waiting for the push thread; guarded by m_mtx
+    bool m_bDecodeDone = false;        // the decode thread has cut its last chunk; guarded by m_mtx
+    std::unique_ptr<Chunk> m_pShowing; // push thread only while it runs; kept across a stop
+    std::thread m_threadPush;
+    std::thread m_threadDecode;
 };
 
 } // namespace tavrix
