@@ -180,7 +180,12 @@ bool CVelquinDlg::LoadConfig() {
 
     // A damaged PlayerConfig.xml is kept beside by the store; the start then goes
     // on as a first start.
-    if (!m_ConfigFile.ReadPlayerConfig(ConfigFilePath(QStringLiteral("PlayerConfig.xml")), &m_stPlayerCfg)) {
+    const QString strPlayerCfg = ConfigFilePath(QStringLiteral("PlayerConfig.xml"));
+    if (!m_ConfigFile.ReadPlayerConfig(strPlayerCfg, &m_stPlayerCfg)) {
+        // A file that is there but cannot be read (permissions) is not replaced by
+        // this run's defaults at exit.
+        const QFileInfo fiCfg(strPlayerCfg);
+        m_bKeepPlayerCfgFile = fiCfg.exists() && !fiCfg.isReadable();
         SetDefaultConfig(); // a half-read file must not leave half its values
         AllGlobalConfig stGlobal;
         stGlobal.nLanguage = -1;
@@ -239,6 +244,10 @@ bool CVelquinDlg::SaveConfig() {
     stGlobal.nSkinIndex = m_stPlayerCfg.nSkin;
     // A failing write is silent: there is nobody left to tell at exit.
     GlobalCfgHelper::WriteConfigFile(ConfigFilePath(QStringLiteral("GlobalConfig.xml")), &stGlobal);
+    if (m_bKeepPlayerCfgFile) {
+        qDebug("CVelquinDlg::SaveConfig PlayerConfig.xml was unreadable at start and is left as it is");
+        return false;
+    }
     return m_ConfigFile.WritePlayerConfig(ConfigFilePath(QStringLiteral("PlayerConfig.xml")), &m_stPlayerCfg);
 }
 
@@ -1078,17 +1087,21 @@ bool CVelquinDlg::IsPlaylistFull() const {
     return m_pPlaylist && m_pPlaylist->count() >= MAX_PLAYLIST_ROWS;
 }
 
+void CVelquinDlg::ShowListFullMessage() {
+    ShowInfoMessage(IDS_MainWnd_PlaylistIsMax, QStringLiteral("Playlist is Maximum, can not add!"));
+}
+
 bool CVelquinDlg::OpenFileList(QStringList lstPaths) {
     if (lstPaths.isEmpty() || !m_pDlgShow || !m_pPlaylist)
         return false;
-    // One request for the whole walk: what a row knows (type, key, flags) is read
-    // into it before each open.
-    OpenInfo stInfo;
     for (int i = 0; i < lstPaths.size(); ++i) {
         if (IsPlaylistFull()) {
-            ShowInfoMessage(IDS_MainWnd_PlaylistIsMax, QStringLiteral("Playlist is Maximum, can not add!"));
+            ShowListFullMessage();
             break;
         }
+        // A fresh request per path: a key read from one row must not reach the
+        // next file's new row. What a row knows (type, key, flags) is read below.
+        OpenInfo stInfo;
         stInfo.strFilePath = lstPaths.at(i);
         stInfo.nMediaType = 1;
         m_pPlaylist->AddFile(&stInfo);
@@ -1115,7 +1128,7 @@ bool CVelquinDlg::On_AddFiles() {
         return false;
     for (const QString& strPath : lstPaths) {
         if (IsPlaylistFull()) {
-            ShowInfoMessage(IDS_MainWnd_PlaylistIsMax, QStringLiteral("Playlist is Maximum, can not add!"));
+            ShowListFullMessage();
             break;
         }
         OpenInfo stInfo;
@@ -1230,11 +1243,16 @@ bool CVelquinDlg::PlayFileInWnd(int nWnd, OpenInfo* pOpenInfo) {
     else
         m_pDlgShow->SetVolume(nWnd, false, 0, false);
 
-    // Saved position: the last stored entry of this path decides.
-    if (pOpenInfo->nMediaType == 1 && m_stPlayerCfg.bKeepPlayProgress) {
+    // Saved position: the exit stores the played windows first, with their
+    // progress, then every row with none; the first entry of this path that has a
+    // progress decides, so a file that is also a row still resumes. A row the
+    // thumbnail thread has not examined yet is a local file all the same.
+    if (pOpenInfo->nMediaType != 2 && m_stPlayerCfg.bKeepPlayProgress) {
         for (const PlaylistFileCfg& stEntry : m_stPlayerCfg.lstPlaylistFiles) {
-            if (stEntry.strFilePath == pOpenInfo->strFilePath)
-                m_pDlgShow->SetTimePos(nWnd, uint(qMax(0, stEntry.nFilePlayProgress)));
+            if (stEntry.nFilePlayProgress > 0 && stEntry.strFilePath == pOpenInfo->strFilePath) {
+                m_pDlgShow->SetTimePos(nWnd, uint(stEntry.nFilePlayProgress));
+                break;
+            }
         }
     }
 
@@ -1323,9 +1341,14 @@ bool CVelquinDlg::On_FilePlayEnd(int nPlayWndIndex) {
                         break;
                 }
                 OpenInfo stInfo;
-                if (m_pPlaylist->GetOpenInfo(nDst, &stInfo) && stInfo.nMediaType != 2 &&
-                    PlayFileInWnd(nPlayWndIndex, &stInfo))
-                    break;
+                if (m_pPlaylist->GetOpenInfo(nDst, &stInfo) && stInfo.nMediaType != 2) {
+                    // A file gone from disk is marked without an open attempt, so that
+                    // a list of missing files does not raise one error box each.
+                    if (!QFile::exists(stInfo.strFilePath))
+                        m_pPlaylist->MarkInvalidFile(stInfo.strFilePath, true);
+                    else if (PlayFileInWnd(nPlayWndIndex, &stInfo))
+                        break;
+                }
                 ++nDst;
             }
             break;
@@ -1354,16 +1377,32 @@ void CVelquinDlg::ErrorToStopPlay(QString strFileName, int nErrorType, bool bSRF
         // A wrong key is forgotten, so that the next open asks again.
         if (m_pPlaylist)
             m_pPlaylist->SetDecryptKey(strFileName, QString());
-        On_Stop();
+        StopWndsWithPath(strFileName);
         break;
     case 1:
     case 2:
     case 4:
-        On_Stop();
+        StopWndsWithPath(strFileName);
         break;
     default:
         break;
     }
+}
+
+void CVelquinDlg::StopWndsWithPath(const QString& strPath) {
+    // The error comes from the window that plays the file, which need not be the
+    // selected one when several files were opened at once.
+    bool bAny = false;
+    if (m_pDlgShow && !m_pDlgShow->IsSyncPlay() && !strPath.isEmpty()) {
+        for (int i = 0; i < MAX_PLAY_WND; ++i) {
+            if (IsActiveState(m_pDlgShow->GetPlayState(i)) && m_pDlgShow->GetWndFilePath(i) == strPath) {
+                StopWnd(i);
+                bAny = true;
+            }
+        }
+    }
+    if (!bAny)
+        On_Stop();
 }
 
 bool CVelquinDlg::On_MarkInvalidFile(QString strFilePath, bool /*bState*/) {
@@ -1487,14 +1526,17 @@ bool CVelquinDlg::On_ClearPlaylist() {
 bool CVelquinDlg::On_ClearInvalidFiles() {
     if (!m_pPlaylist)
         return false;
-    // Rows not examined yet count as invalid too; URL rows never do. Nothing is
-    // closed: an invalid file cannot be playing.
+    // Rows found invalid and files gone from disk; URL rows never. A row the
+    // thumbnail thread has not examined yet is not known to be invalid, and a file
+    // that plays in a window stays, whatever its row says.
     QList<QListWidgetItem*> lstInvalid;
     for (int nRow = 0; nRow < m_pPlaylist->count(); ++nRow) {
         OpenInfo stInfo;
-        if (!m_pPlaylist->GetOpenInfo(nRow, &stInfo))
+        if (!m_pPlaylist->GetOpenInfo(nRow, &stInfo) || stInfo.nMediaType == 2)
             continue;
-        if (stInfo.nMediaType == 0 || (stInfo.nMediaType == 1 && !QFile::exists(stInfo.strFilePath)))
+        const bool bInvalid = (stInfo.nMediaType == 0 && stInfo.bEncryptChecked) ||
+                              !QFile::exists(stInfo.strFilePath);
+        if (bInvalid && CountActiveWndsWithPath(stInfo.strFilePath, -1) == 0)
             lstInvalid << m_pPlaylist->item(nRow);
     }
     if (lstInvalid.isEmpty())
@@ -1521,12 +1563,28 @@ bool CVelquinDlg::On_CloseByFilePath(QString strFilePath) {
 // ---------------------------------------------------------------------------
 // Drag and drop on the dialog
 
+bool CVelquinDlg::IsStreamUrl(const QUrl& url) {
+    const QString strScheme = url.scheme().toLower();
+    if (strScheme == QLatin1String("rtsp") || strScheme == QLatin1String("rtsps") ||
+        strScheme == QLatin1String("rtmp") || strScheme == QLatin1String("udp") || strScheme == QLatin1String("rtp"))
+        return true;
+    if (strScheme != QLatin1String("http") && strScheme != QLatin1String("https"))
+        return false;
+    const QString strPath = url.path().toLower();
+    return strPath.endsWith(QLatin1String(".m3u8")) || strPath.endsWith(QLatin1String(".ts")) ||
+           strPath.endsWith(QLatin1String(".flv"));
+}
+
 int CVelquinDlg::ProposedWndNum(int nFiles) {
     if (nFiles > 9)
         return 16;
     if (nFiles >= 5)
         return 9;
     return 4;
+}
+
+bool CVelquinDlg::IsOnAutoExpandWnd(const QPoint& ptDlg) const {
+    return m_pAutoExpandWnd && m_pAutoExpandWnd->isVisible() && m_pAutoExpandWnd->geometry().contains(ptDlg);
 }
 
 int CVelquinDlg::CountDraggedFiles(const QMimeData* pData) const {
@@ -1564,10 +1622,8 @@ void CVelquinDlg::dragMoveEvent(QDragMoveEvent* ev) {
     if (!ev->mimeData()->hasUrls())
         return;
     const int nCount = CountDraggedFiles(ev->mimeData());
-    if (m_pAutoExpandWnd && m_pAutoExpandWnd->isVisible()) {
-        const QPoint ptGlobal = mapToGlobal(ev->position().toPoint());
-        emit Sig_ShowAutoExpandWnd(nCount, m_pAutoExpandWnd->frameGeometry().contains(ptGlobal));
-    }
+    if (m_pAutoExpandWnd && m_pAutoExpandWnd->isVisible())
+        emit Sig_ShowAutoExpandWnd(nCount, IsOnAutoExpandWnd(ev->position().toPoint()));
     ev->acceptProposedAction();
 }
 
@@ -1583,11 +1639,12 @@ bool CVelquinDlg::On_ShowAutoExpandWnd(int nFileNum, bool bIsHoverWnd) {
         m_pAutoExpandWnd = new AutoExpandWnd(this);
         m_pAutoExpandWnd->Init();
     }
-    // Centred at the bottom of the stage, 2 pixels above its edge.
+    // Centred at the bottom of the stage, 2 pixels above its edge, over the windows.
     const QSize sizePrompt = m_pAutoExpandWnd->size();
-    const QPoint ptBottom = m_pDlgShow->mapToGlobal(QPoint(m_pDlgShow->width() / 2, m_pDlgShow->height()));
+    const QPoint ptBottom = m_pDlgShow->mapTo(this, QPoint(m_pDlgShow->width() / 2, m_pDlgShow->height()));
     m_pAutoExpandWnd->move(ptBottom.x() - sizePrompt.width() / 2, ptBottom.y() - 2 - sizePrompt.height());
     m_pAutoExpandWnd->show();
+    m_pAutoExpandWnd->raise();
     return m_pAutoExpandWnd->SetProposal(ProposedWndNum(nFileNum), bIsHoverWnd);
 }
 
@@ -1623,11 +1680,14 @@ void CVelquinDlg::dropEvent(QDropEvent* ev) {
                 bHasNew = bHasNew || nRow < 0;
             }
         } else {
-            // A remote URL without a row carries its text as a stream address.
+            // A remote URL without a row is taken as a stream address only when it
+            // looks like one: a web link dragged from a browser is not a video.
             const QString strUrl = url.toString();
             const int nRow = m_pPlaylist->GetRowByPath(strUrl);
             if (nRow >= 0) {
                 m_pPlaylist->GetOpenInfo(nRow, &stInfo);
+            } else if (!IsStreamUrl(url)) {
+                continue;
             } else {
                 stInfo = OpenInfo();
                 stInfo.nMediaType = 2;
@@ -1641,13 +1701,13 @@ void CVelquinDlg::dropEvent(QDropEvent* ev) {
     // A drop on the prompt grows the layout to hold the files.
     const int nWndNum = m_pDlgShow->GetPlayWndNum();
     if (m_pAutoExpandWnd && m_pAutoExpandWnd->isVisible() && lstDrop.size() > nWndNum &&
-        nWndNum != MAX_PLAY_WND && m_pAutoExpandWnd->frameGeometry().contains(ptGlobal) && lstDrop.size() >= 2)
+        nWndNum != MAX_PLAY_WND && IsOnAutoExpandWnd(ev->position().toPoint()))
         On_ChangePlayWndNum(ProposedWndNum(int(lstDrop.size())));
 
     QList<OpenInfo> lstOpen;
     for (OpenInfo& stEntry : lstDrop) {
         if (IsPlaylistFull() && bHasNew) {
-            ShowInfoMessage(IDS_MainWnd_PlaylistIsMax, QStringLiteral("Playlist is Maximum, can not add!"));
+            ShowListFullMessage();
             break;
         }
         if (stEntry.nMediaType == 2)

@@ -28,6 +28,7 @@ class QLocale;
 class QMenu;
 class QMouseEvent;
 class QTimer;
+class QUrl;
 class QTimerEvent;
 class QVBoxLayout;
 class QWidget;
@@ -79,6 +80,9 @@ public:
 
     // The layout a drop of nFiles entries on the drag prompt asks for.
     static int ProposedWndNum(int nFiles);
+    // Addresses a drop takes for a stream: RTSP, RTMP, UDP/RTP, and HTTP(S) that
+    // names a playlist or transport stream.
+    static bool IsStreamUrl(const QUrl& url);
 
     // Language of a first start without any configuration: Simplified Chinese
     // systems get 0, all others 1.
@@ -219,7 +223,10 @@ private:
     bool ShowFolderDialog(QStringList& lstPaths, int nMax);
     bool GuardSyncMode();
     bool IsPlaylistFull() const;
+    void ShowListFullMessage();
+    void StopWndsWithPath(const QString& strPath);
     int CountDraggedFiles(const QMimeData* pData) const;
+    bool IsOnAutoExpandWnd(const QPoint& ptDlg) const; // ptDlg in the dialog's coordinates
     // Windows other than nExcept in state 1 or 2 showing strPath.
     int CountActiveWndsWithPath(const QString& strPath, int nExcept) const;
     void ClearRowProgress(const QString& strPath);
@@ -248,6 +255,7 @@ private:
     QTimer* m_pPlayerTimer = nullptr; // 500 ms, made at the first opened file
     PlayerConfig m_stPlayerCfg;
     CPlayerConfigFile m_ConfigFile;
+    bool m_bKeepPlayerCfgFile = false; // PlayerConfig.xml was there but unreadable: not overwritten
     AutoExpandWnd* m_pAutoExpandWnd = nullptr; // drag prompt, made at the first drag that needs it
     int m_nBrightness = 64;
     int m_nContrast = 64;

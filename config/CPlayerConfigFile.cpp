@@ -261,6 +261,10 @@ void WriteLists(TiXmlElement* pRoot, const PlayerConfig& cfg, const FileCutToolC
 } // namespace
 
 bool CPlayerConfigFile::ReadPlayerConfig(const QString& strPath, PlayerConfig* pConfig) {
+    return ReadFile(strPath, pConfig, true);
+}
+
+bool CPlayerConfigFile::ReadFile(const QString& strPath, PlayerConfig* pConfig, bool bKeepDamaged) {
     if (strPath.isEmpty() || !pConfig || !Gb18030())
         return false;
     QFile file(strPath);
@@ -290,7 +294,8 @@ bool CPlayerConfigFile::ReadPlayerConfig(const QString& strPath, PlayerConfig* p
     if (!pRoot) {
         qDebug() << "CPlayerConfigFile::ReadPlayerConfig Fail" << strPath << doc.ErrorDesc() << "row"
                  << doc.ErrorRow();
-        KeepDamagedFile(strPath);
+        if (bKeepDamaged)
+            KeepDamagedFile(strPath);
         return false;
     }
 
@@ -316,7 +321,7 @@ bool CPlayerConfigFile::WritePlayerConfig(const QString& strPath, PlayerConfig* 
     // The clip tool is a separate program that shares this file; the player never
     // changes its folders, so they are carried over from the file on disk.
     PlayerConfig stOnDisk;
-    ReadPlayerConfig(strPath, &stOnDisk);
+    ReadFile(strPath, &stOnDisk, false);
 
     TiXmlDocument doc;
     doc.LinkEndChild(new TiXmlDeclaration("1.0", "UTF-8", ""));

@@ -32,4 +32,9 @@ public:
     // The record of a first start: the defaults of every field, the capture folder
     // "Screenshot" in the program's folder. The language list is cleared.
     static void SetDefaults(PlayerConfig* pConfig, const QString& strAppDir);
+
+private:
+    // bKeepDamaged: set a damaged file aside. The write's own look at the file on
+    // disk does not, or it would replace the copy kept at start.
+    bool ReadFile(const QString& strPath, PlayerConfig* pConfig, bool bKeepDamaged);
 };

@@ -30,11 +30,15 @@ QString GridText(int nWndNum) {
 
 } // namespace
 
-AutoExpandWnd::AutoExpandWnd(QWidget* parent)
-    : QDialog(parent, Qt::FramelessWindowHint | Qt::Tool | Qt::WindowDoesNotAcceptFocus) {
+AutoExpandWnd::AutoExpandWnd(QWidget* parent) : QDialog(parent) {
     setObjectName(QStringLiteral("AutoExpandWnd"));
-    // It must not take the drag away from the dialog beneath it.
-    setAttribute(Qt::WA_ShowWithoutActivating);
+    // A child laid over the dialog, not a window of its own: a window under the
+    // pointer would take the drag away from the dialog (a leave, then a drop the
+    // dialog never sees). Refusing drops and mouse events, it lets the drag reach
+    // the dialog, which tests whether the pointer is over the prompt.
+    setWindowFlags(Qt::Widget);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+    setAttribute(Qt::WA_StyledBackground);
     setAcceptDrops(false);
 }
 

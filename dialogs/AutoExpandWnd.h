@@ -8,7 +8,8 @@ class QLabel;
 
 // The prompt shown at the bottom of the stage while more files are dragged over
 // the dialog than the layout has windows: a drop on it grows the layout. It only
-// shows the proposal; the main dialog places it and changes the layout.
+// shows the proposal; the main dialog, its parent, places it over the stage and
+// changes the layout.
 class AutoExpandWnd : public QDialog, public IObserverBase {
     Q_OBJECT
 

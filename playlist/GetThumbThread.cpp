@@ -378,6 +378,29 @@ void GetThumbThread::Callback_DecFrame(int32_t /*nPort*/, char* pBuf, int32_t nS
     static_cast<GetThumbThread*>(pUser)->SeveDecData(pBuf, nSize, pFrameInfo);
 }
 
+const uint8_t* GetThumbThread::CropToMultipleOf4(const uint8_t* pSrc, int32_t nSrcW, int32_t nSrcH, int32_t nDstW,
+                                                 int32_t nDstH) {
+    if (nDstW <= 0 || nDstH <= 0) {
+        return pSrc; // too small for a thumbnail: the reduction refuses it
+    }
+    // Planes lie one after the other; odd sizes round the chroma planes up, as
+    // the frame buffer does.
+    const int32_t nSrcCw = (nSrcW + 1) / 2;
+    const int32_t nSrcCh = (nSrcH + 1) / 2;
+    m_vecCropBuf.resize(static_cast<size_t>(nDstW) * nDstH * 3 / 2);
+    uint8_t* pDst = m_vecCropBuf.data();
+    auto copyPlane = [&pDst](const uint8_t* pPlane, int32_t nStride, int32_t nW, int32_t nH) {
+        for (int32_t y = 0; y < nH; ++y, pDst += nW) {
+            std::memcpy(pDst, pPlane + static_cast<size_t>(y) * nStride, static_cast<size_t>(nW));
+        }
+    };
+    copyPlane(pSrc, nSrcW, nDstW, nDstH);
+    const uint8_t* pSrcU = pSrc + static_cast<size_t>(nSrcW) * nSrcH;
+    copyPlane(pSrcU, nSrcCw, nDstW / 2, nDstH / 2);
+    copyPlane(pSrcU + static_cast<size_t>(nSrcCw) * nSrcCh, nSrcCw, nDstW / 2, nDstH / 2);
+    return m_vecCropBuf.data();
+}
+
 void GetThumbThread::SeveDecData(char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo) {
     // One frame per file, also when the steps below fail.
     if (!m_bWantFrame.exchange(false)) {
@@ -391,9 +414,15 @@ void GetThumbThread::SeveDecData(char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* p
     if (!EnsureBuffer(&m_pYuvBuf, &m_nYuvBufSize, kYuvBufBytes)) {
         return;
     }
-    NORVANTADS_DOWNSMP_PARAM param{reinterpret_cast<const uint8_t*>(pBuf),
-                                   pFrameInfo->nWidth,
-                                   pFrameInfo->nHeight,
+    const uint8_t* pSource = reinterpret_cast<const uint8_t*>(pBuf);
+    const int32_t nWidth = pFrameInfo->nWidth & ~3;
+    const int32_t nHeight = pFrameInfo->nHeight & ~3;
+    if (nWidth != pFrameInfo->nWidth || nHeight != pFrameInfo->nHeight) {
+        pSource = CropToMultipleOf4(pSource, pFrameInfo->nWidth, pFrameInfo->nHeight, nWidth, nHeight);
+    }
+    NORVANTADS_DOWNSMP_PARAM param{pSource,
+                                   nWidth,
+                                   nHeight,
                                    m_pYuvBuf.get(),
                                    THUMB_WIDTH,
                                    THUMB_HEIGHT};

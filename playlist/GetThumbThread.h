@@ -13,6 +13,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 // One file waiting to be examined.
 struct FileQueueItem {
@@ -97,6 +98,7 @@ private:
 
     // Reduces one decoded YV12 frame to the thumbnail. Engine thread.
     void SeveDecData(char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo);
+    const uint8_t* CropToMultipleOf4(const uint8_t* pSrc, int32_t nSrcW, int32_t nSrcH, int32_t nDstW, int32_t nDstH);
     // Examines one file and publishes the result. Worker thread.
     void ExamineFile(const FileQueueItem& item);
     // Ends the wait for the current file and wakes the worker. Engine thread.
@@ -123,6 +125,10 @@ private:
     // The picture being made for the current file: written by the decode
     // callback between Play and Stop, moved into m_imgThumb on publishing.
     QImage m_imgMaking;
+    // A frame whose width or height is no multiple of 4 (854x480, 1366x768) is
+    // cropped by up to 3 pixels into this buffer first: the reduction needs
+    // multiples of 4, and the picture must not be lost for it.
+    std::vector<uint8_t> m_vecCropBuf;
     // The published result. The worker writes it only while m_bCanGetNext is
     // true and the main thread reads it after the signal; m_resultMutex
     // makes a TakeFileInfo at any other moment harmless as well.

@@ -156,7 +156,7 @@ class TestOpenSequencing : public QObject {
             AutoExpandWnd* pPrompt = pDlg->GetAutoExpandWnd();
             if (!pPrompt || !pPrompt->isVisible())
                 return pStage->mapTo(pDlg.get(), QPoint(5, 5));
-            return pDlg->mapFromGlobal(pPrompt->frameGeometry().center());
+            return pPrompt->mapTo(pDlg.get(), pPrompt->rect().center());
         }
     };
 
@@ -271,6 +271,76 @@ private slots:
         QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0) << m_lstClips.at(0)));
         QCOMPARE(fx.pList->count(), 1);
         QVERIFY(OpenMessages().isEmpty());
+    }
+
+    void keyOfOneRowDoesNotReachTheNext() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        OpenInfo stKeyed;
+        stKeyed.nMediaType = 1;
+        stKeyed.strFilePath = m_lstClips.at(0);
+        stKeyed.strDecryptKey = QStringLiteral("secret");
+        QVERIFY(fx.pList->AddFile(&stKeyed));
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0) << m_lstClips.at(1)));
+        OpenInfo stRow;
+        QVERIFY(fx.pList->GetOpenInfo(1, &stRow));
+        QCOMPARE(stRow.strFilePath, m_lstClips.at(1));
+        QVERIFY(stRow.strDecryptKey.isEmpty());
+    }
+
+    void savedProgressResumesAFileThatIsAlsoARow() {
+        QTemporaryDir dirConfig;
+        const QString strClip = GuiMedia::Clip("ch02_20240315103000_20240315103010.mp4");
+        QVERIFY(QFile::exists(strClip));
+        // What an exit with progress kept writes: the played window first, then the row.
+        PlayerConfig stCfg;
+        stCfg.bKeepPlayProgress = true;
+        PlaylistFileCfg stPlayed;
+        stPlayed.nMediaType = 1;
+        stPlayed.strFilePath = strClip;
+        stPlayed.nFilePlayProgress = 6;
+        PlaylistFileCfg stRow = stPlayed;
+        stRow.nFilePlayProgress = 0;
+        stCfg.lstPlaylistFiles << stPlayed << stRow;
+        QVERIFY(CPlayerConfigFile().WritePlayerConfig(dirConfig.filePath("PlayerConfig.xml"), &stCfg));
+
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        QVERIFY(fx.pDlg->RestorePlaylist());
+        QCOMPARE(fx.pList->count(), 1);
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << strClip));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->GetPlayedTime(0) >= 6, kPlayTimeoutMs);
+        QVERIFY(fx.pStage->GetPlayedTime(0) < 9);
+    }
+
+    void runTimeErrorStopsTheWindowOfItsFile() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
+        const QString strLong = GuiMedia::Clip("ch02_20240315103000_20240315103010.mp4");
+        QVERIFY(fx.pDlg->OpenFileList(QStringList() << GuiMedia::Clip("h264_aac.mp4") << strLong));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(1)), kPlayTimeoutMs);
+        QCOMPARE(fx.pStage->GetSelWndIndex(), 1); // several paths leave the last one selected
+        // Window 0's file reports a wrong key: window 0 stops, the selected one plays on.
+        emit fx.pStage->Sig_ErrorToStopPlay(fx.pStage->GetWndFilePath(0), 5, false);
+        QTRY_VERIFY(!Playing(fx.pStage->GetPlayState(0)));
+        QVERIFY(Playing(fx.pStage->GetPlayState(1)));
+    }
+
+    void onlyStreamAddressesAreDroppedAsStreams() {
+        QVERIFY(CVelquinDlg::IsStreamUrl(QUrl("rtsp://10.0.0.5:554/ch1")));
+        QVERIFY(CVelquinDlg::IsStreamUrl(QUrl("http://cam.local/live/index.m3u8")));
+        QVERIFY(!CVelquinDlg::IsStreamUrl(QUrl("https://example.com/article.html")));
+        QVERIFY(!CVelquinDlg::IsStreamUrl(QUrl("mailto:someone@example.com")));
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        fx.Drop({QUrl("https://example.com/article.html")}, fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10)));
+        QCOMPARE(fx.pList->count(), 0);
+        QCOMPARE(fx.pStage->GetPlayState(0), 0);
     }
 
     // ---- play modes at the end of a file ----

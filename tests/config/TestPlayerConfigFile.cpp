@@ -168,6 +168,12 @@ void TestPlayerConfigFile::damagedFileIsKeptAside() {
     QVERIFY(m_store.ReadPlayerConfig(Path(), &cfgIn));
     QVERIFY(FirstDifference(cfgIn, cfgOut).isEmpty());
     QCOMPARE(ReadRaw(strBad), baData);
+
+    // A file damaged again while the player ran is replaced by the exit's write,
+    // but the copy kept at start is not overwritten by it.
+    QVERIFY(WriteRaw(Path(), "<Config><Player"));
+    QVERIFY(m_store.WritePlayerConfig(Path(), &cfgOut));
+    QCOMPARE(ReadRaw(strBad), baData);
 }
 
 void TestPlayerConfigFile::readsWhatIsThereAndKeepsTheRest() {

@@ -9,6 +9,7 @@
 
 #include <QFileInfo>
 #include <QProcess>
+#include <QTemporaryDir>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -87,12 +88,14 @@ bool Examine(GetThumbThread& thread, const QString& strPath, const QString& strK
 // thumbnail's geometry by area scaling and padded with black, as 24-bit RGB.
 QImage ToolThumbnail(const QString& strPath, int nSrcW, int nSrcH, int nFrame) {
     NORVANTADS_PLACEMENT place{};
-    if (!NorvantaDS_GetPlacement(nSrcW, nSrcH, kW, kH, &place)) {
+    // Frames of a size that is no multiple of 4 are cropped at the right and
+    // bottom first, as the thread does.
+    if (!NorvantaDS_GetPlacement(nSrcW & ~3, nSrcH & ~3, kW, kH, &place)) {
         return QImage();
     }
     const QString strFilter =
         QString(
-            "select=eq(n\\,%1),format=yuv420p,scale=%2:%3:flags=area,pad=%4:%5:%6:%7:black,format=yuv420p")
+            "select=eq(n\\,%1),crop=iw-mod(iw\\,4):ih-mod(ih\\,4):0:0,format=yuv420p,scale=%2:%3:flags=area,pad=%4:%5:%6:%7:black,format=yuv420p")
             .arg(nFrame)
             .arg(place.nWidth)
             .arg(place.nHeight)
@@ -182,6 +185,7 @@ private slots:
     void invalidFiles();
     void queueRules();
     void thumbnailsMatchTool();
+    void oddSizeFrameGetsPicture();
 };
 
 void TestThumbThread::downSampleRefusesBadInput() {
@@ -464,6 +468,27 @@ void TestThumbThread::thumbnailsMatchTool() {
         qInfo("%s: mean absolute difference to frame %d %.3f", clip.szName, kWrongFrame, dWrong);
         QVERIFY2(dWrong > 4 * kMaxMeanAbsDiff, qPrintable(QString("%1: %2").arg(clip.szName).arg(dWrong)));
     }
+}
+
+void TestThumbThread::oddSizeFrameGetsPicture() {
+    // 854x480 is a common size whose width is no multiple of 4.
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString strPath = dir.filePath("cam_854x480.mp4");
+    QProcess process;
+    process.start("ffmpeg", {"-hide_banner", "-loglevel", "error", "-nostdin", "-f", "lavfi", "-i",
+                             "testsrc2=size=854x480:rate=25:duration=1", "-c:v", "libx264", "-pix_fmt", "yuv420p",
+                             "-metadata", "creation_time=2024-03-15T10:20:30.000000Z", strPath});
+    QVERIFY(process.waitForFinished(60000) && process.exitCode() == 0);
+    GetThumbThread thread;
+    Result result;
+    QVERIFY(Examine(thread, strPath, QString(), &result));
+    QVERIFY(!result.info.bInvalid);
+    QVERIFY(!result.image.isNull());
+    const QImage truth = ToolThumbnail(strPath, 854, 480, 0);
+    QVERIFY(!truth.isNull());
+    QVERIFY2(MeanAbsDiff(result.image, truth) <= kMaxMeanAbsDiff,
+             qPrintable(QString::number(MeanAbsDiff(result.image, truth))));
 }
 
 QTEST_MAIN(TestThumbThread)

@@ -112,8 +112,14 @@ void VideoRenderer::SetSpeedStep(int nStep) {
 
 void VideoRenderer::SetPaused(bool bPaused) {
     {
-        std::lock_guard<std::mutex> lock(m_mtx);
+        std::unique_lock<std::mutex> lock(m_mtx);
         m_bPaused = bPaused;
+        // A picture taken off the ring just before the pause still publishes its
+        // number: once the pause returns, the counter names the frame that stays.
+        // (Not from a callback of this thread, which would wait for itself.)
+        if (bPaused && std::this_thread::get_id() != m_thread.get_id()) {
+            m_cvCallbackDone.wait(lock, [this] { return !m_bInCallback; });
+        }
         if (!bPaused) {
             m_nSteps = 0; // steps belong to the pause they were asked in
             // A turn paused before its first picture waits a whole interval
