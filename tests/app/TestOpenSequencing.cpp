@@ -343,6 +343,40 @@ private slots:
         QCOMPARE(fx.pStage->GetPlayState(0), 0);
     }
 
+    void removeInvalidSparesPlayingAndGoodFiles() {
+        QTemporaryDir dirConfig;
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        // An AVI has no global time, so its row is marked invalid, yet it plays.
+        const QString strAvi = GuiMedia::Clip("mjpeg.avi");
+        const QString strMissing = m_dirMedia.filePath("gone.mp4");
+        const QString strGood = GuiMedia::Clip("h264_aac.mp4"); // carries its creation time
+        for (const QString& strPath : {strAvi, strMissing, strGood}) {
+            OpenInfo stInfo;
+            stInfo.nMediaType = 1;
+            stInfo.strFilePath = strPath;
+            QVERIFY(fx.pList->AddFile(&stInfo));
+        }
+        OpenInfo stAvi;
+        QVERIFY(fx.pList->GetOpenInfo(0, &stAvi));
+        QVERIFY(fx.pDlg->PlayFileInWnd(0, &stAvi));
+        auto allExamined = [&fx] {
+            for (int nRow = 0; nRow < fx.pList->count(); ++nRow) {
+                OpenInfo stRow;
+                if (!fx.pList->GetOpenInfo(nRow, &stRow) || !stRow.bEncryptChecked)
+                    return false;
+            }
+            return true;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(allExamined(), kPlayTimeoutMs);
+        QVERIFY(fx.RowInvalid(strAvi));
+        QVERIFY(fx.pDlg->On_ClearInvalidFiles());
+        QCOMPARE(fx.pList->count(), 2);
+        QCOMPARE(fx.RowPath(0), strAvi);
+        QCOMPARE(fx.RowPath(1), strGood);
+        QVERIFY(Playing(fx.pStage->GetPlayState(0)));
+    }
+
     // ---- play modes at the end of a file ----
 
     void singlePlayStops() {
