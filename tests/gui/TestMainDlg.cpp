@@ -21,6 +21,7 @@
 #include "CVelquinDlg.h"
 #include "GlobalCfgHelper.h"
 #include "GuiMedia.h"
+#include "MainDlgFixture.h"
 
 namespace {
 
@@ -51,35 +52,7 @@ class TestMainDlg : public QObject {
     Q_OBJECT
 
 private:
-    // A dialog whose configuration folder is a fresh temporary folder, so that no
-    // test reads or writes the files of another.
-    struct Fixture {
-        QTemporaryDir dirConfig;
-        std::unique_ptr<CVelquinDlg> pDlg;
-        CDlgShow* pStage = nullptr;
-
-        bool Start() {
-            if (!dirConfig.isValid())
-                return false;
-            pDlg = std::make_unique<CVelquinDlg>(nullptr, dirConfig.path());
-            if (!pDlg->Init())
-                return false;
-            pDlg->show();
-            pStage = pDlg->findChild<CDlgShow*>(QStringLiteral("m_pDlgShow"));
-            return pStage != nullptr;
-        }
-        QString Label(const char* szName) const {
-            QLabel* pLabel = pDlg->findChild<QLabel*>(QString::fromLatin1(szName));
-            return pLabel ? pLabel->text() : QStringLiteral("<missing>");
-        }
-        CSkinButton* Button(const char* szName) const {
-            return pDlg->findChild<CSkinButton*>(QString::fromLatin1(szName));
-        }
-        ~Fixture() {
-            if (pDlg)
-                pDlg->UnInit();
-        }
-    };
+    using Fixture = MainDlgFixture;
 
     static bool Playing(int nState) { return nState == 1 || nState == 2; }
 

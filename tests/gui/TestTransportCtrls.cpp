@@ -17,6 +17,7 @@
 #include "CVelquinDlg.h"
 #include "CustomPlayerSlider.h"
 #include "GuiMedia.h"
+#include "MainDlgFixture.h"
 #include "NonModalMessageBox.h"
 
 // Streams come through the network session library; the guards only look at
@@ -81,31 +82,16 @@ private:
         }
     };
 
-    struct DlgFixture {
-        QTemporaryDir dirConfig;
-        std::unique_ptr<CVelquinDlg> pDlg;
-        CDlgShow* pStage = nullptr;
+    struct DlgFixture : MainDlgFixture {
         CustomPlayerSlider* pSlider = nullptr;
 
         bool Start() {
-            if (!dirConfig.isValid())
+            if (!MainDlgFixture::Start())
                 return false;
-            pDlg = std::make_unique<CVelquinDlg>(nullptr, dirConfig.path());
-            if (!pDlg->Init())
-                return false;
-            pDlg->show();
-            pStage = pDlg->findChild<CDlgShow*>(QStringLiteral("m_pDlgShow"));
             pSlider = pDlg->findChild<CustomPlayerSlider*>(QStringLiteral("m_pPlayProgressSlider"));
-            return pStage && pSlider;
+            return pSlider != nullptr;
         }
         bool Open(const QString& strPath) { return pDlg->OpenFileList(QStringList() << strPath); }
-        CSkinButton* Button(const char* szName) const {
-            return pDlg->findChild<CSkinButton*>(QString::fromLatin1(szName));
-        }
-        QString Label(const char* szName) const {
-            QLabel* pLabel = pDlg->findChild<QLabel*>(QString::fromLatin1(szName));
-            return pLabel ? pLabel->text() : QStringLiteral("<missing>");
-        }
         // Message boxes of the dialog showing strText; each one found is closed.
         int TakeMessages(const QString& strText) {
             int nFound = 0;
@@ -124,10 +110,6 @@ private:
             for (NonModalMessageBox* pBox : pDlg->findChildren<NonModalMessageBox*>())
                 n += pBox->isVisible() ? 1 : 0;
             return n;
-        }
-        ~DlgFixture() {
-            if (pDlg)
-                pDlg->UnInit();
         }
     };
 

@@ -13,42 +13,20 @@ namespace tavrix {
 
 class CallbackSet {
 public:
-    struct Display {
-        TavrixDisplayCB pfn = nullptr;
+    // A registered callback and the user value it is called with.
+    template <typename Fn> struct Slot {
+        Fn pfn = nullptr;
         void* pUser = nullptr;
     };
-    struct Draw {
-        TavrixDrawCB pfn = nullptr;
-        void* pUser = nullptr;
-    };
-    struct Dec {
-        TavrixDecCB pfn = nullptr;
-        void* pUser = nullptr;
-    };
-    struct FileEnd {
-        TavrixFileEndCB pfn = nullptr;
-        void* pUser = nullptr;
-    };
-    struct FileRef {
-        TavrixFileRefCB pfn = nullptr;
-        void* pUser = nullptr;
-    };
-    struct RunTime {
-        TavrixRunTimeInfoCB pfn = nullptr;
-        void* pUser = nullptr;
-    };
-    struct Watermark {
-        TavrixWatermarkCB pfn = nullptr;
-        void* pUser = nullptr;
-    };
-    struct EncTypeChange {
-        TavrixEncTypeChangeCB pfn = nullptr;
-        void* pUser = nullptr;
-    };
-    struct EncryptType {
-        TavrixEncryptTypeCB pfn = nullptr;
-        void* pUser = nullptr;
-    };
+    using Display = Slot<TavrixDisplayCB>;
+    using Draw = Slot<TavrixDrawCB>;
+    using Dec = Slot<TavrixDecCB>;
+    using FileEnd = Slot<TavrixFileEndCB>;
+    using FileRef = Slot<TavrixFileRefCB>;
+    using RunTime = Slot<TavrixRunTimeInfoCB>;
+    using Watermark = Slot<TavrixWatermarkCB>;
+    using EncTypeChange = Slot<TavrixEncTypeChangeCB>;
+    using EncryptType = Slot<TavrixEncryptTypeCB>;
 
     explicit CallbackSet(int nPort) : m_nPort(nPort) {}
 

@@ -552,7 +552,6 @@ bool PlayerPort::OneByOne() {
         ApplySpeed();
         return true;
     }
-    const uint32_t nShown = m_readings.nFrameNum.load();
     if (!m_bPaused) {
         m_bPaused = true;
         m_pRenderer->SetPaused(true);
@@ -561,14 +560,18 @@ bool PlayerPort::OneByOne() {
             pOut->SetPaused(true);
         }
     }
+    // Read once paused, with no picture in flight. Right after an open or a jump
+    // nothing has shown yet: the step shows the frame the counter already names.
+    const uint32_t nShown = m_readings.nFrameNum.load();
+    const uint32_t nNext = m_pRenderer->ShownSinceGate() ? nShown + 1 : nShown;
     if (m_bReverse) {
         StopProducers();
-        return StartForwardAt(nShown + 1, true);
+        return StartForwardAt(nNext, true);
     }
     m_pRenderer->Step();
     const FrameIndex* pIndex = ReadyIndex();
-    if (pIndex != nullptr && nShown + 1 < pIndex->Count()) {
-        PublishPosition(nShown + 1);
+    if (pIndex != nullptr && nNext < pIndex->Count()) {
+        PublishPosition(nNext);
     }
     return true;
 }

@@ -134,6 +134,11 @@ void VideoRenderer::SetPaused(bool bPaused) {
     m_cvWork.notify_all();
 }
 
+bool VideoRenderer::ShownSinceGate() const {
+    std::lock_guard<std::mutex> lock(m_mtx);
+    return m_bShownSinceGate;
+}
+
 void VideoRenderer::SetRealTime(bool bRealTime) {
     {
         std::lock_guard<std::mutex> lock(m_mtx);

@@ -47,6 +47,9 @@ public:
     void OpenGate(bool bShowFirst, bool bTurn = false);
     // While paused: show the next picture of the ring, then stay paused.
     void Step();
+    // Whether a picture has shown since the gate last opened: until then the
+    // counter names the frame the next picture will be.
+    bool ShownSinceGate() const;
     // Speed as a power of two, -4..4; above 0 late pictures are skipped.
     void SetSpeedStep(int nStep);
 
