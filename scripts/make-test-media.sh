@@ -4,9 +4,18 @@
 # container allows, a 1 kHz sine and a creation time. Beside each playable clip
 # NAME stands NAME.framemd5: the ffmpeg tool's framemd5 of its video as yuv420p,
 # the truth the tests compare our pictures with. Re-running skips clips that exist.
+# Usage: make-test-media.sh [DIR] [--long]
+#   --long  also makes the 10-minute beep and flash clip (CI uses the 60 s one).
 set -euo pipefail
 
-OUT=${1:-media}
+OUT=media
+LONG=0
+for arg in "$@"; do
+  case "$arg" in
+    --long) LONG=1 ;;
+    *) OUT=$arg ;;
+  esac
+done
 mkdir -p "$OUT"
 cd "$OUT"
 
@@ -15,11 +24,29 @@ FF=(ffmpeg -hide_banner -loglevel error -nostdin -y)
 CREATION=2024-03-15T10:20:30.000000Z
 W=320; H=240; RATE=25; SECONDS_=2
 
-pattern() { # $1 = seconds, $2 = size
-  echo "testsrc2=size=${2:-${W}x${H}}:rate=${RATE}:duration=${1:-$SECONDS_},drawtext=fontfile=${FONT}:text='%{frame_num}':x=10:y=10:fontsize=48:fontcolor=white:box=1:boxcolor=black"
+pattern() { # $1 = seconds, $2 = size, $3 = number drawn on the first frame, $4 = source
+  echo "${4:-testsrc2}=size=${2:-${W}x${H}}:rate=${RATE}:duration=${1:-$SECONDS_},drawtext=fontfile=${FONT}:text='%{frame_num}':start_number=${3:-0}:x=10:y=10:fontsize=48:fontcolor=white:box=1:boxcolor=black"
 }
-tone() { # $1 = seconds
-  echo "aevalsrc=0.5*sin(2*PI*1000*t):s=48000:c=stereo:d=${1:-$SECONDS_}"
+tone() { # $1 = seconds, $2 = channel layout
+  echo "aevalsrc=0.5*sin(2*PI*1000*t):s=48000:c=${2:-stereo}:d=${1:-$SECONDS_}"
+}
+
+# NAME.framemd5: the ffmpeg tool's decode of NAME's video, the truth for its pictures.
+truth() { # $1 = clip name
+  if [ ! -s "$1.framemd5" ]; then
+    "${FF[@]}" -i "$1" -an -fps_mode passthrough -pix_fmt yuv420p -f framemd5 "$1.framemd5"
+  fi
+}
+# The same for a damaged clip: what the ffmpeg tool decodes of it, however it
+# ends; its complaints about the damage are expected and not shown. One decode
+# thread: with frame threads the concealment of damage differs from run to run.
+truth_damaged() { # $1 = clip name
+  if [ ! -s "$1.framemd5" ]; then
+    ffmpeg -hide_banner -loglevel quiet -nostdin -y -threads 1 -i "$1" -an -fps_mode passthrough -pix_fmt yuv420p \
+      -f framemd5 ".tmp_$1.framemd5" || true
+    [ -s ".tmp_$1.framemd5" ] || echo "#format: frame checksums" > ".tmp_$1.framemd5"
+    mv ".tmp_$1.framemd5" "$1.framemd5"
+  fi
 }
 
 make() { # $1 = output name, rest = ffmpeg arguments
@@ -28,9 +55,7 @@ make() { # $1 = output name, rest = ffmpeg arguments
     "${FF[@]}" "$@" "$name.tmp.${name##*.}"
     mv "$name.tmp.${name##*.}" "$name"
   fi
-  if [ ! -s "$name.framemd5" ]; then
-    "${FF[@]}" -i "$name" -an -fps_mode passthrough -pix_fmt yuv420p -f framemd5 "$name.framemd5"
-  fi
+  truth "$name"
 }
 
 # H.264 with B-frames and AAC in MP4, creation time set.
@@ -105,6 +130,142 @@ make_encrypted() { # $1 = key text
 }
 make_encrypted velquin123
 make_encrypted abcdefghijklmnop
+
+# ---- Recordings as recorders really leave them -------------------------------
+
+# Two 4 s recorder segments (H.264 with B-frames, AAC) joined by cat: the time
+# stamps, the continuity counters and the tables start again in the middle.
+# The second segment has another pattern; the drawn numbers run on (0..199).
+if [ ! -s joined_restart.ts ]; then
+  "${FF[@]}" -f lavfi -i "$(pattern 4 "" 0)" -f lavfi -i "$(tone 4)" \
+    -c:v libx264 -preset veryfast -g 25 -bf 3 -pix_fmt yuv420p -c:a aac -b:a 96k -shortest joined_part1.tmp.ts
+  "${FF[@]}" -f lavfi -i "$(pattern 4 "" 100 testsrc)" -f lavfi -i "$(tone 4)" \
+    -c:v libx264 -preset veryfast -g 25 -bf 3 -pix_fmt yuv420p -c:a aac -b:a 96k -shortest joined_part2.tmp.ts
+  cat joined_part1.tmp.ts joined_part2.tmp.ts > joined_restart.tmp.ts
+  rm joined_part1.tmp.ts joined_part2.tmp.ts
+  mv joined_restart.tmp.ts joined_restart.ts
+fi
+truth joined_restart.ts
+
+# A transport stream whose 33-bit 90 kHz clock wraps in the middle: the offset
+# puts the first picture about 2 s before 2^33 / 90000 s (95443.717 s), less the
+# 1.4 s the muxer adds itself. The demuxer shows the wrap as a start below zero.
+make clock_wrap.ts -f lavfi -i "$(pattern 4)" -f lavfi -i "$(tone 4)" \
+  -c:v libx264 -preset veryfast -g 25 -bf 3 -pix_fmt yuv420p -c:a aac -b:a 96k -shortest \
+  -output_ts_offset 95440.3
+if ! ffprobe -v error -select_streams v -show_entries stream=start_time,duration -of csv=p=0 clock_wrap.ts |
+    awk -F, '{ exit !($1 < -0.5 && $1 + $2 > 0.5) }'; then
+  echo "clock_wrap.ts: the clock does not wrap in the middle" >&2
+  exit 1
+fi
+
+# A fragmented MP4 (one fragment per group of pictures, as recorders write to
+# survive a power cut) cut off in the middle of its third fragment.
+if [ ! -s cut_fragmented.mp4 ]; then
+  "${FF[@]}" -f lavfi -i "$(pattern 4)" -f lavfi -i "$(tone 4)" \
+    -c:v libx264 -preset veryfast -g 25 -bf 3 -pix_fmt yuv420p -c:a aac -b:a 96k -shortest \
+    -metadata creation_time=$CREATION -movflags frag_keyframe+empty_moov fragmented.tmp.mp4
+  head -c $(( $(stat -c %s fragmented.tmp.mp4) * 3 / 5 )) fragmented.tmp.mp4 > cut_fragmented.tmp.mp4
+  rm fragmented.tmp.mp4
+  mv cut_fragmented.tmp.mp4 cut_fragmented.mp4
+fi
+truth_damaged cut_fragmented.mp4
+
+# Sound that turns from stereo to mono after 2 s, time stamps running on: two
+# segments put together by the concat demuxer into one transport stream.
+if [ ! -s stereo_to_mono.ts ]; then
+  "${FF[@]}" -f lavfi -i "$(pattern 2 "" 0)" -f lavfi -i "$(tone 2 stereo)" \
+    -c:v libx264 -preset veryfast -g 25 -bf 3 -pix_fmt yuv420p -c:a aac -b:a 96k -shortest stereo_part.tmp.ts
+  "${FF[@]}" -f lavfi -i "$(pattern 2 "" 50)" -f lavfi -i "$(tone 2 mono)" \
+    -c:v libx264 -preset veryfast -g 25 -bf 3 -pix_fmt yuv420p -c:a aac -b:a 64k -shortest mono_part.tmp.ts
+  printf "file '%s'\n" stereo_part.tmp.ts mono_part.tmp.ts > stereo_to_mono.tmp.txt
+  "${FF[@]}" -f concat -safe 0 -i stereo_to_mono.tmp.txt -c copy -f mpegts stereo_to_mono.tmp.ts
+  rm stereo_part.tmp.ts mono_part.tmp.ts stereo_to_mono.tmp.txt
+  mv stereo_to_mono.tmp.ts stereo_to_mono.ts
+fi
+truth stereo_to_mono.ts
+if [ "$(ffprobe -v error -select_streams a -show_entries frame=channels -of csv=p=0 stereo_to_mono.ts | uniq | tr '\n' ' ')" != "2 1 " ]; then
+  echo "stereo_to_mono.ts: the sound does not go from two channels to one" >&2
+  exit 1
+fi
+
+# MPEG-4 Part 2 with B-frames under the XVID tag and AC-3 sound in AVI, cut in
+# the middle of its last video frame: no index at the end, a partial chunk.
+if [ ! -s xvid_ac3_cut.avi ]; then
+  "${FF[@]}" -f lavfi -i "$(pattern)" -f lavfi -i "$(tone)" \
+    -c:v mpeg4 -vtag XVID -q:v 4 -g 25 -bf 2 -c:a ac3 -b:a 128k -shortest xvid_ac3.tmp.avi
+  # The last video chunk from the index (idx1 offsets count from the 'movi' tag).
+  cut=$(perl -e '
+    local $/; open(my $f, "<:raw", $ARGV[0]) or die; my $d = <$f>;
+    my $idx = rindex($d, "idx1"); my $movi = index($d, "movi"); die "no index" if $idx < 0 || $movi < 0;
+    my ($n) = unpack("V", substr($d, $idx + 4, 4)); my $cut = 0;
+    for (my $k = 0; $k < $n / 16; ++$k) {
+      my ($id, $flags, $off, $size) = unpack("a4VVV", substr($d, $idx + 8 + 16 * $k, 16));
+      $cut = $movi + $off + 8 + int($size / 2) if $id eq "00dc" && $size > 0;
+    }
+    print $cut;' xvid_ac3.tmp.avi)
+  head -c "$cut" xvid_ac3.tmp.avi > xvid_ac3_cut.tmp.avi
+  rm xvid_ac3.tmp.avi
+  mv xvid_ac3_cut.tmp.avi xvid_ac3_cut.avi
+fi
+truth_damaged xvid_ac3_cut.avi
+
+# Damaged copies, the same bytes on every run:
+#   dmg_zero_NAME  4 KiB zeroed at 45 % of the file
+#   dmg_flip_NAME  six bytes XOR'd, from 30 % to 80 % of the file
+#   dmg_gap_NAME   8000 bytes taken out at 40 % of the file
+damage() { # $1 = clip
+  local src=$1 size
+  size=$(stat -c %s "$src")
+  if [ ! -s "dmg_zero_$src" ]; then
+    cp "$src" "tmp_zero_$src"
+    dd if=/dev/zero of="tmp_zero_$src" bs=1 seek=$(( size * 45 / 100 )) count=4096 conv=notrunc status=none
+    mv "tmp_zero_$src" "dmg_zero_$src"
+  fi
+  truth_damaged "dmg_zero_$src"
+  if [ ! -s "dmg_flip_$src" ]; then
+    perl -e '
+      local $/; open(my $f, "<:raw", $ARGV[0]) or die; my $d = <$f>; my $n = length($d);
+      my @at = (30, 40, 50, 60, 70, 80); my @mask = (0x01, 0x80, 0x10, 0xff, 0x04, 0x40);
+      for my $k (0 .. $#at) {
+        my $o = int($n * $at[$k] / 100);
+        substr($d, $o, 1) = chr(ord(substr($d, $o, 1)) ^ $mask[$k]);
+      }
+      open(my $g, ">:raw", $ARGV[1]) or die; print $g $d;' "$src" "tmp_flip_$src"
+    mv "tmp_flip_$src" "dmg_flip_$src"
+  fi
+  truth_damaged "dmg_flip_$src"
+  if [ ! -s "dmg_gap_$src" ]; then
+    { head -c $(( size * 40 / 100 )) "$src"; tail -c +$(( size * 40 / 100 + 8000 + 1 )) "$src"; } > "tmp_gap_$src"
+    mv "tmp_gap_$src" "dmg_gap_$src"
+  fi
+  truth_damaged "dmg_gap_$src"
+}
+for clip in h264_aac.mp4 ch01_20240315102030.ts mjpeg.avi xvid_ac3_cut.avi; do
+  damage "$clip"
+done
+
+# A white picture and a 40 ms 1 kHz beep at the start of every second (frame
+# 25k, sample 16000k), black and silent between: for checking sound against
+# picture over a long play. 160x120 H.264 and 16 kHz mono PCM in Matroska.
+beep_flash() { # $1 = seconds
+  make "beep_flash_$1s.mkv" \
+    -f lavfi -i "color=c=black:size=160x120:rate=${RATE}:duration=$1,drawbox=x=0:y=0:w=iw:h=ih:color=white:t=fill:enable='eq(mod(n\,${RATE})\,0)'" \
+    -f lavfi -i "aevalsrc='if(lt(mod(t\,1)\,0.04)\,0.5*sin(2*PI*1000*t)\,0)':s=16000:c=mono:d=$1" \
+    -c:v libx264 -preset veryfast -g 50 -bf 2 -pix_fmt yuv420p -c:a pcm_s16le -shortest
+}
+beep_flash 60
+if [ "$LONG" = 1 ]; then beep_flash 600; fi
+
+# No clock at all: no creation time in the container (the muxer writes none
+# unless asked) and no time stamp in the name.
+make no_clock.mp4 -f lavfi -i "$(pattern)" -f lavfi -i "$(tone)" \
+  -c:v libx264 -preset veryfast -g 25 -bf 3 -pix_fmt yuv420p -c:a aac -b:a 96k -shortest -map_metadata -1
+if ffprobe -v error -show_entries format_tags=creation_time:stream_tags=creation_time -of csv=p=0 no_clock.mp4 |
+    grep -q .; then
+  echo "no_clock.mp4 has a creation time" >&2
+  exit 1
+fi
 
 # Bad inputs: empty, a text file, random bytes, and a clip cut short.
 : > empty.mp4
