@@ -30,6 +30,10 @@ bool BenchPort::Open(const std::string& strPath) {
             return false;
         }
     }
+    if (s_nDecodeThreads > 0 && !Tavrix_SetDecodeThreads(m_lPort, s_nDecodeThreads)) {
+        m_nLastError = Tavrix_GetLastError(m_lPort);
+        return false;
+    }
     m_openTime = Clock::now();
     if (!Tavrix_OpenFile(m_lPort, strPath.c_str())) {
         m_nLastError = Tavrix_GetLastError(m_lPort);

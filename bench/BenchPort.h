@@ -37,11 +37,15 @@ public:
     BenchPort& operator=(const BenchPort&) = delete;
 
     void SetFrameSink(FrameSink sink) { m_frameSink = std::move(sink); }
+    static inline uint32_t s_nDecodeThreads = 0;
     // Set before Open: every Shown record then carries its picture's MD5.
     void SetHashPictures(bool bHash) { m_bHashPictures = bHash; }
     // Set before Open: the decryption key as the user types it; the player
     // pads it with zeros to 16 bytes (longer text is cut).
     void SetKeyText(const std::string& strKey) { m_strKeyText = strKey; }
+    // Decoding threads of every port opened from now on (0: one per core).
+    // One thread makes the concealment of damaged pictures repeatable.
+    static void SetDecodeThreads(uint32_t nThreads) { s_nDecodeThreads = nThreads; }
     // Takes a port, registers the callbacks and opens the file; the open time is kept.
     bool Open(const std::string& strPath);
     bool Play(bool bRealTime);
@@ -52,6 +56,7 @@ public:
     uint32_t TotalFrames() const;
     void Close();
     uint32_t LastError() const;
+    int32_t Port() const { return m_lPort; }
 
     // Waits until the file end callback came, or until the deadline.
     bool WaitForEnd(Clock::time_point deadline);

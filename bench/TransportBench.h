@@ -34,5 +34,8 @@ private:
     int Fail(const char* szWhat, const BenchPort& port) const;
 
     QString m_strFile;
+    // The longest time one jump or step call kept its caller (the GUI thread
+    // in the player) waiting.
+    double m_dMaxCallMs = 0.0;
     bool m_bPeer;
 };

@@ -1,6 +1,8 @@
 // Frame-exact jumps: a jump by frame number or by time shows exactly the
 // frame the counter names, with the ffmpeg tool's picture for it, on every
-// container the engine plays; key frame queries answer from the frame index.
+// container the engine plays and on recordings as the field leaves them
+// (segments joined with a clock restart, a wrapping transport stream clock,
+// an AVI with decode times only); key frame queries answer from the index.
 #include "IndexWait.h"
 #include "PortProbe.h"
 
@@ -12,7 +14,8 @@ const int kTimeoutMs = 20000;
 const int kFrameMs = 40;
 
 QStringList Clips() {
-    return {"h264_aac.mp4", "hevc.mkv", "ch01_20240315102030.ts", "mjpeg.avi", "mpeg4.mp4"};
+    return {"h264_aac.mp4", "hevc.mkv",          "ch01_20240315102030.ts", "mjpeg.avi",
+            "mpeg4.mp4",    "joined_restart.ts", "clock_wrap.ts",          "xvid_ac3_cut.avi"};
 }
 } // namespace
 
@@ -36,6 +39,7 @@ private slots:
     void badJumpsAreRefused();
     void keyFrameQueries_data();
     void keyFrameQueries();
+    void restartedClockKeepsOneTimeLine();
     void closeRightAfterJumps();
     void fastPlayDroppingBFramesKeepsNumbers_data();
     void fastPlayDroppingBFramesKeepsNumbers();
@@ -220,6 +224,22 @@ void TestSeek::keyFrameQueries() {
     QCOMPARE(Tavrix_GetLastError(nPort), uint32_t(TAVRIX_ERR_PARA_OVER));
     // A jump to a key frame shows it right.
     CheckJump(probe, expected, second.nFrameNum);
+}
+
+void TestSeek::restartedClockKeepsOneTimeLine() {
+    // Two 4 s segments whose clocks both start at the same value: the file
+    // lasts 8 s, and frame 150 lies 6 s after frame 0.
+    PortProbe probe;
+    IndexWait index;
+    QStringList expected;
+    QVERIFY(OpenPaused(probe, index, "joined_restart.ts", &expected));
+    QCOMPARE(expected.size(), 200);
+    QCOMPARE(Tavrix_GetFileTime(probe.Port()), 8u);
+    CheckJump(probe, expected, 0);
+    const uint32_t nStartMs = Tavrix_GetPlayedTimeEx(probe.Port());
+    CheckJump(probe, expected, 150);
+    QCOMPARE(Tavrix_GetPlayedTimeEx(probe.Port()) - nStartMs, 150u * kFrameMs);
+    QCOMPARE(probe.Frames().front().nStampMs - int32_t(nStartMs), 150 * kFrameMs);
 }
 
 void TestSeek::closeRightAfterJumps() {

@@ -13,7 +13,8 @@ namespace {
 const int kTimeoutMs = 20000;
 
 QStringList Clips() {
-    return {"h264_aac.mp4", "hevc.mkv", "ch01_20240315102030.ts", "mjpeg.avi", "mpeg4.mp4"};
+    return {"h264_aac.mp4", "hevc.mkv",          "ch01_20240315102030.ts", "mjpeg.avi",
+            "mpeg4.mp4",    "joined_restart.ts", "xvid_ac3_cut.avi"};
 }
 } // namespace
 
@@ -37,6 +38,7 @@ private slots:
     void pauseInReverseThenPlayForward();
     void pauseRightAfterJumpShowsTarget();
     void turnOnPausedPortKeepsFrame();
+    void stepPausesPlayingPort_data();
     void stepPausesPlayingPort();
     void reverseAtSpeedEndsOnce();
     void closeDuringReversePlay();
@@ -219,12 +221,28 @@ void TestStepReverse::turnOnPausedPortKeepsFrame() {
     QCOMPARE(probe.FrameCount(), 1);
 }
 
+void TestStepReverse::stepPausesPlayingPort_data() {
+    QTest::addColumn<QString>("strClip");
+    QTest::addColumn<int>("nFast");
+    QTest::newRow("normal speed") << QString("hevc.mkv") << 0;
+    // Fast play leaves out pictures nothing refers to; the step after it must
+    // still show the very next picture.
+    QTest::newRow("fast, unreferenced pictures left out") << QString("h264_aac.mp4") << 2;
+}
+
 void TestStepReverse::stepPausesPlayingPort() {
+    QFETCH(QString, strClip);
+    QFETCH(int, nFast);
     PortProbe probe;
     IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, "hevc.mkv", &expected));
+    QVERIFY(OpenIndexed(probe, index, strClip, &expected));
     QVERIFY(probe.Play(true));
+    if (nFast > 0) {
+        QVERIFY(Tavrix_ThrowBFrameNum(probe.Port(), 2));
+        for (int i = 0; i < nFast; ++i)
+            QVERIFY(Tavrix_Fast(probe.Port()));
+    }
     QVERIFY(probe.WaitForFrames(3, kTimeoutMs));
     QVERIFY(Tavrix_OneByOne(probe.Port()));
     QTRY_COMPARE_WITH_TIMEOUT(probe.Frames().back().nFrameNum, Tavrix_GetCurrentFrameNum(probe.Port()),

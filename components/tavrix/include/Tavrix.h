@@ -131,6 +131,10 @@ bool Tavrix_SkipErrorData(int32_t nPort, bool bSkip);
 bool Tavrix_SetSecretKey(int32_t nPort, int32_t nKeyType, const char* pSecretKey, int32_t nKeyLen);
 // 0 software, 1 hardware where the machine has it (falls back to software).
 bool Tavrix_SetDecodeEngineEx(int32_t nPort, uint32_t nDecodeEngine);
+// Decoding threads of the port's video decoders from the next start of play:
+// 0 (the default) one per core. One thread makes the concealment of damaged
+// pictures repeatable, as the ffmpeg tool's single-threaded decode is.
+bool Tavrix_SetDecodeThreads(int32_t nPort, uint32_t nThreads);
 // The engine in use: 1 only while hardware decoding really runs.
 uint32_t Tavrix_GetDecodeEngine(int32_t nPort);
 uint32_t Tavrix_GetLastError(int32_t nPort);
@@ -193,6 +197,8 @@ uint32_t Tavrix_GetPlayedTimeEx(int32_t nPort);   // milliseconds
 // The container's estimate until the file's frame index is complete, the exact count after.
 uint32_t Tavrix_GetFileTotalFrames(int32_t nPort);
 uint32_t Tavrix_GetCurrentFrameNum(int32_t nPort);
+// Pictures of the open file shown as the decoder concealed them (damage in the file).
+uint32_t Tavrix_GetDamagedFrames(int32_t nPort);
 bool Tavrix_GetPictureSize(int32_t nPort, int32_t* pWidth, int32_t* pHeight);
 // Global time of the shown frame: creation time of the file plus the frame's
 // offset, else a time stamp in the file name; false when the file has neither.

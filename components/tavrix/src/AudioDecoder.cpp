@@ -55,6 +55,10 @@ void AudioDecoder::Start(PacketQueue* pQueue, bool bRealTime) {
     m_bRealTime = bRealTime;
     m_nErrors = 0;
     m_bResync = true;
+    m_pace = PicturePace();
+    // Samples a resampler still holds are from before the seek.
+    m_swrOut.Reset();
+    m_swrCb.Reset();
     m_thread = std::thread(&AudioDecoder::Run, this);
 }
 
@@ -117,24 +121,140 @@ void AudioDecoder::Run() {
     }
 }
 
-int64_t AudioDecoder::FrameMs(const AVFrame* pFrame) const {
-    return (av_rescale_q(pFrame->best_effort_timestamp, m_timeBase, AV_TIME_BASE_Q) - m_nFileStartUs) / 1000;
+namespace {
+// Sound nobody hears may be decoded this far ahead of the picture.
+constexpr int64_t kLeadMs = 100;
+// How long past the picture's expected reach a wait for it lasts before the
+// sound goes on by itself: a little more than the lateness of a busy port.
+constexpr int64_t kPaceSlackMs = 250;
+// A gap between the picture and the first sound after a resync is filled with
+// silence up to this much; beyond it the stamps are not one stretch.
+constexpr int64_t kMaxGapMs = 5000;
+
+// Wall time that a stretch of stream time takes at a speed step.
+std::chrono::microseconds WallAtSpeed(int64_t nStreamMs, int nStep) {
+    const int64_t nUs = nStreamMs * 1000;
+    return std::chrono::microseconds(nStep >= 0 ? nUs / (int64_t(1) << nStep) : nUs * (int64_t(1) << -nStep));
+}
+
+// The layout a resampler is given: FFmpeg's default order for a count of
+// channels where a stream does not name its channels.
+void UsableLayout(const AVChannelLayout& in, AVChannelLayout* pOut) {
+    if (in.order == AV_CHANNEL_ORDER_UNSPEC || av_channel_layout_check(&in) == 0) {
+        av_channel_layout_default(pOut, in.nb_channels > 0 ? in.nb_channels : 1);
+    } else if (av_channel_layout_copy(pOut, &in) < 0) {
+        av_channel_layout_default(pOut, in.nb_channels);
+    }
+}
+} // namespace
+
+AudioDecoder::Resampler::~Resampler() {
+    Reset();
+}
+
+void AudioDecoder::Resampler::Reset() {
+    m_pSwr.reset();
+    m_pOwner = nullptr;
+    av_channel_layout_uninit(&m_inLayout);
+    av_channel_layout_uninit(&m_outLayout);
+}
+
+bool AudioDecoder::Resampler::Ensure(const AVFrame* pFrame, const AVChannelLayout& outLayout, int nOutRate,
+                                     const void* pOwner, int nPort) {
+    AVChannelLayout inLayout{};
+    UsableLayout(pFrame->ch_layout, &inLayout);
+    const bool bSame = m_pSwr && m_pOwner == pOwner && m_nInRate == pFrame->sample_rate &&
+                       m_nInFormat == pFrame->format &&
+                       av_channel_layout_compare(&m_inLayout, &inLayout) == 0 && m_nOutRate == nOutRate &&
+                       av_channel_layout_compare(&m_outLayout, &outLayout) == 0;
+    if (bSame) {
+        av_channel_layout_uninit(&inLayout);
+        return true;
+    }
+    Reset();
+    SwrContext* pRaw = nullptr;
+    // (FFmpeg 5.1 takes the layouts as non-const; it only reads them.)
+    int nErr = swr_alloc_set_opts2(&pRaw, const_cast<AVChannelLayout*>(&outLayout), AV_SAMPLE_FMT_S16,
+                                   nOutRate, &inLayout, static_cast<AVSampleFormat>(pFrame->format),
+                                   pFrame->sample_rate, 0, nullptr);
+    m_pSwr.reset(pRaw);
+    if (nErr >= 0) {
+        nErr = swr_init(m_pSwr.get());
+    }
+    if (nErr < 0) {
+        EngineLog::AvFail(nPort, "set up sound resampler", nErr);
+        m_pSwr.reset();
+        av_channel_layout_uninit(&inLayout);
+        return false;
+    }
+    m_pOwner = pOwner;
+    m_nInRate = pFrame->sample_rate;
+    m_nInFormat = pFrame->format;
+    m_inLayout = inLayout; // takes over what inLayout holds
+    m_nOutRate = nOutRate;
+    if (av_channel_layout_copy(&m_outLayout, &outLayout) < 0) {
+        Reset(); // cannot remember the output: made again next time
+    }
+    return m_pSwr != nullptr;
+}
+
+int64_t AudioDecoder::FrameUs(const AVFrame* pFrame) const {
+    return av_rescale_q(pFrame->best_effort_timestamp, m_timeBase, AV_TIME_BASE_Q) - m_nFileStartUs;
 }
 
 void AudioDecoder::KeepPaceWithPicture(const AVFrame* pFrame, bool bEvenWithOutput) {
     // Sound nobody hears is not decoded ahead of the picture: when sound is
-    // switched on it can then start close to where the picture is.
+    // switched on it can then start close to where the picture is. But the
+    // picture may stand still for want of video (a stretch of a recording
+    // with sound only) while the demuxer reads on through sound to find the
+    // next picture; a decoder waiting for the picture then lets the sound
+    // fill the demuxer's queues, and play stops for good. So the wait lasts
+    // only until the picture, had it played on since it last moved, would
+    // have reached this sound; from there the sound goes on at the
+    // picture's pace by itself. A paused picture is waited for without that
+    // bound: a command ends the pause, and meanwhile the demuxer rests on a
+    // full video queue, so nothing fills up.
     if (pFrame->best_effort_timestamp == AV_NOPTS_VALUE) {
         return;
     }
-    constexpr int64_t kLeadMs = 100;
-    const int64_t nFrameMs = FrameMs(pFrame);
+    const int64_t nDueMs = FrameMs(pFrame) - kLeadMs; // the picture time this sound waits for
     const int nStep = m_nSpeedStep.load();
-    m_pReadings->WaitForProgress([this, nFrameMs, nStep, bEvenWithOutput] {
+    const auto bStop = [this, nStep, bEvenWithOutput] {
         return m_bAbort.load() || !m_bRealTime.load() || m_pReadings->bEnded.load() ||
-               m_nSpeedStep.load() != nStep || (!bEvenWithOutput && m_fnOutput() != nullptr) ||
-               (m_pReadings->bShown.load() && m_pReadings->nPlayedMs.load() >= nFrameMs - kLeadMs);
-    });
+               m_nSpeedStep.load() != nStep || (!bEvenWithOutput && m_fnOutput() != nullptr);
+    };
+    while (!bStop()) {
+        const bool bShown = m_pReadings->bShown.load();
+        const int64_t nPictureMs = m_pReadings->nPlayedMs.load();
+        const bool bPaused = m_pReadings->bPaused.load();
+        if (bShown && nPictureMs >= nDueMs) {
+            return;
+        }
+        if (!m_pace.bSet || m_pace.bShown != bShown || m_pace.nPictureMs != nPictureMs ||
+            m_pace.bPaused != bPaused || m_pace.nStep != nStep) {
+            // The picture moved, started, stopped or resumed: its pace counts from now.
+            m_pace.bSet = true;
+            m_pace.tFrom = std::chrono::steady_clock::now();
+            m_pace.nFromMs = bShown ? nPictureMs : nDueMs; // before the first picture: a slack's grace
+            m_pace.bShown = bShown;
+            m_pace.nPictureMs = nPictureMs;
+            m_pace.bPaused = bPaused;
+            m_pace.nStep = nStep;
+        }
+        const auto bMoved = [this, bShown, nPictureMs, bPaused] {
+            return m_pReadings->bShown.load() != bShown || m_pReadings->nPlayedMs.load() != nPictureMs ||
+                   m_pReadings->bPaused.load() != bPaused;
+        };
+        if (bPaused) {
+            m_pReadings->WaitForProgress([&] { return bStop() || bMoved(); });
+            continue;
+        }
+        const auto tUntil = m_pace.tFrom + WallAtSpeed(std::max<int64_t>(0, nDueMs - m_pace.nFromMs), nStep) +
+                            std::chrono::milliseconds(kPaceSlackMs);
+        if (!m_pReadings->WaitForProgressUntil(tUntil, [&] { return bStop() || bMoved(); })) {
+            return; // the picture stands still: the sound goes on at its pace
+        }
+    }
 }
 
 void AudioDecoder::HandleFrame(const AVFrame* pFrame) {
@@ -155,55 +275,54 @@ void AudioDecoder::HandleFrame(const AVFrame* pFrame) {
 
 void AudioDecoder::CallDecodeCallback(const AVFrame* pFrame) {
     const CallbackSet::Dec cb = m_pCallbacks->GetDec();
-    if (cb.pfn == nullptr) {
+    if (cb.pfn == nullptr || pFrame->nb_samples <= 0 || pFrame->sample_rate <= 0) {
         return;
     }
     const int nChannels = pFrame->ch_layout.nb_channels;
-    const size_t nSamples = static_cast<size_t>(pFrame->nb_samples) * static_cast<size_t>(nChannels);
-    std::vector<int16_t> vecPcm(nSamples);
+    if (nChannels <= 0) {
+        return;
+    }
     if (pFrame->format == AV_SAMPLE_FMT_S16) {
-        std::copy_n(reinterpret_cast<const int16_t*>(pFrame->data[0]), nSamples, vecPcm.data());
+        const size_t nSamples = static_cast<size_t>(pFrame->nb_samples) * static_cast<size_t>(nChannels);
+        m_vecPcm.assign(reinterpret_cast<const int16_t*>(pFrame->data[0]),
+                        reinterpret_cast<const int16_t*>(pFrame->data[0]) + nSamples);
     } else {
-        if (!m_pSwrCb) {
-            SwrContext* pRaw = nullptr;
-            if (swr_alloc_set_opts2(
-                    &pRaw, const_cast<AVChannelLayout*>(&pFrame->ch_layout), AV_SAMPLE_FMT_S16,
-                    pFrame->sample_rate, const_cast<AVChannelLayout*>(&pFrame->ch_layout),
-                    static_cast<AVSampleFormat>(pFrame->format), pFrame->sample_rate, 0, nullptr) < 0) {
-                return;
-            }
-            m_pSwrCb.reset(pRaw);
-            if (swr_init(m_pSwrCb.get()) < 0) {
-                m_pSwrCb.reset();
-                return;
-            }
-        }
-        uint8_t* pOut = reinterpret_cast<uint8_t*>(vecPcm.data());
-        const int nGot = swr_convert(m_pSwrCb.get(), &pOut, pFrame->nb_samples,
-                                     const_cast<const uint8_t**>(pFrame->extended_data), pFrame->nb_samples);
-        if (nGot < 0) {
+        // The frame's own layout and rate: only the sample format changes.
+        AVChannelLayout outLayout{};
+        UsableLayout(pFrame->ch_layout, &outLayout);
+        const bool bReady = m_swrCb.Ensure(pFrame, outLayout, pFrame->sample_rate, nullptr, m_nPort);
+        av_channel_layout_uninit(&outLayout);
+        if (!bReady) {
             return;
         }
-        vecPcm.resize(static_cast<size_t>(nGot) * static_cast<size_t>(nChannels));
+        const int nMaxOut = swr_get_out_samples(m_swrCb.Get(), pFrame->nb_samples);
+        if (nMaxOut <= 0) {
+            return;
+        }
+        m_vecPcm.resize(static_cast<size_t>(nMaxOut) * static_cast<size_t>(nChannels));
+        uint8_t* pOut = reinterpret_cast<uint8_t*>(m_vecPcm.data());
+        const int nGot = swr_convert(m_swrCb.Get(), &pOut, nMaxOut,
+                                     const_cast<const uint8_t**>(pFrame->extended_data), pFrame->nb_samples);
+        if (nGot <= 0) {
+            return;
+        }
+        m_vecPcm.resize(static_cast<size_t>(nGot) * static_cast<size_t>(nChannels));
     }
     TAVRIX_FRAME_INFO info{};
     info.nWidth = nChannels;
     info.nHeight = 16;
-    const int64_t nPts = pFrame->best_effort_timestamp;
-    info.nStamp =
-        nPts != AV_NOPTS_VALUE
-            ? static_cast<int32_t>((av_rescale_q(nPts, m_timeBase, AV_TIME_BASE_Q) - m_nFileStartUs) / 1000)
-            : 0;
+    info.nStamp = pFrame->best_effort_timestamp != AV_NOPTS_VALUE ? static_cast<int32_t>(FrameMs(pFrame)) : 0;
     info.nType = TAVRIX_FRAME_AUDIO16;
     info.nFrameRate = pFrame->sample_rate;
-    cb.pfn(m_nPort, reinterpret_cast<char*>(vecPcm.data()),
-           static_cast<int32_t>(vecPcm.size() * sizeof(int16_t)), &info, cb.pUser);
+    cb.pfn(m_nPort, reinterpret_cast<char*>(m_vecPcm.data()),
+           static_cast<int32_t>(m_vecPcm.size() * sizeof(int16_t)), &info, cb.pUser);
 }
 
 bool AudioDecoder::Resync(const AVFrame* pFrame, AudioOutput* pOut) {
     // With sound off the decoder runs ahead of the picture by what the
     // demuxer buffers; sound switched on mid-play must start where the
-    // picture is. Frames behind it are dropped, a gap before it is silence.
+    // picture is. Frames behind it are dropped, a gap before it is silence
+    // (stamped as the picture's time, so that the sound clock runs through it).
     if (!m_pReadings->bShown.load() || pFrame->best_effort_timestamp == AV_NOPTS_VALUE) {
         m_bResync = false; // play is starting: sound and picture start together
         return true;
@@ -216,61 +335,53 @@ bool AudioDecoder::Resync(const AVFrame* pFrame, AudioOutput* pOut) {
         return false;
     }
     m_bResync = false;
-    const int64_t nGapMs = std::min<int64_t>(nFrameMs - nPictureMs, 5000);
+    const int64_t nGapMs = std::min<int64_t>(nFrameMs - nPictureMs, kMaxGapMs);
     if (nGapMs > 0) {
         std::vector<int16_t> vecSilence(static_cast<size_t>(nGapMs * pOut->Rate() / 1000) * pOut->Channels(),
                                         0);
-        pOut->Write(vecSilence.data(), vecSilence.size(), &m_bAbort);
+        pOut->Write(vecSilence.data(), vecSilence.size(), (nFrameMs - nGapMs) * 1000, &m_bAbort);
     }
     return true;
 }
 
 void AudioDecoder::Feed(const AVFrame* pFrame) {
     std::shared_ptr<AudioOutput> pOut = m_fnOutput();
-    if (pOut != m_pCurrentOutput) {
+    if (pOut != m_pCurrentOutput || m_bResyncAsked.exchange(false)) {
         m_pCurrentOutput = pOut;
         m_bResync = true;
     }
     if (!pOut) {
         return;
     }
-    if (!m_pSwrOut || m_pSwrOutFor != pOut.get() || m_nSwrInRate != pFrame->sample_rate ||
-        m_nSwrInFormat != pFrame->format || m_nSwrInChannels != pFrame->ch_layout.nb_channels) {
-        AVChannelLayout outLayout;
-        av_channel_layout_default(&outLayout, pOut->Channels());
-        SwrContext* pRaw = nullptr;
-        const int nErr =
-            swr_alloc_set_opts2(&pRaw, &outLayout, AV_SAMPLE_FMT_S16, pOut->Rate(),
-                                const_cast<AVChannelLayout*>(&pFrame->ch_layout),
-                                static_cast<AVSampleFormat>(pFrame->format), pFrame->sample_rate, 0, nullptr);
-        av_channel_layout_uninit(&outLayout);
-        m_pSwrOut.reset(pRaw);
-        if (nErr < 0 || swr_init(m_pSwrOut.get()) < 0) {
-            EngineLog::Warn(m_nPort, "sound resampler could not be set up");
-            m_pSwrOut.reset();
-            return;
-        }
-        m_pSwrOutFor = pOut.get();
-        m_nSwrInRate = pFrame->sample_rate;
-        m_nSwrInFormat = pFrame->format;
-        m_nSwrInChannels = pFrame->ch_layout.nb_channels;
+    AVChannelLayout outLayout{};
+    av_channel_layout_default(&outLayout, pOut->Channels());
+    const bool bReady = m_swrOut.Ensure(pFrame, outLayout, pOut->Rate(), pOut.get(), m_nPort);
+    av_channel_layout_uninit(&outLayout);
+    if (!bReady) {
+        return;
     }
     if (m_bResync && !Resync(pFrame, pOut.get())) {
         return;
     }
-    const int nMaxOut = swr_get_out_samples(m_pSwrOut.get(), pFrame->nb_samples);
+    // The first sample out is the oldest the resampler still holds: earlier
+    // than this frame's stamp by the resampler's delay.
+    int64_t nStampUs = AudioOutput::kNoStamp;
+    if (pFrame->best_effort_timestamp != AV_NOPTS_VALUE) {
+        nStampUs = FrameUs(pFrame) - swr_get_delay(m_swrOut.Get(), 1000000);
+    }
+    const int nMaxOut = swr_get_out_samples(m_swrOut.Get(), pFrame->nb_samples);
     if (nMaxOut <= 0) {
         return;
     }
     m_vecSamples.resize(static_cast<size_t>(nMaxOut) * static_cast<size_t>(pOut->Channels()));
     uint8_t* pDst = reinterpret_cast<uint8_t*>(m_vecSamples.data());
-    const int nGot = swr_convert(m_pSwrOut.get(), &pDst, nMaxOut,
+    const int nGot = swr_convert(m_swrOut.Get(), &pDst, nMaxOut,
                                  const_cast<const uint8_t**>(pFrame->extended_data), pFrame->nb_samples);
     if (nGot <= 0) {
         return;
     }
     pOut->Write(m_vecSamples.data(), static_cast<size_t>(nGot) * static_cast<size_t>(pOut->Channels()),
-                &m_bAbort);
+                nStampUs, &m_bAbort);
 }
 
 } // namespace tavrix

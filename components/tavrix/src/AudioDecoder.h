@@ -1,6 +1,7 @@
 // The audio decode thread of a port: packets from the demuxer's audio queue,
 // decoded frames to the decode callback, and, while sound is on and play runs
-// at normal speed, resampled to the sound device's format and queued there.
+// at normal speed, resampled to the sound device's format and queued there,
+// stamped with their stream time (the sound clock the picture follows).
 #pragma once
 
 #include "FfmpegPtr.h"
@@ -9,6 +10,7 @@
 #include "PlayReadings.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -39,14 +41,58 @@ public:
     // Sound plays only at normal speed (0); at any other it keeps pace with
     // the picture silently and lines up with it again on the return to 0.
     void SetSpeedStep(int nStep);
+    // The picture moved without the sound (single steps while paused): the
+    // next sound fed is lined up with the picture again.
+    void RequestResync() { m_bResyncAsked = true; }
 
 private:
+    // A resampler from decoded frames to one output format, made again
+    // whenever the frames' sample format, channel layout or rate change:
+    // streams change them mid-way (a recorder switched from stereo to mono),
+    // and a resampler fed frames it was not made for reads and writes past
+    // its buffers.
+    class Resampler {
+    public:
+        Resampler() = default;
+        ~Resampler();
+        Resampler(const Resampler&) = delete;
+        Resampler& operator=(const Resampler&) = delete;
+
+        // Ready for this frame into packed 16-bit at nOutRate with outLayout;
+        // pOwner names what the output is for (a rebuild when it changes).
+        bool Ensure(const AVFrame* pFrame, const AVChannelLayout& outLayout, int nOutRate, const void* pOwner,
+                    int nPort);
+        SwrContext* Get() const { return m_pSwr.get(); }
+        void Reset();
+
+    private:
+        SwrPtr m_pSwr;
+        const void* m_pOwner = nullptr;
+        int m_nInRate = 0;
+        int m_nInFormat = -1;
+        AVChannelLayout m_inLayout{};
+        int m_nOutRate = 0;
+        AVChannelLayout m_outLayout{};
+    };
+
+    // Where the picture was when it last moved, for pacing sound nobody hears.
+    struct PicturePace {
+        bool bSet = false;
+        std::chrono::steady_clock::time_point tFrom; // when the picture was seen at nFromMs
+        int64_t nFromMs = 0;                         // picture time the extrapolation starts from
+        bool bShown = false;                         // the readings seen then
+        int64_t nPictureMs = 0;
+        bool bPaused = false;
+        int nStep = 0;
+    };
+
     void Run();
     void HandleFrame(const AVFrame* pFrame);
     void CallDecodeCallback(const AVFrame* pFrame);
     void Feed(const AVFrame* pFrame);
     bool Resync(const AVFrame* pFrame, AudioOutput* pOut);
-    int64_t FrameMs(const AVFrame* pFrame) const;
+    int64_t FrameUs(const AVFrame* pFrame) const;
+    int64_t FrameMs(const AVFrame* pFrame) const { return FrameUs(pFrame) / 1000; }
     void KeepPaceWithPicture(const AVFrame* pFrame, bool bEvenWithOutput);
 
     const int m_nPort;
@@ -63,16 +109,13 @@ private:
     std::atomic<int> m_nSpeedStep{0};
     std::shared_ptr<AudioOutput> m_pCurrentOutput; // decode thread only
     bool m_bResync = true; // the next fed frame is lined up with the picture; decode thread only
+    std::atomic<bool> m_bResyncAsked{false};
+    PicturePace m_pace; // decode thread only
 
-    // Resampler to the device's format; rebuilt when the device or input changes.
-    SwrPtr m_pSwrOut;
-    const AudioOutput* m_pSwrOutFor = nullptr;
-    int m_nSwrInRate = 0;
-    int m_nSwrInFormat = -1;
-    int m_nSwrInChannels = 0;
-    // Resampler to packed 16-bit at the source rate, for the decode callback.
-    SwrPtr m_pSwrCb;
-    std::vector<int16_t> m_vecSamples;
+    Resampler m_swrOut; // to the device's format; decode thread only
+    Resampler m_swrCb;  // to packed 16-bit at the source rate, for the decode callback; decode thread only
+    std::vector<int16_t> m_vecSamples; // decode thread only
+    std::vector<int16_t> m_vecPcm;     // decode thread only
     std::thread m_thread;
 };
 

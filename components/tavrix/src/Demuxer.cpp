@@ -4,6 +4,8 @@
 
 #include "CallbackSet.h"
 #include "EngineLog.h"
+#include "FrameIndex.h"
+#include "ReadRecovery.h"
 #include "GlobalTime.h"
 #include "Tavrix.h"
 
@@ -15,6 +17,8 @@ namespace tavrix {
 namespace {
 // Beyond this many bytes in both queues the demuxer waits whatever the
 // durations say: a stalled consumer must not make memory grow without end.
+// (Sound decoded for nobody never waits on the picture without a bound, so
+// a long stretch without pictures cannot hold the queues full for good.)
 constexpr int64_t kMaxQueuedBytes = 16 * 1024 * 1024;
 } // namespace
 
@@ -82,6 +86,12 @@ uint32_t Demuxer::Open(const std::string& strUtf8Path, const std::string& strOri
         m_nAudioIndex = -1;
     }
     FillInfo(strOriginalPath);
+    m_videoLine.SetMaxGap(
+        FrameIndex::MaxGapTicks(m_pFormat.get(), m_pFormat->streams[m_nVideoIndex]->time_base));
+    if (m_nAudioIndex >= 0) {
+        m_audioLine.SetMaxGap(
+            FrameIndex::MaxGapTicks(m_pFormat.get(), m_pFormat->streams[m_nAudioIndex]->time_base));
+    }
     return TAVRIX_NOERROR;
 }
 
@@ -184,6 +194,7 @@ bool Demuxer::Start(bool bFeedAudio) {
         return false;
     }
     m_nAudioFromUs = INT64_MIN;
+    ResetTimeLines(nullptr);
     StartThread(bFeedAudio, {});
     return true;
 }
@@ -217,9 +228,9 @@ bool Demuxer::SeekBefore(const SeekPoint& point, std::vector<PacketPtr>* pvecRea
     // the container's index finds the key frame by its time.
     const bool bByBytes = point.nKeyPos >= 0 && (m_pFormat->iformat->flags & AVFMT_TS_DISCONT) != 0 &&
                           (m_pFormat->iformat->flags & AVFMT_NO_BYTE_SEEK) == 0;
-    const int nErr = bByBytes
-                         ? av_seek_frame(m_pFormat.get(), -1, point.nKeyPos, AVSEEK_FLAG_BYTE)
-                         : av_seek_frame(m_pFormat.get(), m_nVideoIndex, point.nKeyPts, AVSEEK_FLAG_BACKWARD);
+    const int nErr =
+        bByBytes ? av_seek_frame(m_pFormat.get(), -1, point.nKeyPos, AVSEEK_FLAG_BYTE)
+                 : av_seek_frame(m_pFormat.get(), m_nVideoIndex, point.RawKeyPts(), AVSEEK_FLAG_BACKWARD);
     m_bHasRead = true;
     if (nErr < 0) {
         EngineLog::AvFail(m_nPort, "seek", nErr);
@@ -229,7 +240,7 @@ bool Demuxer::SeekBefore(const SeekPoint& point, std::vector<PacketPtr>* pvecRea
     // its references: the first video packet read tells.
     for (int i = 0; i < 4096; ++i) {
         PacketPtr pPacket = MakePacket();
-        if (!pPacket || av_read_frame(m_pFormat.get(), pPacket.get()) < 0) {
+        if (!pPacket || ReadPacket(pPacket.get()) < 0) {
             return false;
         }
         const bool bVideo = pPacket->stream_index == m_nVideoIndex;
@@ -256,6 +267,7 @@ bool Demuxer::SeekForReading(const SeekPoint& point) {
             return false;
         }
     }
+    ResetTimeLines(&point);
     for (PacketPtr& pPacket : vecRead) {
         m_deqReadAhead.push_back(std::move(pPacket));
     }
@@ -266,7 +278,7 @@ int Demuxer::ReadVideoPacket(PacketPtr* ppOut) {
     while (!m_deqReadAhead.empty()) {
         PacketPtr pPacket = std::move(m_deqReadAhead.front());
         m_deqReadAhead.pop_front();
-        if (pPacket->stream_index == m_nVideoIndex) {
+        if (pPacket->stream_index == m_nVideoIndex && MapStamps(pPacket.get())) {
             *ppOut = std::move(pPacket);
             return 0;
         }
@@ -276,15 +288,99 @@ int Demuxer::ReadVideoPacket(PacketPtr* ppOut) {
         if (!pPacket) {
             return AVERROR(ENOMEM);
         }
-        const int nErr = av_read_frame(m_pFormat.get(), pPacket.get());
+        const int nErr = ReadPacket(pPacket.get());
         if (nErr < 0) {
             return nErr;
         }
-        if (pPacket->stream_index == m_nVideoIndex) {
+        if (pPacket->stream_index == m_nVideoIndex && MapStamps(pPacket.get())) {
             *ppOut = std::move(pPacket);
             return 0;
         }
     }
+}
+
+int Demuxer::ReadPacket(AVPacket* pPacket) {
+    int nFailures = 0;
+    for (;;) {
+        const int nErr = av_read_frame(m_pFormat.get(), pPacket);
+        if (nErr >= 0 || m_bAbort.load()) {
+            return nErr;
+        }
+        if (nFailures == 0 && nErr != AVERROR_EOF) {
+            EngineLog::AvFail(m_nPort, "read packet", nErr);
+        }
+        if (!ReadPastError(m_pFormat.get(), nErr, &nFailures)) {
+            return nErr;
+        }
+    }
+}
+
+void Demuxer::ResetTimeLines(const SeekPoint* pAnchor) {
+    m_bAudioLineStarted = false;
+    if (pAnchor == nullptr) {
+        // From the start of the file: the time line starts with the file.
+        m_bAwaitAnchor = false;
+        m_videoLine.Anchor(0);
+        m_audioLine.Anchor(0);
+        m_bAudioLineStarted = true;
+        return;
+    }
+    // A jump lands at or before the key packet; the packets before it may
+    // lie in another stretch of the time line, so the key packet's own
+    // offset is taken again when it is met.
+    m_bAwaitAnchor = true;
+    m_anchor = *pAnchor;
+    m_videoLine.Anchor(pAnchor->nKeyOffset);
+}
+
+bool Demuxer::MapStamps(AVPacket* pPacket) {
+    pPacket->pts = SaneStamp(pPacket->pts);
+    pPacket->dts = SaneStamp(pPacket->dts);
+    if (pPacket->stream_index == m_nVideoIndex) {
+        if (m_bAwaitAnchor && ((pPacket->flags & AV_PKT_FLAG_KEY) != 0 || !m_anchor.bKey)) {
+            const int64_t nRaw = pPacket->pts != AV_NOPTS_VALUE ? pPacket->pts : pPacket->dts;
+            // The key packet itself, or (where it was damaged past
+            // recognition) the first key packet after it.
+            const bool bByPos = m_anchor.nKeyPos >= 0 && pPacket->pos >= 0;
+            if (bByPos ? pPacket->pos >= m_anchor.nKeyPos : nRaw == m_anchor.RawKeyPts()) {
+                m_bAwaitAnchor = false;
+                m_videoLine.Anchor(m_anchor.nKeyOffset);
+            }
+        }
+        if (m_bAwaitAnchor) {
+            // Pictures before the key packet lack their references, and their
+            // place on the time line is not known: nobody gets them.
+            return false;
+        }
+        const int64_t nOffset = m_videoLine.Map(pPacket->dts, pPacket->duration);
+        if (pPacket->pts != AV_NOPTS_VALUE) {
+            pPacket->pts += nOffset;
+        }
+        if (pPacket->dts != AV_NOPTS_VALUE) {
+            pPacket->dts += nOffset;
+        }
+        return true;
+    }
+    if (pPacket->stream_index != m_nAudioIndex) {
+        return true;
+    }
+    if (m_bAwaitAnchor) {
+        return false; // before the key packet: before the target too
+    }
+    if (!m_bAudioLineStarted) {
+        // Sound after a jump starts in the stretch of its key picture.
+        m_audioLine.Anchor(
+            av_rescale_q(m_videoLine.Offset(), VideoStream()->time_base, AudioStream()->time_base));
+        m_bAudioLineStarted = true;
+    }
+    const int64_t nOffset = m_audioLine.Map(pPacket->dts, pPacket->duration);
+    if (pPacket->pts != AV_NOPTS_VALUE) {
+        pPacket->pts += nOffset;
+    }
+    if (pPacket->dts != AV_NOPTS_VALUE) {
+        pPacket->dts += nOffset;
+    }
+    return true;
 }
 
 bool Demuxer::StartAt(bool bFeedAudio, const SeekPoint& point) {
@@ -304,6 +400,7 @@ bool Demuxer::StartAt(bool bFeedAudio, const SeekPoint& point) {
         }
     }
     m_nAudioFromUs = point.nAudioFromUs + m_info.nFileStartUs;
+    ResetTimeLines(&point);
     StartThread(bFeedAudio, std::move(vecRead));
     return true;
 }
@@ -346,22 +443,31 @@ bool Demuxer::WaitForRoom() {
     return !m_bRoomAbort;
 }
 
+int64_t Demuxer::PacketDurationUs(const AVPacket& packet, AVRational timeBase) {
+    // A damaged duration must not make a queue look full (or its sum overflow).
+    constexpr int64_t kMaxUs = 10 * 1000000LL;
+    return std::clamp<int64_t>(StampUs(packet.duration, timeBase), 0, kMaxUs);
+}
+
 bool Demuxer::Queue(PacketPtr pPacket) {
+    if (!MapStamps(pPacket.get())) {
+        return true;
+    }
     if (pPacket->stream_index == m_nVideoIndex) {
         const AVStream* pVideo = VideoStream();
-        const int64_t nDurUs = av_rescale_q(pPacket->duration, pVideo->time_base, AV_TIME_BASE_Q);
+        const int64_t nDurUs = PacketDurationUs(*pPacket, pVideo->time_base);
         return m_videoQueue.Push(std::move(pPacket), nDurUs);
     }
     if (m_bFeedAudio && pPacket->stream_index == m_nAudioIndex) {
         const AVStream* pAudio = AudioStream();
         if (m_nAudioFromUs != INT64_MIN && pPacket->pts != AV_NOPTS_VALUE) {
             const int64_t nEndUs =
-                av_rescale_q(pPacket->pts + pPacket->duration, pAudio->time_base, AV_TIME_BASE_Q);
+                StampUs(pPacket->pts, pAudio->time_base) + PacketDurationUs(*pPacket, pAudio->time_base);
             if (nEndUs < m_nAudioFromUs) {
                 return true; // sound from before a jump's target
             }
         }
-        const int64_t nDurUs = av_rescale_q(pPacket->duration, pAudio->time_base, AV_TIME_BASE_Q);
+        const int64_t nDurUs = PacketDurationUs(*pPacket, pAudio->time_base);
         return m_audioQueue.Push(std::move(pPacket), nDurUs);
     }
     return true;
@@ -374,16 +480,16 @@ void Demuxer::Run() {
         if (!pPacket) {
             break;
         }
-        const int nErr = av_read_frame(m_pFormat.get(), pPacket.get());
+        const int nErr = ReadPacket(pPacket.get());
         if (m_bAbort) {
             return;
         }
         if (nErr < 0) {
-            // A cut-off file ends where its data ends; only a real read error
-            // in the middle is reported.
+            // A cut-off file ends where its data ends. Damage was read past
+            // already; only a file that cannot be read any further before its
+            // end is reported.
             const bool bEnd = nErr == AVERROR_EOF || (m_pFormat->pb != nullptr && avio_feof(m_pFormat->pb));
             if (!bEnd) {
-                EngineLog::AvFail(m_nPort, "read packet", nErr);
                 m_pCallbacks->ReportRunTime(2, TAVRIX_RT_DEMUX);
             }
             break;

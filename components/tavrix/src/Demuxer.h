@@ -6,6 +6,7 @@
 #include "FfmpegPtr.h"
 #include "MediaInfo.h"
 #include "PacketQueue.h"
+#include "TimeLine.h"
 
 #include <atomic>
 #include <condition_variable>
@@ -47,17 +48,24 @@ public:
     // Where a jump starts reading: the key packet a target frame needs, by its
     // time (stream time base) and byte position (-1 unknown). Sound before
     // nAudioFromUs (file time, microseconds) is not queued.
+    // Times are on the continuous time line of the frame index; nKeyOffset
+    // is the key packet's offset from the container's own stamp.
     struct SeekPoint {
         int64_t nKeyPts = 0;
+        int64_t nKeyOffset = 0;
         int64_t nKeyPos = -1;
         int64_t nAudioFromUs = 0;
+        bool bKey = true; // false: footage that starts without a key frame
+        int64_t RawKeyPts() const { return nKeyPts - nKeyOffset; }
     };
     // Starts reading at or before the key packet (never after it).
     bool StartAt(bool bFeedAudio, const SeekPoint& point);
     // Reading without the thread (reverse play reads on its own thread while
     // the demux thread is stopped): positions at or before the key packet,
     // then hands out video packets in file order. ReadVideoPacket answers 0,
-    // AVERROR_EOF or another AVERROR.
+    // AVERROR_EOF or another AVERROR once the file cannot be read further.
+    //
+    // Every packet handed out carries stamps on the continuous time line.
     bool SeekForReading(const SeekPoint& point);
     int ReadVideoPacket(PacketPtr* ppOut);
     // Aborts the thread and the queues, joins, and empties the queues.
@@ -73,6 +81,12 @@ private:
     bool SeekBefore(const SeekPoint& point, std::vector<PacketPtr>* pvecRead);
     void StartThread(bool bFeedAudio, std::vector<PacketPtr> vecFirst);
     bool Queue(PacketPtr pPacket);
+    static int64_t PacketDurationUs(const AVPacket& packet, AVRational timeBase);
+    // Moves a packet's stamps onto the continuous time line, in file order.
+    // False for a packet to leave out (sound read before a jump's key packet).
+    bool MapStamps(AVPacket* pPacket);
+    void ResetTimeLines(const SeekPoint* pAnchor);
+    int ReadPacket(AVPacket* pPacket);
     void FillInfo(const std::string& strOriginalPath);
     int64_t VideoSpanUs() const;
 
@@ -87,6 +101,13 @@ private:
     bool m_bHasRead = false;              // the thread has read since the open; a new start rewinds
     int64_t m_nAudioFromUs = INT64_MIN;   // written before the thread starts
     std::deque<PacketPtr> m_deqReadAhead; // packets read by SeekForReading's check; reader's thread only
+    // The time lines of the reading thread (the demux thread, or the reverse
+    // player's while the demux thread is stopped).
+    TimeLine m_videoLine;
+    TimeLine m_audioLine;
+    bool m_bAwaitAnchor = false; // a jump's key packet is not read yet
+    SeekPoint m_anchor;          // that key packet
+    bool m_bAudioLineStarted = false;
     std::atomic<bool> m_bAbort{false};
     std::atomic<bool> m_bSawEncrypted{false};
 

@@ -1,6 +1,8 @@
 #include "FrameIndex.h"
 
 #include "EngineLog.h"
+#include "ReadRecovery.h"
+#include "TimeLine.h"
 
 #include <pthread.h>
 
@@ -124,38 +126,71 @@ bool FrameIndex::Scan(const std::string& strUtf8Path, const std::string& strKeyH
     if (!pPacket) {
         return false;
     }
+    TimeLine line(MaxGapTicks(pFormat.get(), m_timeBase));
+    const AVCodecID eCodec = pFormat->streams[nVideo]->codecpar->codec_id;
+    const bool bPartialGivesNothing = eCodec == AV_CODEC_ID_H264 || eCodec == AV_CODEC_ID_HEVC;
     int64_t nLastPts = 0;
+    int64_t nEndPts = INT64_MIN;
     bool bLastCorrupt = false;
+    int nFailures = 0;
     for (;;) {
         const int nErr = av_read_frame(pFormat.get(), pPacket.get());
+        if (m_bAbort.load()) {
+            return false;
+        }
         if (nErr == AVERROR_EOF) {
-            // A file cut short mid-write ends on a partial packet, which no
-            // decoder turns into a picture.
-            if (bLastCorrupt) {
+            // A file cut short mid-write ends on a partial packet: the H.264
+            // and HEVC decoders make no picture of it, MPEG-4 Part 2 and
+            // Motion JPEG conceal what is missing.
+            if (bLastCorrupt && bPartialGivesNothing) {
                 m_vecEntries.pop_back();
             }
             break;
         }
         if (nErr < 0) {
-            if (!m_bAbort.load()) {
+            if (nFailures == 0) {
                 EngineLog::AvFail(m_nPort, "frame index: read", nErr);
             }
-            return false;
+            if (!ReadPastError(pFormat.get(), nErr, &nFailures)) {
+                break; // what was read so far stays indexed
+            }
+            continue;
         }
+        nFailures = 0;
         if (pPacket->stream_index == nVideo) {
+            const int64_t nOffset = line.Map(pPacket->dts, pPacket->duration);
+            const int64_t nPts = SaneStamp(pPacket->pts);
+            const int64_t nRaw = nPts != AV_NOPTS_VALUE ? nPts : SaneStamp(pPacket->dts);
             Entry entry;
-            entry.nPts = pPacket->pts != AV_NOPTS_VALUE   ? pPacket->pts
-                         : pPacket->dts != AV_NOPTS_VALUE ? pPacket->dts
-                                                          : nLastPts;
+            entry.nPts = nRaw != AV_NOPTS_VALUE ? nRaw + nOffset : nLastPts;
+            entry.nOffset = nRaw != AV_NOPTS_VALUE ? nOffset : 0;
             entry.nBytePos = pPacket->pos;
             entry.bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0;
+            if (pPacket->pts == AV_NOPTS_VALUE && pPacket->dts != AV_NOPTS_VALUE) {
+                m_bDecodeTimesOnly = true;
+            }
             nLastPts = entry.nPts;
+            nEndPts =
+                std::max(nEndPts, entry.nPts + std::clamp<int64_t>(pPacket->duration, 0, INT64_C(1) << 40));
             bLastCorrupt = (pPacket->flags & AV_PKT_FLAG_CORRUPT) != 0;
             m_vecEntries.push_back(entry);
         }
         av_packet_unref(pPacket.get());
     }
+    m_nBreaks = line.Breaks();
+    m_nEndPts = nEndPts;
     return !m_vecEntries.empty();
+}
+
+int64_t FrameIndex::MaxGapTicks(const AVFormatContext* pFormat, AVRational timeBase) {
+    // Formats whose stamps may jump (transport and program streams) get a
+    // leap of more than ten seconds between two pictures treated as a break,
+    // as FFmpeg's own player does; elsewhere a gap is real time that passed.
+    constexpr int64_t kMaxGapUs = 10 * 1000000LL;
+    if ((pFormat->iformat->flags & AVFMT_TS_DISCONT) == 0) {
+        return 0;
+    }
+    return av_rescale_q(kMaxGapUs, AV_TIME_BASE_Q, timeBase);
 }
 
 void FrameIndex::BuildDisplayOrder() {
@@ -170,6 +205,33 @@ void FrameIndex::BuildDisplayOrder() {
         }
         m_vecKeyAtOrBefore[i] = nLastKey;
     }
+    if (m_nEndPts == INT64_MIN && !m_vecEntries.empty()) {
+        m_nEndPts = m_vecEntries.back().nPts;
+    }
+}
+
+int64_t FrameIndex::DecodeStartFor(uint32_t n) const {
+    int64_t nKey = KeyFrameAtOrBefore(n);
+    // With decode times only, the index is in decode order: pictures shown
+    // just after a key frame may come after it in the file and refer to the
+    // group before it.
+    constexpr int64_t kReorderMargin = 4;
+    if (nKey > 0 && m_bDecodeTimesOnly && static_cast<int64_t>(n) < nKey + kReorderMargin) {
+        const int64_t nBefore = KeyFrameAtOrBefore(static_cast<uint32_t>(nKey - 1));
+        if (nBefore >= 0) {
+            nKey = nBefore;
+        }
+    }
+    return nKey;
+}
+
+int64_t FrameIndex::FrameOfDecodedPts(int64_t nPts, int nReorder) const {
+    const int64_t n = FrameOfPts(nPts);
+    if (n < 0 || !m_bDecodeTimesOnly) {
+        return n;
+    }
+    // The picture came out when the packet nReorder later went in.
+    return n >= nReorder ? n - nReorder : -1;
 }
 
 uint32_t FrameIndex::Count() const {

@@ -4,6 +4,11 @@
 // the scan costs little more than reading the file. Once complete it knows the
 // exact frame count and, for each frame in display order, its time and the
 // key frame a decoder has to start from to reach it.
+//
+// Times are on the file's continuous time line (see TimeLine): frames are
+// numbered in file order across clock restarts, wraps and gaps. A damaged
+// stretch is read past, not a reason to give up: the index keeps every
+// packet the container still hands out.
 #pragma once
 
 #include "FfmpegPtr.h"
@@ -19,12 +24,14 @@ namespace tavrix {
 
 class FrameIndex {
 public:
-    // One video packet. nPts is in the stream's time base (TimeBase()); the
+    // One video packet. Times are in the stream's time base (TimeBase()); the
     // decode time stands in where the container gives no presentation time.
     struct Entry {
-        int64_t nPts = 0;
+        int64_t nPts = 0;      // on the continuous time line
+        int64_t nOffset = 0;   // nPts less the container's own stamp
         int64_t nBytePos = -1; // -1 where the container does not say
         bool bKey = false;
+        int64_t RawPts() const { return nPts - nOffset; }
     };
     // Runs on the index thread when a scan completes and was not aborted.
     using DoneFn = std::function<void()>;
@@ -61,6 +68,26 @@ public:
     int64_t LastFrameAtOrBeforePts(int64_t nPts) const;
     // First key frame strictly after display frame n, or -1 when there is none.
     int64_t NextKeyFrameAfter(uint32_t n) const;
+    // End of the last frame on the time line (its time plus its duration).
+    int64_t EndPts() const { return IsComplete() ? m_nEndPts : AV_NOPTS_VALUE; }
+    // The container gives decode times only (AVI): the index is in decode
+    // order, and a decoded picture's time is that of the packet that pushed
+    // it out of the decoder, the decoder's reorder depth later.
+    bool DecodeTimesOnly() const { return IsComplete() && m_bDecodeTimesOnly; }
+    // Breaks of the time line (restarts, wraps, gaps) met by the scan.
+    int Breaks() const { return IsComplete() ? m_nBreaks : 0; }
+    // Key frame to start decoding from for display frame n: the one at or
+    // before it, or, where reordered pictures near a key frame may refer to
+    // the group before it, the one before that.
+    int64_t DecodeStartFor(uint32_t n) const;
+    // Maps a decoded picture's time to its display frame, -1 where the index
+    // has no such time. nReorder is the decoder's reorder depth.
+    int64_t FrameOfDecodedPts(int64_t nPts, int nReorder) const;
+
+    // A leap forward between two pictures beyond which the time line breaks
+    // (0: never), in the stream's time base. Shared with the demuxer so both
+    // cut the time line at the same places.
+    static int64_t MaxGapTicks(const AVFormatContext* pFormat, AVRational timeBase);
 
 private:
     static int InterruptCallback(void* pOpaque);
@@ -78,6 +105,9 @@ private:
     std::vector<Entry> m_vecEntries;         // display order once complete
     std::vector<int64_t> m_vecKeyAtOrBefore; // per display frame
     AVRational m_timeBase{1, 1};
+    int64_t m_nEndPts = 0;
+    bool m_bDecodeTimesOnly = false;
+    int m_nBreaks = 0;
 };
 
 } // namespace tavrix

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -15,8 +16,10 @@ struct PlayReadings {
     std::atomic<int64_t> nSourceMs{0};  // offset of the shown frame from the first video frame
     std::atomic<bool> bShown{false};    // a frame has been shown since the start
     std::atomic<bool> bEnded{false};    // the last picture has been shown
+    std::atomic<bool> bPaused{false};   // the picture is paused (as asked of the render thread)
     std::atomic<int32_t> nWidth{0};     // size of the last decoded picture
     std::atomic<int32_t> nHeight{0};
+    std::atomic<uint32_t> nDamagedFrames{0}; // pictures shown as the decoder concealed them
 
     void Reset() {
         nFrameNum = 0;
@@ -24,6 +27,7 @@ struct PlayReadings {
         nSourceMs = 0;
         bShown = false;
         bEnded = false;
+        bPaused = false;
     }
 
     // Threads that keep pace with the picture wait here; the render thread
@@ -31,6 +35,12 @@ struct PlayReadings {
     template <typename Pred> void WaitForProgress(Pred pred) {
         std::unique_lock<std::mutex> lock(m_mtxProgress);
         m_cvProgress.wait(lock, pred);
+    }
+    // As WaitForProgress, but gives up at tUntil; answers the predicate.
+    template <typename Pred>
+    bool WaitForProgressUntil(std::chrono::steady_clock::time_point tUntil, Pred pred) {
+        std::unique_lock<std::mutex> lock(m_mtxProgress);
+        return m_cvProgress.wait_until(lock, tUntil, pred);
     }
     void NotifyProgress() {
         { std::lock_guard<std::mutex> lock(m_mtxProgress); }

@@ -8,10 +8,12 @@
 #include "GlobalTime.h"
 #include "PathCodec.h"
 #include "ReversePlayer.h"
+#include "TimeLine.h"
 #include "VideoDecoder.h"
 #include "VideoRenderer.h"
 
 #include <cstdio>
+#include <system_error>
 
 namespace tavrix {
 
@@ -68,6 +70,14 @@ bool PlayerPort::SetDecodeEngine(uint32_t nEngine) {
     return true;
 }
 
+bool PlayerPort::SetDecodeThreads(uint32_t nThreads) {
+    if (nThreads > 64) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
+    }
+    m_nDecodeThreads = nThreads;
+    return true;
+}
+
 uint32_t PlayerPort::DecodeEngine() const {
     return m_bHardwareActive.load() ? 1 : 0;
 }
@@ -105,6 +115,7 @@ bool PlayerPort::OpenFile(const char* szPath) {
         m_bOpen = true;
     }
     m_readings.Reset();
+    m_readings.nDamagedFrames = 0;
     m_readings.nWidth = pDemuxer->Info().nWidth;
     m_readings.nHeight = pDemuxer->Info().nHeight;
     m_pDemuxer = std::move(pDemuxer);
@@ -119,19 +130,27 @@ void PlayerPort::StartIndex(const std::string& strUtf8Path) {
     // while holding the control lock.
     auto pIndex = std::make_unique<FrameIndex>(m_nPort);
     FrameIndex* pRaw = pIndex.get();
-    if (!pIndex->Start(strUtf8Path, m_strKeyHex, [this, pRaw] { OnIndexComplete(pRaw->Count()); })) {
+    if (!pIndex->Start(strUtf8Path, m_strKeyHex, [this, pRaw] { OnIndexComplete(*pRaw); })) {
         return; // the file plays without an index; the frame count stays the container's estimate
     }
     m_pIndex = std::move(pIndex);
 }
 
-void PlayerPort::OnIndexComplete(uint32_t nFrames) {
+void PlayerPort::OnIndexComplete(const FrameIndex& index) {
     // Runs on the index thread. A close joins this thread before it clears the
     // file's facts, so the file here is still the one that was scanned.
     {
         std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
         m_bIndexReady = true;
-        m_info.nTotalFrames = nFrames;
+        m_info.nTotalFrames = index.Count();
+        // Where the clock restarted, wrapped or leapt, the container's own
+        // duration (last stamp less first) is meaningless: the time line's is
+        // the file's.
+        const int64_t nEndPts = index.EndPts();
+        if (nEndPts != AV_NOPTS_VALUE && (index.Breaks() > 0 || m_info.nDurationMs <= 0)) {
+            const int64_t nEndUs = StampUs(nEndPts, index.TimeBase());
+            m_info.nDurationMs = std::max<int64_t>(0, (nEndUs - m_info.nFileStartUs) / 1000);
+        }
     }
     const CallbackSet::FileRef cb = m_callbacks.GetFileRef();
     if (cb.pfn != nullptr) {
@@ -220,9 +239,9 @@ bool PlayerPort::BuildThreads(std::shared_ptr<FrameSink> pSink, bool bPaused) {
     auto pVideo = std::make_unique<VideoDecoder>(m_nPort, &m_callbacks, &m_readings);
     const bool bEncrypted =
         info.bEncrypted || !m_strKeyHex.empty() || m_pDemuxer->SawEncryptedPackets().load();
-    if (!pVideo->Open(m_pDemuxer->VideoStream(), info, m_nDecodeEngineWanted == 1, bEncrypted,
-                      &m_pDemuxer->SawEncryptedPackets())) {
-        m_callbacks.ReportRunTime(1, TAVRIX_RT_DECODE);
+    if (!pVideo->Open(m_pDemuxer->VideoStream(), info, m_nDecodeEngineWanted == 1, m_nDecodeThreads,
+                      bEncrypted, &m_pDemuxer->SawEncryptedPackets())) {
+        ReportFromEngineThread(1, TAVRIX_RT_DECODE);
         return Fail(TAVRIX_ERR_DEC_VIDEO);
     }
     m_bHardwareActive = pVideo->HardwareActive();
@@ -236,6 +255,12 @@ bool PlayerPort::BuildThreads(std::shared_ptr<FrameSink> pSink, bool bPaused) {
     }
     auto pRenderer = std::make_unique<VideoRenderer>(m_nPort, &m_callbacks, &m_readings);
     pRenderer->SetSink(std::move(pSink));
+    // The sound leads the pictures while it knows what plays. (Takes the sound
+    // lock under the renderer's; nothing holding the sound lock calls the renderer.)
+    pRenderer->SetMasterClock([this](std::chrono::steady_clock::time_point now, int64_t* pnPtsUs) {
+        const std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+        return pOut && pOut->ClockAt(now, pnPtsUs);
+    });
     pRenderer->Start(m_bRealTime, bPaused);
     std::shared_ptr<AudioOutput> pOut = CurrentOutput();
     if (pOut) {
@@ -301,7 +326,7 @@ void PlayerPort::PublishPosition(uint32_t nFrame) {
     m_readings.nFrameNum = nFrame;
     if (pIndex != nullptr && nFrame < pIndex->Count()) {
         const AVRational tb = pIndex->TimeBase();
-        const int64_t nPtsUs = av_rescale_q(pIndex->PtsOfFrame(nFrame), tb, AV_TIME_BASE_Q);
+        const int64_t nPtsUs = StampUs(pIndex->PtsOfFrame(nFrame), tb);
         std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
         m_readings.nPlayedMs = (nPtsUs - m_info.nFileStartUs) / 1000;
         m_readings.nSourceMs = (nPtsUs - m_info.nVideoStartUs) / 1000;
@@ -316,22 +341,25 @@ bool PlayerPort::StartForwardAt(uint32_t nFrame, bool bShowFirst, bool bTurn) {
     // nothing to show, so the end arrives in order.
     const bool bPastEnd = nFrame >= nCount;
     const uint32_t nTarget = bPastEnd ? nCount - 1 : nFrame;
-    int64_t nKey = pIndex->KeyFrameAtOrBefore(nTarget);
+    int64_t nKey = pIndex->DecodeStartFor(nTarget);
     if (nKey < 0) {
         nKey = 0;
     }
     const FrameIndex::Entry* pKey = pIndex->EntryOfFrame(static_cast<uint32_t>(nKey));
     VideoDecoder::StartPoint start;
     start.bFromKey = true;
+    start.bKeyIsKey = pKey->bKey;
     start.nKeyPts = pKey->nPts;
     start.nTargetPts = bPastEnd ? INT64_MAX : pIndex->PtsOfFrame(nTarget);
     start.nFirstFrame = nFrame;
     Demuxer::SeekPoint point;
     point.nKeyPts = pKey->nPts;
+    point.nKeyOffset = pKey->nOffset;
     point.nKeyPos = pKey->nBytePos;
-    point.nAudioFromUs = bPastEnd ? INT64_MAX / 2
-                                  : av_rescale_q(start.nTargetPts, pIndex->TimeBase(), AV_TIME_BASE_Q) -
-                                        m_pDemuxer->Info().nFileStartUs;
+    point.bKey = pKey->bKey;
+    point.nAudioFromUs =
+        bPastEnd ? INT64_MAX / 2
+                 : StampUs(start.nTargetPts, pIndex->TimeBase()) - m_pDemuxer->Info().nFileStartUs;
     m_pRenderer->OpenGate(bShowFirst, bTurn);
     if (!m_pDemuxer->StartAt(m_pAudio != nullptr, point)) {
         return Fail(TAVRIX_ERR_OPEN_FILE);
@@ -351,7 +379,8 @@ bool PlayerPort::StartForwardAt(uint32_t nFrame, bool bShowFirst, bool bTurn) {
 bool PlayerPort::StartReverseAt(int64_t nFrame, bool bShowFirst, bool bTurn) {
     if (!m_pReverse) {
         std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
-        auto pReverse = std::make_unique<ReversePlayer>(m_nPort, m_pDemuxer.get(), m_pIndex.get(), m_info);
+        auto pReverse = std::make_unique<ReversePlayer>(m_nPort, m_pDemuxer.get(), m_pIndex.get(), m_info,
+                                                        m_nDecodeThreads.load());
         if (!pReverse->Open()) {
             return Fail(TAVRIX_ERR_DEC_VIDEO);
         }
@@ -377,10 +406,27 @@ void PlayerPort::ApplySpeed() {
     }
     // Dropping pictures nothing refers to is only for fast play, and only
     // with the index, which numbers the pictures that remain.
-    m_pVideo->SetSkipNonRef(m_nThrowB > 0 && m_nSpeedStep > 0 && !m_bReverse && ReadyIndex() != nullptr);
+    m_pVideo->SetSkipNonRef(SkippingNonRef());
+}
+
+void PlayerPort::ReportFromEngineThread(int nModule, int32_t nErrorCode) {
+    JoinReport();
+    try {
+        m_threadReport =
+            std::thread([this, nModule, nErrorCode] { m_callbacks.ReportRunTime(nModule, nErrorCode); });
+    } catch (const std::system_error&) {
+        EngineLog::Warn(m_nPort, "cannot start a thread to report error %d", nErrorCode);
+    }
+}
+
+void PlayerPort::JoinReport() {
+    if (m_threadReport.joinable()) {
+        m_threadReport.join();
+    }
 }
 
 void PlayerPort::StopThreads() {
+    JoinReport();
     if (m_bRunning) {
         StopProducers();
     }
@@ -412,13 +458,42 @@ bool PlayerPort::Pause(bool bPause) {
     if (!m_bRunning) {
         return true;
     }
-    m_bPaused = bPause;
-    m_pRenderer->SetPaused(bPause);
+    if (bPause) {
+        return m_bPaused || EnterPause();
+    }
+    m_bPaused = false;
+    m_pRenderer->SetPaused(false);
     std::shared_ptr<AudioOutput> pOut = CurrentOutput();
     if (pOut) {
-        pOut->SetPaused(bPause);
+        pOut->SetPaused(false);
     }
+    ApplySpeed();
     return true;
+}
+
+bool PlayerPort::SkippingNonRef() const {
+    return m_nThrowB > 0 && m_nSpeedStep > 0 && !m_bReverse && !m_bPaused && ReadyIndex() != nullptr;
+}
+
+bool PlayerPort::EnterPause() {
+    const bool bWasSkipping = SkippingNonRef();
+    m_bPaused = true;
+    m_pRenderer->SetPaused(true);
+    std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+    if (pOut) {
+        pOut->SetPaused(true);
+    }
+    if (!bWasSkipping) {
+        ApplySpeed();
+        return true;
+    }
+    // Pictures decoded ahead in fast play have gaps where unreferenced ones
+    // were left out: decode again from the shown frame, so that a step shows
+    // the very next one. The counter keeps naming the shown frame.
+    const uint32_t nShown = m_readings.nFrameNum.load();
+    const bool bAny = m_readings.bShown.load();
+    StopProducers();
+    return StartForwardAt(bAny ? nShown + 1 : nShown, false, bAny);
 }
 
 bool PlayerPort::Stop() {
@@ -552,23 +627,24 @@ bool PlayerPort::OneByOne() {
         ApplySpeed();
         return true;
     }
-    if (!m_bPaused) {
-        m_bPaused = true;
-        m_pRenderer->SetPaused(true);
-        std::shared_ptr<AudioOutput> pOut = CurrentOutput();
-        if (pOut) {
-            pOut->SetPaused(true);
-        }
+    if (!m_bPaused && !EnterPause()) {
+        return false;
     }
     // Read once paused, with no picture in flight. Right after an open or a jump
     // nothing has shown yet: the step shows the frame the counter already names.
     const uint32_t nShown = m_readings.nFrameNum.load();
-    const uint32_t nNext = m_pRenderer->ShownSinceGate() ? nShown + 1 : nShown;
+    const uint32_t nNext = m_pRenderer->CounterNamesShown() ? nShown + 1 : nShown;
     if (m_bReverse) {
         StopProducers();
         return StartForwardAt(nNext, true);
     }
     m_pRenderer->Step();
+    // Sound queued for the device belongs to where the picture was.
+    std::shared_ptr<AudioOutput> pOut = CurrentOutput();
+    if (pOut && m_pAudio) {
+        pOut->Flush();
+        m_pAudio->RequestResync();
+    }
     const FrameIndex* pIndex = ReadyIndex();
     if (pIndex != nullptr && nNext < pIndex->Count()) {
         PublishPosition(nNext);
@@ -588,13 +664,8 @@ bool PlayerPort::OneByOneBack() {
     if (nShown == 0) {
         return Fail(TAVRIX_ERR_PARA_OVER); // nothing before the first frame
     }
-    if (!m_bPaused) {
-        m_bPaused = true;
-        m_pRenderer->SetPaused(true);
-        std::shared_ptr<AudioOutput> pOut = CurrentOutput();
-        if (pOut) {
-            pOut->SetPaused(true);
-        }
+    if (!m_bPaused && !EnterPause()) {
+        return false;
     }
     if (!m_bReverse) {
         StopProducers();
@@ -627,7 +698,8 @@ bool PlayerPort::ReversePlay() {
         const uint32_t nShown = m_readings.nFrameNum.load();
         const bool bAny = m_readings.bShown.load();
         StopProducers();
-        if (!StartReverseAt(bAny ? static_cast<int64_t>(nShown) - 1 : static_cast<int64_t>(nShown), false, bAny)) {
+        if (!StartReverseAt(bAny ? static_cast<int64_t>(nShown) - 1 : static_cast<int64_t>(nShown), false,
+                            bAny)) {
             return false;
         }
     }

@@ -32,6 +32,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 
 namespace tavrix {
 
@@ -61,6 +62,7 @@ public:
     bool SetStreamOpenMode(uint32_t nMode);
     bool SetSecretKey(int32_t nKeyType, const char* pKey, int32_t nKeyLenBits);
     bool SetDecodeEngine(uint32_t nEngine);
+    bool SetDecodeThreads(uint32_t nThreads);
     uint32_t DecodeEngine() const;
     bool SetRealTime(bool bRealTime);
 
@@ -92,6 +94,7 @@ public:
     uint32_t TotalFrames() const;
     bool IndexReady() const;
     uint32_t CurrentFrameNum() const;
+    uint32_t DamagedFrames() const { return m_readings.nDamagedFrames.load(); }
     bool PictureSize(int32_t* pnWidth, int32_t* pnHeight) const;
     bool SystemTime(TAVRIX_SYSTEM_TIME* pstOut) const;
 
@@ -114,13 +117,22 @@ private:
     bool StartReverseAt(int64_t nFrame, bool bShowFirst, bool bTurn = false);
     bool JumpTo(uint32_t nFrame);
     void ApplySpeed();
+    // Fast play leaves out pictures nothing refers to; never while paused.
+    bool SkippingNonRef() const;
+    // Pauses a running port (control lock held).
+    bool EnterPause();
     void PublishPosition(uint32_t nFrame);
     // The frame index when complete (its queries answer from then on), else null.
     const FrameIndex* ReadyIndex() const;
     std::shared_ptr<AudioOutput> CurrentOutput() const;
     bool Fail(uint32_t nError);
     void StartIndex(const std::string& strUtf8Path);
-    void OnIndexComplete(uint32_t nFrames);
+    // Callbacks come from engine threads only: a failure found on the
+    // caller's thread is reported from a thread of its own, joined before
+    // the next report and by every stop.
+    void ReportFromEngineThread(int nModule, int32_t nErrorCode);
+    void JoinReport();
+    void OnIndexComplete(const FrameIndex& index);
 
     const int m_nPort;
     CallbackSet m_callbacks;
@@ -128,6 +140,7 @@ private:
     std::atomic<uint32_t> m_nLastError{0};
     std::atomic<bool> m_bRealTime{true};
     std::atomic<uint32_t> m_nDecodeEngineWanted{0};
+    std::atomic<uint32_t> m_nDecodeThreads{0}; // 0: one per core
 
     std::mutex m_mtxControl;                    // serialises the transport; never held by engine threads
     std::string m_strKeyHex;                    // guarded by m_mtxControl
@@ -145,6 +158,7 @@ private:
     uintptr_t m_nWindowKey = 0;                // guarded by m_mtxControl
     std::shared_ptr<FrameSink> m_pSink;        // guarded by m_mtxControl
     std::atomic<bool> m_bHardwareActive{false};
+    std::thread m_threadReport; // guarded by m_mtxControl
 
     mutable std::mutex m_mtxInfo; // the facts of the open file, for readers on any thread
     bool m_bOpen = false;         // guarded by m_mtxInfo

@@ -5,6 +5,7 @@
 #include "Demuxer.h"
 #include "EngineLog.h"
 #include "FrameIndex.h"
+#include "TimeLine.h"
 #include "VideoRenderer.h"
 
 #include <algorithm>
@@ -23,8 +24,9 @@ constexpr int64_t kMaxChunkBytes = 48LL * 1024 * 1024;
 constexpr int kMaxPacketsPastChunk = 48;
 } // namespace
 
-ReversePlayer::ReversePlayer(int nPort, Demuxer* pDemuxer, const FrameIndex* pIndex, const MediaInfo& info)
-    : m_nPort(nPort), m_pDemuxer(pDemuxer), m_pIndex(pIndex), m_info(info) {}
+ReversePlayer::ReversePlayer(int nPort, Demuxer* pDemuxer, const FrameIndex* pIndex, const MediaInfo& info,
+                             uint32_t nThreads)
+    : m_nPort(nPort), m_pDemuxer(pDemuxer), m_pIndex(pIndex), m_info(info), m_nThreads(nThreads) {}
 
 ReversePlayer::~ReversePlayer() {
     Stop();
@@ -44,7 +46,9 @@ bool ReversePlayer::Open() {
     if (nErr >= 0) {
         m_pCodec->pkt_timebase = pStream->time_base;
         const unsigned nCores = std::thread::hardware_concurrency();
-        m_pCodec->thread_count = nCores > 0 ? static_cast<int>(nCores) : 0;
+        m_pCodec->thread_count = m_nThreads > 0 ? static_cast<int>(m_nThreads)
+                                 : nCores > 0   ? static_cast<int>(nCores)
+                                                : 0;
         m_pCodec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
         nErr = avcodec_open2(m_pCodec.get(), pCodec, nullptr);
     }
@@ -172,7 +176,7 @@ void ReversePlayer::RunDecode(int64_t nFirst) {
 std::unique_ptr<ReversePlayer::Chunk> ReversePlayer::DecodeChunk(uint32_t nTo) {
     auto pChunk = std::make_unique<Chunk>();
     pChunk->nTo = nTo;
-    int64_t nKey = m_pIndex->KeyFrameAtOrBefore(nTo);
+    int64_t nKey = m_pIndex->DecodeStartFor(nTo);
     if (nKey < 0) {
         nKey = 0; // footage that starts without a key frame: from its first packet
     }
@@ -184,6 +188,12 @@ std::unique_ptr<ReversePlayer::Chunk> ReversePlayer::DecodeChunk(uint32_t nTo) {
     const uint32_t nLength = nTo + 1 - static_cast<uint32_t>(nKey);
     const uint32_t nParts = (nLength + m_nChunkFrames - 1) / m_nChunkFrames;
     pChunk->nFrom = nTo + 1 - (nLength + nParts - 1) / nParts;
+    // Pictures near a key frame that need an earlier start (decode times
+    // only) belong to the next chunk down.
+    while (pChunk->nFrom < nTo && pChunk->nFrom > 0 &&
+           std::max<int64_t>(m_pIndex->DecodeStartFor(pChunk->nFrom), 0) != nKey) {
+        ++pChunk->nFrom;
+    }
     // Frames that did not come out (a damaged packet, a failed seek) are
     // missing from the chunk and left out; the ones that did are exact.
     if (!DecodeInto(pChunk.get(), static_cast<uint32_t>(nKey)) && !m_bAbort.load()) {
@@ -199,19 +209,21 @@ bool ReversePlayer::DecodeInto(Chunk* pChunk, uint32_t nKey) {
     }
     Demuxer::SeekPoint point;
     point.nKeyPts = pKey->nPts;
+    point.nKeyOffset = pKey->nOffset;
     point.nKeyPos = pKey->nBytePos;
+    point.bKey = pKey->bKey;
     if (!m_pDemuxer->SeekForReading(point)) {
         EngineLog::Warn(m_nPort, "reverse play: cannot seek");
         return false;
     }
     avcodec_flush_buffers(m_pCodec.get());
+    m_nLastPlaced = -1;
     // Pictures outside the chunk are decoded only as references: one that
     // nothing refers to need not be decoded at all.
     const int64_t nFromPts = m_pIndex->PtsOfFrame(pChunk->nFrom);
     const int64_t nToPts = m_pIndex->PtsOfFrame(pChunk->nTo);
     bool bStarted = false;
     bool bDone = false;
-    int64_t nLastPts = 0;
     int nPastEnd = 0;
     while (!bDone && !m_bAbort.load() && nPastEnd < kMaxPacketsPastChunk) {
         PacketPtr pPacket;
@@ -224,14 +236,10 @@ bool ReversePlayer::DecodeInto(Chunk* pChunk, uint32_t nKey) {
             }
             break;
         }
-        const int64_t nPts = pPacket->pts != AV_NOPTS_VALUE   ? pPacket->pts
-                             : pPacket->dts != AV_NOPTS_VALUE ? pPacket->dts
-                                                              : nLastPts;
-        nLastPts = nPts;
         if (!bStarted) {
-            // Nothing before the key packet: its pictures would lack references.
-            const bool bKey = (pPacket->flags & AV_PKT_FLAG_KEY) != 0 || pKey->bKey == false;
-            if (!bKey || nPts != pKey->nPts) {
+            // Nothing before the key packet: its pictures would lack
+            // references. (The demuxer leaves out what comes before it.)
+            if ((pPacket->flags & AV_PKT_FLAG_KEY) == 0 && pKey->bKey) {
                 continue;
             }
             bStarted = true;
@@ -239,8 +247,8 @@ bool ReversePlayer::DecodeInto(Chunk* pChunk, uint32_t nKey) {
         if (pPacket->pts != AV_NOPTS_VALUE && pPacket->pts > nToPts) {
             ++nPastEnd;
         }
-        const bool bOutside =
-            pPacket->pts != AV_NOPTS_VALUE && (pPacket->pts < nFromPts || pPacket->pts > nToPts);
+        const bool bOutside = pPacket->pts != AV_NOPTS_VALUE && !m_pIndex->DecodeTimesOnly() &&
+                              (pPacket->pts < nFromPts || pPacket->pts > nToPts);
         m_pCodec->skip_frame = m_bLeadSkipCodec && bOutside ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
         const int nErr = avcodec_send_packet(m_pCodec.get(), pPacket.get());
         if (nErr < 0 && nErr != AVERROR(EAGAIN)) {
@@ -262,7 +270,13 @@ void ReversePlayer::Receive(Chunk* pChunk, bool* pbDone) {
             return; // wants more input, or the end; a damaged packet loses only its own frames
         }
         const int64_t nPts = pFrame->pts != AV_NOPTS_VALUE ? pFrame->pts : pFrame->best_effort_timestamp;
-        const int64_t n = m_pIndex->FrameOfPts(nPts);
+        int64_t n = nPts != AV_NOPTS_VALUE ? m_pIndex->FrameOfDecodedPts(nPts, m_pCodec->has_b_frames) : -1;
+        // A picture whose time the index does not know (the last one of a
+        // file cut mid-picture) follows the one before it, as in forward play.
+        if (n < 0 && m_nLastPlaced >= 0) {
+            n = m_nLastPlaced + 1;
+        }
+        m_nLastPlaced = n;
         if (n < 0 || n < pChunk->nFrom || n > pChunk->nTo) {
             continue;
         }
@@ -285,8 +299,8 @@ bool ReversePlayer::PushFrame(const Chunk& chunk, uint32_t nFrame) {
     if (!pOut->pFrame) {
         return false;
     }
-    const AVFrame* pFrame = pOut->pFrame.get();
-    const int64_t nPtsUs = av_rescale_q(pFrame->pts, m_timeBase, AV_TIME_BASE_Q);
+    const int64_t nPts = m_pIndex->PtsOfFrame(nFrame);
+    const int64_t nPtsUs = StampUs(nPts, m_timeBase);
     pOut->nPtsUs = nPtsUs - m_info.nFileStartUs;
     pOut->nSourcePtsUs = nPtsUs - m_info.nVideoStartUs;
     pOut->nClockUs = -pOut->nPtsUs; // the clock runs forward while the pictures go back

@@ -34,7 +34,9 @@ class VideoRenderer;
 
 class ReversePlayer {
 public:
-    ReversePlayer(int nPort, Demuxer* pDemuxer, const FrameIndex* pIndex, const MediaInfo& info);
+    // nThreads: decoding threads, 0 one per core.
+    ReversePlayer(int nPort, Demuxer* pDemuxer, const FrameIndex* pIndex, const MediaInfo& info,
+                  uint32_t nThreads);
     ~ReversePlayer();
     ReversePlayer(const ReversePlayer&) = delete;
     ReversePlayer& operator=(const ReversePlayer&) = delete;
@@ -70,10 +72,12 @@ private:
     Demuxer* const m_pDemuxer;
     const FrameIndex* const m_pIndex;
     const MediaInfo m_info;
+    const uint32_t m_nThreads;
     CodecContextPtr m_pCodec; // decode thread only while it runs
     AVRational m_timeBase{1, 1};
     bool m_bLeadSkipCodec = false; // H.264 or HEVC: unreferenced pictures outside a chunk are skipped
     uint32_t m_nChunkFrames = 32;
+    int64_t m_nLastPlaced = -1; // display number of the last decoded picture; decode thread only
     std::atomic<bool> m_bAbort{false};
     VideoRenderer* m_pRenderer = nullptr;
 

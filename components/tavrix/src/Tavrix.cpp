@@ -90,6 +90,10 @@ bool Tavrix_SetDecodeEngineEx(int32_t nPort, uint32_t nDecodeEngine) {
     return Run(nPort, [nDecodeEngine](PlayerPort& port) { return port.SetDecodeEngine(nDecodeEngine); });
 }
 
+bool Tavrix_SetDecodeThreads(int32_t nPort, uint32_t nThreads) {
+    return Run(nPort, [nThreads](PlayerPort& port) { return port.SetDecodeThreads(nThreads); });
+}
+
 uint32_t Tavrix_GetDecodeEngine(int32_t nPort) {
     return Read<uint32_t>(nPort, [](PlayerPort& port) { return port.DecodeEngine(); });
 }
@@ -184,6 +188,10 @@ uint32_t Tavrix_GetFileTotalFrames(int32_t nPort) {
 
 uint32_t Tavrix_GetCurrentFrameNum(int32_t nPort) {
     return Read<uint32_t>(nPort, [](PlayerPort& port) { return port.CurrentFrameNum(); });
+}
+
+uint32_t Tavrix_GetDamagedFrames(int32_t nPort) {
+    return Read<uint32_t>(nPort, [](PlayerPort& port) { return port.DamagedFrames(); });
 }
 
 bool Tavrix_GetPictureSize(int32_t nPort, int32_t* pWidth, int32_t* pHeight) {

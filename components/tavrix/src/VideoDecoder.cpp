@@ -5,6 +5,7 @@
 #include "CallbackSet.h"
 #include "EngineLog.h"
 #include "FrameIndex.h"
+#include "TimeLine.h"
 #include "VideoRenderer.h"
 
 #include <cmath>
@@ -16,9 +17,13 @@ extern "C" {
 
 namespace tavrix {
 namespace {
-// A few broken packets happen in real footage; this many in one play means
-// the video cannot be decoded (or was decrypted with the wrong key).
-constexpr int kErrorsToReport = 3;
+// Encrypted video that fails this often was decrypted with the wrong key:
+// nothing of it will ever decode.
+constexpr int kDecryptErrorsToReport = 3;
+// Damaged pictures are concealed and shown; only this many failures in a row
+// without a single picture between them mean the video cannot be decoded any
+// further.
+constexpr int kFailuresWithoutPicture = 64;
 } // namespace
 
 VideoDecoder::VideoDecoder(int nPort, CallbackSet* pCallbacks, PlayReadings* pReadings)
@@ -75,8 +80,8 @@ bool VideoDecoder::TryHardware(const AVCodec* pCodec) {
     return false;
 }
 
-bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHardware, bool bEncrypted,
-                        const std::atomic<bool>* pSawEncrypted) {
+bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHardware, uint32_t nThreads,
+                        bool bEncrypted, const std::atomic<bool>* pSawEncrypted) {
     const AVCodec* pCodec = avcodec_find_decoder(pStream->codecpar->codec_id);
     if (pCodec == nullptr) {
         return false;
@@ -95,7 +100,9 @@ bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHa
     // Frame threads, one per core: decoding keeps pace with the ffmpeg tool,
     // and sixteen ports do not multiply threads beyond what the cores can run.
     const unsigned nCores = std::thread::hardware_concurrency();
-    m_pCodec->thread_count = nCores > 0 ? static_cast<int>(nCores) : 0;
+    m_pCodec->thread_count = nThreads > 0 ? static_cast<int>(nThreads)
+                             : nCores > 0 ? static_cast<int>(nCores)
+                                          : 0;
     m_pCodec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
     if (bHardware && TryHardware(pCodec)) {
         m_pCodec->hw_device_ctx = av_buffer_ref(m_pHwDevice.get());
@@ -107,7 +114,7 @@ bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHa
         EngineLog::AvFail(m_nPort, "hardware decoder", nErr);
         m_pHwDevice.reset();
         m_eHwFormat = AV_PIX_FMT_NONE;
-        return Open(pStream, info, false, bEncrypted, pSawEncrypted);
+        return Open(pStream, info, false, nThreads, bEncrypted, pSawEncrypted);
     }
     if (nErr < 0) {
         EngineLog::AvFail(m_nPort, "open video decoder", nErr);
@@ -137,7 +144,10 @@ void VideoDecoder::Start(PacketQueue* pQueue, VideoRenderer* pRenderer, const Fr
     m_pIndex = pIndex;
     m_start = start;
     m_nNextFrame = start.nFirstFrame;
-    m_nLastPacketPts = 0;
+    m_bPlacedSinceStart = false;
+    m_bDeliveredSinceStart = false;
+    m_pBeforeTarget.reset();
+    m_nFailuresInRow = 0;
     m_thread = std::thread(&VideoDecoder::Run, this);
 }
 
@@ -147,17 +157,19 @@ void VideoDecoder::Join() {
     }
 }
 
-void VideoDecoder::CountError(int nAvError) {
+void VideoDecoder::CountError(int nAvError, bool bPictureOut) {
     ++m_nErrors;
     if (m_nErrors == 1) {
         EngineLog::AvFail(m_nPort, "decode video", nAvError);
     }
-    if (m_nErrors < kErrorsToReport) {
+    m_nFailuresInRow = bPictureOut ? 0 : m_nFailuresInRow + 1;
+    if (m_bEncrypted || (m_pSawEncrypted != nullptr && m_pSawEncrypted->load())) {
+        if (m_nErrors >= kDecryptErrorsToReport) {
+            m_pCallbacks->ReportRunTime(2, TAVRIX_RT_DECRYPT);
+        }
         return;
     }
-    if (m_bEncrypted || (m_pSawEncrypted != nullptr && m_pSawEncrypted->load())) {
-        m_pCallbacks->ReportRunTime(2, TAVRIX_RT_DECRYPT);
-    } else {
+    if (m_nFailuresInRow >= kFailuresWithoutPicture) {
         m_pCallbacks->ReportRunTime(1, TAVRIX_RT_DECODE);
     }
 }
@@ -165,7 +177,9 @@ void VideoDecoder::CountError(int nAvError) {
 void VideoDecoder::Run() {
     pthread_setname_np(pthread_self(), "tavrix-vdec"); // names the thread in debuggers and top
     QueuedPacket item;
-    bool bWaitForKey = m_start.bFromKey;
+    // After a jump the demuxer hands out the key packet first; a file that
+    // starts without one (a cut recording) is decoded from its first packet.
+    bool bWaitForKey = m_start.bFromKey && m_start.bKeyIsKey;
     while (m_pQueue->Pop(&item)) {
         if (item.nSerial != m_pQueue->Serial()) {
             continue; // flushed while queued
@@ -178,17 +192,27 @@ void VideoDecoder::Run() {
             }
             bWaitForKey = false;
         }
-        m_pCodec->skip_frame =
-            m_bSkipNonRef.load() || (!item.bEos && IsSkippableLead(*item.pPacket)) ? AVDISCARD_NONREF
-                                                                                  : AVDISCARD_DEFAULT;
+        // Fast play's skipping waits for the first picture after a start:
+        // a jump's target is shown whatever the speed.
+        const bool bSkip = (m_bSkipNonRef.load() && m_bDeliveredSinceStart) ||
+                           (!item.bEos && IsSkippableLead(*item.pPacket));
+        m_pCodec->skip_frame = bSkip ? AVDISCARD_NONREF : AVDISCARD_DEFAULT;
         const int nErr = avcodec_send_packet(m_pCodec.get(), item.bEos ? nullptr : item.pPacket.get());
         if (nErr < 0 && nErr != AVERROR(EAGAIN) && nErr != AVERROR_EOF) {
-            CountError(nErr);
+            // A packet the decoder refuses is damage too, whether or not a
+            // picture still comes of it.
+            m_pReadings->nDamagedFrames.fetch_add(1);
+            CountError(nErr, false);
         }
         if (!ReceiveFrames()) {
             return;
         }
         if (item.bEos) {
+            // A jump whose target and everything after it could not be
+            // decoded shows the nearest picture before it rather than nothing.
+            if (!m_bDeliveredSinceStart && m_pBeforeTarget && !Present(std::move(m_pBeforeTarget))) {
+                return;
+            }
             auto pEos = std::make_unique<VideoFrame>();
             pEos->bEos = true;
             pEos->nSerial = item.nSerial;
@@ -199,31 +223,47 @@ void VideoDecoder::Run() {
 }
 
 bool VideoDecoder::IsStartPacket(const AVPacket& packet) {
-    // The same time the frame index gave the packet.
-    const int64_t nPts = packet.pts != AV_NOPTS_VALUE   ? packet.pts
-                         : packet.dts != AV_NOPTS_VALUE ? packet.dts
-                                                        : m_nLastPacketPts;
-    m_nLastPacketPts = nPts;
-    return (packet.flags & AV_PKT_FLAG_KEY) != 0 && nPts == m_start.nKeyPts;
+    // The demuxer leaves out everything before the key packet of a jump, or
+    // of a damaged key packet the next key packet after it.
+    return (packet.flags & AV_PKT_FLAG_KEY) != 0;
 }
 
 bool VideoDecoder::IsSkippableLead(const AVPacket& packet) const {
     // Between the key frame and the target of a jump, a picture that shows
     // before the target and that nothing refers to is neither shown nor
     // needed: not decoding it shortens the jump. Only for codecs whose
-    // packets carry true presentation times in the containers we read.
-    if (!m_start.bFromKey || packet.pts == AV_NOPTS_VALUE || !m_bLeadSkipCodec) {
+    // packets carry true presentation times, and not where the container
+    // gives decode times only.
+    if (!m_start.bFromKey || packet.pts == AV_NOPTS_VALUE || !m_bLeadSkipCodec ||
+        m_pIndex->DecodeTimesOnly()) {
         return false;
     }
     return packet.pts < m_start.nTargetPts;
 }
 
-uint32_t VideoDecoder::NumberOf(int64_t nPts) {
+int64_t VideoDecoder::NumberOf(int64_t nPts) {
     // The index knows every picture's place; counting is the fallback while
-    // it is being built (and then play started at frame 0 and skips nothing).
-    const int64_t n = (m_pIndex != nullptr && nPts != AV_NOPTS_VALUE) ? m_pIndex->FrameOfPts(nPts) : -1;
-    const uint32_t nNum = n >= 0 ? static_cast<uint32_t>(n) : m_nNextFrame;
-    m_nNextFrame = nNum + 1;
+    // it is being built (and then play started at frame 0 and skips nothing)
+    // and for a picture whose time the index does not know.
+    const int64_t nIndexed = (m_pIndex != nullptr && m_pIndex->IsComplete() && nPts != AV_NOPTS_VALUE)
+                                 ? m_pIndex->FrameOfDecodedPts(nPts, m_pCodec->has_b_frames)
+                                 : -1;
+    if (m_start.bFromKey && nIndexed < 0 && !m_bPlacedSinceStart) {
+        // Before the first picture the index places, a picture's place after
+        // a jump is unknown: before the target by its time, or (decode times
+        // only) not shown.
+        const bool bBefore =
+            m_pIndex->DecodeTimesOnly() || (nPts != AV_NOPTS_VALUE && nPts < m_start.nTargetPts);
+        if (bBefore) {
+            return -1;
+        }
+    }
+    const int64_t nNum = nIndexed >= 0 ? nIndexed : static_cast<int64_t>(m_nNextFrame);
+    m_bPlacedSinceStart = true;
+    m_nNextFrame = static_cast<uint32_t>(nNum + 1);
+    if (m_start.bFromKey && nNum < m_start.nFirstFrame) {
+        return -1; // decoded only as a reference for the target
+    }
     return nNum;
 }
 
@@ -238,11 +278,15 @@ bool VideoDecoder::ReceiveFrames() {
             return true;
         }
         if (nErr < 0) {
-            CountError(nErr);
+            CountError(nErr, false);
             return true;
         }
         if (pFrame->decode_error_flags != 0 || (pFrame->flags & AV_FRAME_FLAG_CORRUPT)) {
-            CountError(AVERROR_INVALIDDATA);
+            // Shown as the decoder concealed it, and counted.
+            m_pReadings->nDamagedFrames.fetch_add(1);
+            CountError(AVERROR_INVALIDDATA, true);
+        } else {
+            m_nFailuresInRow = 0;
         }
         if (!Deliver(std::move(pFrame))) {
             return false;
@@ -269,23 +313,41 @@ bool VideoDecoder::Deliver(FramePtr pFrame) {
     }
     // The packet's own time first: it is what the frame index sorted by.
     const int64_t nPts = pFrame->pts != AV_NOPTS_VALUE ? pFrame->pts : pFrame->best_effort_timestamp;
-    if (m_start.bFromKey && nPts != AV_NOPTS_VALUE && nPts < m_start.nTargetPts) {
-        return true; // decoded only as a reference for the target
-    }
+    const int64_t nNum = NumberOf(nPts);
     auto pOut = std::make_unique<VideoFrame>();
-    pOut->nFrameNum = NumberOf(nPts);
-    const int64_t nPtsUs =
-        nPts != AV_NOPTS_VALUE ? av_rescale_q(nPts, m_timeBase, AV_TIME_BASE_Q) : m_nFileStartUs;
+    pOut->nFrameNum = nNum >= 0 ? static_cast<uint32_t>(nNum) : 0;
+    // A picture the index places takes its time from the index: with decode
+    // times only, the decoder's own guess lags by its reorder depth.
+    const int64_t nIndexPts = (nNum >= 0 && m_pIndex != nullptr && m_pIndex->IsComplete())
+                                  ? m_pIndex->PtsOfFrame(static_cast<uint32_t>(nNum))
+                                  : AV_NOPTS_VALUE;
+    const int64_t nTimePts = nIndexPts != AV_NOPTS_VALUE ? nIndexPts : nPts;
+    const int64_t nPtsUs = nTimePts != AV_NOPTS_VALUE ? StampUs(nTimePts, m_timeBase) : m_nFileStartUs;
     pOut->nPtsUs = nPtsUs - m_nFileStartUs;
     pOut->nSourcePtsUs = nPtsUs - m_nVideoStartUs;
     pOut->nClockUs = pOut->nPtsUs;
-    pOut->nDurationUs = pFrame->pkt_duration > 0
-                            ? av_rescale_q(pFrame->pkt_duration, m_timeBase, AV_TIME_BASE_Q)
-                            : m_nFrameDurUs;
+    pOut->nDurationUs = pFrame->pkt_duration > 0 ? StampUs(pFrame->pkt_duration, m_timeBase) : m_nFrameDurUs;
     pOut->nSerial = m_pQueue->Serial();
-    m_pReadings->nWidth = pFrame->width;
-    m_pReadings->nHeight = pFrame->height;
     pOut->pFrame = std::move(pFrame);
+    if (nNum < 0) {
+        // Kept until the next one: the nearest picture before the target,
+        // under the number the index gives its time.
+        const int64_t nIndexed =
+            nPts != AV_NOPTS_VALUE ? m_pIndex->FrameOfDecodedPts(nPts, m_pCodec->has_b_frames) : -1;
+        pOut->nFrameNum = nIndexed >= 0             ? static_cast<uint32_t>(nIndexed)
+                          : m_start.nFirstFrame > 0 ? m_start.nFirstFrame - 1
+                                                    : 0;
+        m_pBeforeTarget = std::move(pOut);
+        return true;
+    }
+    m_pBeforeTarget.reset();
+    return Present(std::move(pOut));
+}
+
+bool VideoDecoder::Present(std::unique_ptr<VideoFrame> pOut) {
+    m_bDeliveredSinceStart = true;
+    m_pReadings->nWidth = pOut->pFrame->width;
+    m_pReadings->nHeight = pOut->pFrame->height;
     if (m_pCallbacks->WantsYv12() && !m_yuv.ToYv12(pOut->pFrame.get(), &pOut->vecYv12)) {
         pOut->vecYv12.clear();
     }

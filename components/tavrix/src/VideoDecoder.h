@@ -27,6 +27,7 @@ public:
     // at the key packet a target frame needs, showing nothing before the target.
     struct StartPoint {
         bool bFromKey = false;
+        bool bKeyIsKey = true;    // false: footage that starts without a key frame
         int64_t nKeyPts = 0;      // the key packet's time (stream time base)
         int64_t nTargetPts = 0;   // pictures before this time are decoded but not shown
         uint32_t nFirstFrame = 0; // display index of the first picture shown
@@ -40,8 +41,9 @@ public:
     // bHardware asks for a hardware device; bEncrypted (or *pSawEncrypted,
     // set by the demuxer when still-encrypted packets pass) makes decode
     // errors count as a decryption failure. False if the codec cannot open.
-    bool Open(const AVStream* pStream, const MediaInfo& info, bool bHardware, bool bEncrypted,
-              const std::atomic<bool>* pSawEncrypted);
+    // nThreads 0: one per core.
+    bool Open(const AVStream* pStream, const MediaInfo& info, bool bHardware, uint32_t nThreads,
+              bool bEncrypted, const std::atomic<bool>* pSawEncrypted);
     // pIndex (may be null, outlives the thread) numbers the pictures once complete.
     void Start(PacketQueue* pQueue, VideoRenderer* pRenderer, const FrameIndex* pIndex,
                const StartPoint& start);
@@ -57,10 +59,13 @@ private:
     void Run();
     bool ReceiveFrames();
     bool Deliver(FramePtr pFrame);
+    bool Present(std::unique_ptr<VideoFrame> pOut);
     bool IsStartPacket(const AVPacket& packet);
     bool IsSkippableLead(const AVPacket& packet) const;
-    uint32_t NumberOf(int64_t nPts);
-    void CountError(int nAvError);
+    // Display frame of a decoded picture; -1 for one before a jump's target.
+    int64_t NumberOf(int64_t nPts);
+    // bPictureOut: the failure still gave a (concealed) picture.
+    void CountError(int nAvError, bool bPictureOut);
     void CallDecodeCallback(const VideoFrame& frame);
 
     const int m_nPort;
@@ -79,12 +84,15 @@ private:
     bool m_bLeadSkipCodec = false; // H.264 or HEVC: non-reference pictures before a jump's target are skipped
     const std::atomic<bool>* m_pSawEncrypted = nullptr;
     int m_nErrors = 0;
+    int m_nFailuresInRow = 0; // decode thread only
     PacketQueue* m_pQueue = nullptr;
     VideoRenderer* m_pRenderer = nullptr;
     const FrameIndex* m_pIndex = nullptr;
-    StartPoint m_start;        // decode thread only while it runs
-    uint32_t m_nNextFrame = 0; // decode thread only
-    int64_t m_nLastPacketPts = 0;
+    StartPoint m_start;                          // decode thread only while it runs
+    uint32_t m_nNextFrame = 0;                   // decode thread only
+    bool m_bPlacedSinceStart = false;            // a picture was numbered; decode thread only
+    bool m_bDeliveredSinceStart = false;         // a picture went to the renderer; decode thread only
+    std::unique_ptr<VideoFrame> m_pBeforeTarget; // nearest picture before a jump's target; decode thread only
     std::atomic<bool> m_bSkipNonRef{false};
     YuvConverter m_yuv;
     std::thread m_thread;

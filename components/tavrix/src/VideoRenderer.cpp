@@ -33,6 +33,7 @@ void VideoRenderer::Start(bool bRealTime, bool bPaused) {
         m_nSteps = 0;
         m_nSpeedStep = 0;
     }
+    m_pReadings->bPaused = bPaused;
     m_pLast.reset();
     m_clock = FrameClock();
     m_thread = std::thread(&VideoRenderer::Run, this);
@@ -131,12 +132,15 @@ void VideoRenderer::SetPaused(bool bPaused) {
             m_nSteps = std::max(m_nSteps, 1);
         }
     }
+    // Sound decoded for nobody waits on a paused picture without a time bound.
+    m_pReadings->bPaused = bPaused;
+    m_pReadings->NotifyProgress();
     m_cvWork.notify_all();
 }
 
-bool VideoRenderer::ShownSinceGate() const {
+bool VideoRenderer::CounterNamesShown() const {
     std::lock_guard<std::mutex> lock(m_mtx);
-    return m_bShownSinceGate;
+    return m_bShownSinceGate || m_bHoldFirst;
 }
 
 void VideoRenderer::SetRealTime(bool bRealTime) {
@@ -157,6 +161,26 @@ void VideoRenderer::SetSink(std::shared_ptr<FrameSink> pSink) {
     }
     m_cvWork.notify_all();
     // pOld goes here, outside the lock: its destructor talks to the GUI thread.
+}
+
+void VideoRenderer::SetMasterClock(MasterClock fnMaster) {
+    std::lock_guard<std::mutex> lock(m_mtx);
+    m_fnMaster = std::move(fnMaster);
+}
+
+void VideoRenderer::FollowMaster(const VideoFrame& front, std::chrono::steady_clock::time_point now) {
+    // Sound plays only at normal speed and forward (in reverse the clock
+    // values are negated stamps), so only then does it lead; otherwise, and
+    // while it does not know what plays (paused, flushed by a jump, run dry),
+    // the pictures keep their own clock. The picture held after a turn keeps
+    // its interval.
+    int64_t nMasterUs = 0;
+    if (m_fnMaster && m_clock.SpeedStep() == 0 && !m_bHoldFirst && front.nClockUs == front.nPtsUs &&
+        m_fnMaster(now, &nMasterUs)) {
+        m_clock.Follow(nMasterUs, now, front.nClockUs);
+    } else {
+        m_clock.LoseMaster();
+    }
 }
 
 void VideoRenderer::RequestRefresh() {
@@ -246,6 +270,7 @@ void VideoRenderer::Run() {
         }
         bool bToWindow = m_pSink != nullptr;
         if (m_bRealTime && !bStep) {
+            FollowMaster(front, now);
             const auto tDue = m_clock.DueTime(front.nClockUs, now);
             if (now < tDue) {
                 // Wake early for commands; the loop re-evaluates the front.

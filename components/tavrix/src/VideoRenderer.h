@@ -14,6 +14,7 @@
 
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -47,20 +48,27 @@ public:
     void OpenGate(bool bShowFirst, bool bTurn = false);
     // While paused: show the next picture of the ring, then stay paused.
     void Step();
-    // Whether a picture has shown since the gate last opened: until then the
-    // counter names the frame the next picture will be.
-    bool ShownSinceGate() const;
+    // The counter names the picture on screen (not the next one to show):
+    // a picture has shown since the gate opened, or a turn holds the old one.
+    bool CounterNamesShown() const;
     // Speed as a power of two, -4..4; above 0 late pictures are skipped.
     void SetSpeedStep(int nStep);
 
     void SetPaused(bool bPaused);
     void SetRealTime(bool bRealTime);
+    // The sound clock, which leads while it knows the stream time playing
+    // (see FollowMaster): answers false when it does not. Called on the render
+    // thread with this renderer's lock held, so it must take no lock that is
+    // held while calling into the renderer.
+    using MasterClock = std::function<bool(std::chrono::steady_clock::time_point now, int64_t* pnPtsUs)>;
+    void SetMasterClock(MasterClock fnMaster);
     void SetSink(std::shared_ptr<FrameSink> pSink);
     void RequestRefresh();
     bool Ended() const;
 
 private:
     void Run();
+    void FollowMaster(const VideoFrame& front, std::chrono::steady_clock::time_point now);
     void CallDisplay(VideoFrame& frame);
     void Publish(const VideoFrame& frame);
     void FireFileEnd();
@@ -88,6 +96,7 @@ private:
     std::condition_variable m_cvCallbackDone;          // CloseGate waits for m_bInCallback to clear
     int m_nSpeedStep = 0;                              // requested speed; guarded by m_mtx
     std::shared_ptr<FrameSink> m_pSink;                // guarded by m_mtx
+    MasterClock m_fnMaster;                            // guarded by m_mtx
 
     // Owned by the render thread while it runs.
     std::unique_ptr<VideoFrame> m_pLast;
