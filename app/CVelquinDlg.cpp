@@ -668,6 +668,7 @@ bool CVelquinDlg::InitConnections() {
         connect(m_pSliderSound, &CCustomSlider::Sig_ChangeValue, this, &CVelquinDlg::On_SliderSetVolume));
 
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_FileEnd, this, &CVelquinDlg::On_FilePlayEnd));
+    bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_OpenFinished, this, &CVelquinDlg::On_WndOpenFinished));
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_ChangeSelWnd, this, &CVelquinDlg::On_ChangeSelectWnd));
     bOk &=
         bool(connect(m_pDlgShow, &CDlgShow::Sig_UpdateCtrlStatus, this, &CVelquinDlg::On_UpdateCtrlsState));
@@ -1091,35 +1092,6 @@ void CVelquinDlg::ShowListFullMessage() {
     ShowInfoMessage(IDS_MainWnd_PlaylistIsMax, QStringLiteral("Playlist is Maximum, can not add!"));
 }
 
-bool CVelquinDlg::OpenFileList(QStringList lstPaths) {
-    if (lstPaths.isEmpty() || !m_pDlgShow || !m_pPlaylist)
-        return false;
-    for (int i = 0; i < lstPaths.size(); ++i) {
-        if (IsPlaylistFull()) {
-            ShowListFullMessage();
-            break;
-        }
-        // A fresh request per path: a key read from one row must not reach the
-        // next file's new row. What a row knows (type, key, flags) is read below.
-        OpenInfo stInfo;
-        stInfo.strFilePath = lstPaths.at(i);
-        stInfo.nMediaType = 1;
-        m_pPlaylist->AddFile(&stInfo);
-        const int nRow = m_pPlaylist->GetRowByPath(stInfo.strFilePath);
-        if (nRow < 0)
-            continue;
-        m_pPlaylist->GetOpenInfo(nRow, &stInfo);
-        if (lstPaths.size() == 1)
-            return On_OpenFileInSelWnd(&stInfo);
-        // Several paths fill the windows from the first on; the rest only join the list.
-        if (i < m_pDlgShow->GetPlayWndNum()) {
-            m_pDlgShow->On_ChangeSelWnd(i);
-            PlayFileInWnd(i, &stInfo);
-        }
-    }
-    return true;
-}
-
 bool CVelquinDlg::On_AddFiles() {
     if (!m_pPlaylist)
         return false;
@@ -1214,63 +1186,6 @@ void CVelquinDlg::ClearRowProgress(const QString& strPath) {
     m_pPlaylist->UpdatePlayProgress(mapProgress);
 }
 
-bool CVelquinDlg::PlayFileInWnd(int nWnd, OpenInfo* pOpenInfo) {
-    if (!m_pDlgShow || !m_pPlaylist || nWnd < 0 || nWnd >= MAX_PLAY_WND || !pOpenInfo)
-        return false;
-    if (m_pDlgShow->IsSyncPlay())
-        return false;
-
-    // The file that leaves this window no longer shows progress in its row, unless
-    // another window still plays it.
-    const QString strLeaving = m_pDlgShow->GetWndFilePath(nWnd);
-    if (CountActiveWndsWithPath(strLeaving, nWnd) == 0)
-        ClearRowProgress(strLeaving);
-
-    pOpenInfo->bHardDecode = m_stPlayerCfg.bStartHardDecodeEngine;
-    const bool bSelected = (nWnd == m_pDlgShow->GetSelWndIndex());
-    if (!m_pDlgShow->OpenFileInWnd(nWnd, pOpenInfo)) {
-        // The window reports the failure itself; the row says it cannot be played.
-        m_pPlaylist->MarkInvalidFile(pOpenInfo->strFilePath, true);
-        if (bSelected)
-            On_UpdateCtrlsState();
-        return false;
-    }
-    m_pPlaylist->MarkInvalidFile(pOpenInfo->strFilePath, false);
-
-    // Only the selected window sounds.
-    if (bSelected && !m_bMute)
-        m_pDlgShow->SetVolume(nWnd, true, m_nVolume, false);
-    else
-        m_pDlgShow->SetVolume(nWnd, false, 0, false);
-
-    // Saved position: the exit stores the played windows first, with their
-    // progress, then every row with none; the first entry of this path that has a
-    // progress decides, so a file that is also a row still resumes. A row the
-    // thumbnail thread has not examined yet is a local file all the same.
-    if (pOpenInfo->nMediaType != 2 && m_stPlayerCfg.bKeepPlayProgress) {
-        for (const PlaylistFileCfg& stEntry : m_stPlayerCfg.lstPlaylistFiles) {
-            if (stEntry.nFilePlayProgress > 0 && stEntry.strFilePath == pOpenInfo->strFilePath) {
-                m_pDlgShow->SetTimePos(nWnd, uint(stEntry.nFilePlayProgress));
-                break;
-            }
-        }
-    }
-
-    if (bSelected) {
-        On_UpdateCtrlsState();
-        On_PlayerTimer();
-    }
-
-    if (!m_pPlayerTimer) {
-        m_pPlayerTimer = new QTimer(this);
-        if (!connect(m_pPlayerTimer, &QTimer::timeout, this, &CVelquinDlg::On_PlayerTimer))
-            return false;
-    }
-    if (!m_pPlayerTimer->isActive())
-        m_pPlayerTimer->start(PLAYER_TIMER_MS);
-    return true;
-}
-
 bool CVelquinDlg::StopWnd(int nWnd) {
     if (!m_pDlgShow || m_pDlgShow->IsSyncPlay() || nWnd < 0 || nWnd >= MAX_PLAY_WND)
         return false;
@@ -1305,67 +1220,6 @@ void CVelquinDlg::UpdateSyncBtnState() {
     m_pBtnSyncPlay->setEnabled(nActive >= 2 && !bAnyNet);
 }
 
-bool CVelquinDlg::On_FilePlayEnd(int nPlayWndIndex) {
-    if (!m_pDlgShow || !m_pPlaylist || nPlayWndIndex < 0 || nPlayWndIndex >= MAX_PLAY_WND)
-        return false;
-    const QString strPath = m_pDlgShow->GetWndFilePath(nPlayWndIndex);
-    if (CountActiveWndsWithPath(strPath, nPlayWndIndex) == 0)
-        ClearRowProgress(strPath);
-    if (nPlayWndIndex == m_pDlgShow->GetSelWndIndex())
-        m_bSliderPressed = false; // a drag in progress must not freeze the slider
-
-    if (!m_pDlgShow->IsSyncPlay()) {
-        switch (m_nPlayMode) {
-        case 2:
-        case 4: {
-            // The next row plays in the window that ended, searched from the ended
-            // file's row: only the list order counts, not the selection.
-            const int nCur = m_pPlaylist->GetRowByPath(strPath);
-            if (nCur < 0)
-                return false;
-            int nDst = nCur + 1;
-            int nVisits = 0;
-            for (;;) {
-                if (nDst > m_pPlaylist->count() - 1) {
-                    if (m_nPlayMode == 2) {
-                        StopWnd(nPlayWndIndex);
-                        break;
-                    }
-                    nDst = 0;
-                }
-                if (nDst == nCur) {
-                    // Every other row was tried: a list of one plays it again, a list
-                    // where nothing opens ends here instead of going round for ever.
-                    qDebug() << "On_FilePlayEnd nDstPlayIndex == nCurPlayIndex";
-                    if (++nVisits >= 2)
-                        break;
-                }
-                OpenInfo stInfo;
-                if (m_pPlaylist->GetOpenInfo(nDst, &stInfo) && stInfo.nMediaType != 2) {
-                    // A file gone from disk is marked without an open attempt, so that
-                    // a list of missing files does not raise one error box each.
-                    if (!QFile::exists(stInfo.strFilePath))
-                        m_pPlaylist->MarkInvalidFile(stInfo.strFilePath, true);
-                    else if (PlayFileInWnd(nPlayWndIndex, &stInfo))
-                        break;
-                }
-                ++nDst;
-            }
-            break;
-        }
-        case 3:
-            StopWnd(nPlayWndIndex);
-            ReplayWnd(nPlayWndIndex);
-            break;
-        default:
-            StopWnd(nPlayWndIndex);
-            break;
-        }
-        UpdateSyncBtnState();
-    }
-    return true;
-}
-
 void CVelquinDlg::ErrorToStopPlay(QString strFileName, int nErrorType, bool bSRFile) {
     switch (nErrorType) {
     case 0:
@@ -1395,7 +1249,10 @@ void CVelquinDlg::StopWndsWithPath(const QString& strPath) {
     bool bAny = false;
     if (m_pDlgShow && !m_pDlgShow->IsSyncPlay() && !strPath.isEmpty()) {
         for (int i = 0; i < MAX_PLAY_WND; ++i) {
-            if (IsActiveState(m_pDlgShow->GetPlayState(i)) && m_pDlgShow->GetWndFilePath(i) == strPath) {
+            // A window whose file opened but could not start play (state 4) is
+            // the window of the error as well.
+            const int nState = m_pDlgShow->GetPlayState(i);
+            if ((IsActiveState(nState) || nState == 4) && m_pDlgShow->GetWndFilePath(i) == strPath) {
                 StopWnd(i);
                 bAny = true;
             }
@@ -1723,10 +1580,12 @@ void CVelquinDlg::dropEvent(QDropEvent* ev) {
             m_pDlgShow->SelectWndByPos(ptGlobal);
         PlayFileInWnd(m_pDlgShow->GetSelWndIndex(), &lstOpen.first());
     } else {
+        HoldSelReaction(true);
         for (int i = 0; i < m_pDlgShow->GetPlayWndNum() && i < lstOpen.size(); ++i) {
             m_pDlgShow->On_ChangeSelWnd(i);
             PlayFileInWnd(i, &lstOpen[i]);
         }
+        HoldSelReaction(false);
     }
     if (m_pAutoExpandWnd)
         m_pAutoExpandWnd->hide();
@@ -2264,6 +2123,11 @@ bool CVelquinDlg::On_PlayerTimer() {
 bool CVelquinDlg::On_ChangeSelectWnd(int nPlayWndIndex) {
     if (!m_pDlgShow)
         return false;
+    if (m_bHoldSelReaction) {
+        // Many windows filled in a row: the controls follow the last one, once.
+        m_bSelReactionPending = true;
+        return true;
+    }
     for (int i = 0; i < MAX_PLAY_WND; ++i)
         m_pDlgShow->SetVolume(i, false, 0, false);
     if (!m_bMute)

@@ -11,6 +11,7 @@
 
 #include "CPlayerConfigFile.h"
 #include "IObserverBase.h"
+#include "OpenInfo.h"
 #include "PlayerConfig.h"
 
 class QAction;
@@ -39,7 +40,6 @@ class CDlgShow;
 class CSkinButton;
 class CPlaylist;
 class AutoExpandWnd;
-struct OpenInfo;
 
 // The one top level window: builds the bars around the stage, turns every user
 // command into a call on the stage, and derives what the controls show from
@@ -127,7 +127,14 @@ public slots:
     bool On_OpenFolder();
     bool On_AddFiles();
     bool On_OpenFileInSelWnd(OpenInfo* pOpenInfo);
+    // Starts the open of pOpenInfo in window nWnd; the window reads the file on a
+    // worker and On_WndOpenFinished does the rest. False when it could not start
+    // (the row is then marked invalid at once).
     bool PlayFileInWnd(int nWnd, OpenInfo* pOpenInfo);
+    // A window's open has ended: the row's mark, sound, saved position and timer
+    // for a file that plays; the mark, and the play mode's search going on, for
+    // one that failed.
+    bool On_WndOpenFinished(int nWnd, bool bOk);
     bool AskDecryptKeys(QMap<QString, QString>& mapKeys);
     bool On_ShowInputKeyDlg();
     bool StopWnd(int nWnd);
@@ -218,6 +225,15 @@ private:
     void RetranslateWidgets();
     void RetranslateMenus();
 
+    // Opening (CVelquinDlgOpen.cpp)
+    bool FinishPlayFileInWnd(int nWnd, OpenInfo* pOpenInfo);
+    // The play mode's search for the next row after strEndedPath ended in nWnd,
+    // from row nDst on with nVisits visits of the ended row so far.
+    bool PlayNextRow(int nWnd, const QString& strEndedPath, int nDst, int nVisits);
+    // While held, selection changes only note that the controls must follow;
+    // letting go makes them follow the selected window once.
+    void HoldSelReaction(bool bHold);
+
     // Helpers
     bool ShowFileDialog(QStringList& lstPaths, int nMax);
     bool ShowFolderDialog(QStringList& lstPaths, int nMax);
@@ -240,6 +256,21 @@ private:
     void ApplyStyle(QWidget* pWidget, int nStyleIndex);
     static QString Text(const QString& strKey, const QString& strDefault);
     static QString FormatHms(uint nSeconds);
+
+    // An open started by PlayFileInWnd whose window has not finished it, per window.
+    struct PendingOpen {
+        bool bActive = false;
+        OpenInfo stInfo;
+        // Chosen by the play mode's search at the end of strEndedPath: should it
+        // fail, the search goes on from nNextRow.
+        bool bFromEndSearch = false;
+        QString strEndedPath;
+        int nNextRow = 0;
+        int nVisits = 0;
+    };
+    PendingOpen m_stPendingOpen[16];
+    bool m_bHoldSelReaction = false;
+    bool m_bSelReactionPending = false;
 
     // Window state
     QPoint m_ptDragOffset;

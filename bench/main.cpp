@@ -9,6 +9,8 @@
 //   velquin-bench stepback FILE FROM COUNT [--no-peer]
 //   velquin-bench reverse FILE [--seconds S] [--no-peer]
 //   velquin-bench index FILE [--no-peer]
+//   velquin-bench avdrift FILE
+#include "AvDriftBench.h"
 #include "BenchPort.h"
 #include "CpuMeter.h"
 #include "PeerDecode.h"
@@ -30,15 +32,18 @@ using Clock = BenchPort::Clock;
 const auto kUnpacedLimit = std::chrono::hours(1);
 
 int Usage() {
-    std::fprintf(stderr,
-                 "usage: velquin-bench framemd5 FILE [--key TEXT]\n"
-                 "       velquin-bench thumbs DIR\n"
-                 "       velquin-bench throughput FILE [--ports N] [--realtime SECONDS] [--threads T]\n"
-                 "       velquin-bench first-frame FILE\n"
-                 "       velquin-bench seek FILE N... [--no-peer]\n"
-                 "       velquin-bench stepback FILE FROM COUNT [--no-peer]\n"
-                 "       velquin-bench reverse FILE [--seconds S] [--no-peer]\n"
-                 "       velquin-bench index FILE [--no-peer]\n");
+    std::fprintf(
+        stderr,
+        "usage: velquin-bench framemd5 FILE [--threads N] [--key TEXT]\n"
+        "       (--threads N after FILE sets the engine's decoding threads for any command but throughput)\n"
+        "       velquin-bench thumbs DIR\n"
+        "       velquin-bench throughput FILE [--ports N] [--realtime SECONDS] [--threads T]\n"
+        "       velquin-bench first-frame FILE\n"
+        "       velquin-bench seek FILE N... [--no-peer]\n"
+        "       velquin-bench stepback FILE FROM COUNT [--no-peer]\n"
+        "       velquin-bench reverse FILE [--seconds S] [--no-peer]\n"
+        "       velquin-bench index FILE [--no-peer]\n"
+        "       velquin-bench avdrift FILE\n");
     return 2;
 }
 
@@ -79,9 +84,14 @@ int RunFrameMd5(const QString& strFile, const QString& strKey) {
         std::fprintf(stderr, "velquin-bench: %s never reached its end\n", qPrintable(strFile));
         return 1;
     }
+    // Damaged pictures are shown as the decoder concealed them; what a
+    // decoder fills in where it could not decode may differ from run to run.
+    const uint32_t nDamaged = Tavrix_GetDamagedFrames(port.Port());
     port.Close();
     for (size_t i = 0; i < hashes.size(); ++i)
         std::printf("%zu,%s\n", i, hashes[i].c_str());
+    if (nDamaged > 0)
+        std::fprintf(stderr, "velquin-bench: damaged pictures: %u\n", nDamaged);
     return 0;
 }
 
@@ -237,7 +247,13 @@ int RunTransport(const QString& strCommand, const QString& strFile, QStringList 
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv); // QProcess wants an application object
-    const QStringList args = app.arguments().mid(1);
+    QStringList args = app.arguments().mid(1);
+    // --threads N before the command's own arguments: decoding threads of the
+    // engine's ports (throughput keeps its own --threads for the peer).
+    if (args.size() >= 4 && args[0] != "throughput" && args[2] == "--threads" && args[3].toUInt() > 0) {
+        BenchPort::SetDecodeThreads(args[3].toUInt());
+        args.erase(args.begin() + 2, args.begin() + 4);
+    }
     if (args.size() < 2)
         return Usage();
     const QString& strCommand = args[0];
@@ -252,6 +268,8 @@ int main(int argc, char** argv) {
         return RunFirstFrame(strFile);
     if (strCommand == "seek" || strCommand == "stepback" || strCommand == "reverse" || strCommand == "index")
         return RunTransport(strCommand, strFile, args.mid(2));
+    if (strCommand == "avdrift" && args.size() == 2)
+        return RunAvDrift(strFile);
     ThroughputOptions options;
     if (strCommand == "throughput" && ParseThroughputOptions(args.mid(2), options))
         return RunThroughput(strFile, options);

@@ -3,9 +3,11 @@
 # the same files: single-port unpaced throughput, time to first frame and many
 # ports in real time (the ffmpeg tool); frame-exact jumps (mpv and the ffmpeg
 # tool), single steps back, reverse play (mpv), the frame index of a
-# 10-minute recording (ffprobe), and the playlist's thumbnails and file facts
-# for 200 recordings (ffmpegthumbnailer); last, an encrypted recording played
-# with its key is checked against the ffmpeg tool's decode of its source.
+# 10-minute recording in MP4, in one transport stream and in ten joined
+# segments (ffprobe), and the playlist's thumbnails and file facts
+# for 200 recordings (ffmpegthumbnailer); sound against picture over ten
+# minutes; last, an encrypted recording played with its key is checked against
+# the ffmpeg tool's decode of its source.
 # Usage: run-benchmarks.sh [MEDIA_DIR] (default /tmp/velquin-bench-media).
 # VELQUIN_BENCH names the velquin-bench program if it is not on the PATH.
 set -euo pipefail
@@ -39,6 +41,19 @@ clip d1_25fps_10min.mp4 704x576 600 ultrafast
 # The same recording as a transport stream, as recorders write it: no sample
 # table to read, so the index has to scan every packet.
 [ -s "$OUT/d1_25fps_10min.ts" ] || "${FF[@]}" -i "$OUT/d1_25fps_10min.mp4" -c copy -f mpegts "$OUT/d1_25fps_10min.ts"
+# Ten 1-minute recorder segments joined by cat: the time stamps restart nine
+# times, and the index numbers the frames across every restart.
+if [ ! -s "$OUT/d1_joined_10min.ts" ]; then
+  for i in $(seq 0 9); do
+    src=testsrc2
+    [ $((i % 2)) -eq 1 ] && src=testsrc
+    "${FF[@]}" -f lavfi -i "$src=size=704x576:rate=25:duration=60" -c:v libx264 -preset ultrafast -g 50 -bf 2 \
+      -pix_fmt yuv420p -f mpegts "$OUT/joined_part$i.ts"
+  done
+  cat $(for i in $(seq 0 9); do echo "$OUT/joined_part$i.ts"; done) > "$OUT/d1_joined_10min.tmp.ts"
+  rm -f "$OUT"/joined_part?.ts
+  mv "$OUT/d1_joined_10min.tmp.ts" "$OUT/d1_joined_10min.ts"
+fi
 
 run() { echo "== velquin-bench $*"; "$BENCH" "$@"; echo; }
 run throughput "$OUT/d1_25fps_20s.mp4"
@@ -59,6 +74,28 @@ run reverse "$OUT/hd_25fps_10s.mp4" --seconds 10
 run index "$OUT/d1_25fps_10min.mp4"
 run index "$OUT/d1_25fps_10min.ts"
 
+# Sixteen D1 recordings with sound opened together in the sixteen-window stage
+# of the real main dialog, to their sixteen first pictures, against sixteen
+# ffmpeg tool processes started together (velquin-open-bench, beside
+# velquin-bench; Qt offscreen and SDL's dummy sound unless set otherwise).
+OPEN_BENCH=${VELQUIN_OPEN_BENCH:-velquin-open-bench}
+if [ -z "${VELQUIN_OPEN_BENCH:-}" ] && [[ "$BENCH" == */* ]]; then
+  OPEN_BENCH="$(dirname "$BENCH")/velquin-open-bench"
+fi
+OPEN16=()
+for i in $(seq 1 16); do
+  name=$(printf 'open16_ch%02d_20240315120000.mp4' "$i")
+  [ -s "$OUT/$name" ] || "${FF[@]}" -f lavfi -i "testsrc2=size=704x576:rate=25:duration=20" \
+    -f lavfi -i "sine=frequency=$((300 + 40 * i)):duration=20" -c:v libx264 -preset veryfast -g 50 -bf 2 \
+    -pix_fmt yuv420p -c:a aac -shortest "$OUT/$name"
+  OPEN16+=("$OUT/$name")
+done
+echo "== velquin-open-bench (16 files)"
+QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen} SDL_AUDIODRIVER=${SDL_AUDIODRIVER:-dummy} \
+  "$OPEN_BENCH" "${OPEN16[@]}"
+echo
+run index "$OUT/d1_joined_10min.ts"
+
 # Playlist thumbnails and file facts: 200 short recordings of the usual sizes,
 # each named with its channel and start as recorders write them, against
 # ffmpegthumbnailer making a first-frame thumbnail of each.
@@ -74,6 +111,12 @@ done | while read -r name size stamp; do
     -pix_fmt yuv420p -metadata creation_time="$stamp" "$THUMBS/$name"
 done
 run thumbs "$THUMBS"
+# Sound against picture over ten minutes, in real time through SDL's disk
+# driver: a beep and a white flash at every second; av_drift_ms is how far the
+# beep-to-flash offset of the last ten seconds is from that of the first ten.
+# The clip is the test media's (the sound test plays its 60 s sibling).
+bash "$(dirname "$0")/../scripts/make-test-media.sh" "$OUT/media" --long >/dev/null
+run avdrift "$OUT/media/beep_flash_600s.mkv"
 # An encrypted recording played with its key, for the frame checksums.
 ENC="$OUT/enc_velquin123.mp4"
 if [ ! -s "$ENC" ]; then

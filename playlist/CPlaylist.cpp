@@ -299,6 +299,9 @@ bool CPlaylist::GetGlobalTimeRange(QString strFilePath, FILE_INFO_SYNC* pGlobalT
     pRow->GetFileInfo(&stFileInfo);
     if (stFileInfo.nMediaType == 2 || IsHttpStream(stFileInfo.strFilePath))
         return false;
+    // A file examined and found good but without a wall-clock time has none to find.
+    if (stFileInfo.bInfoReady && !stFileInfo.bInvalid)
+        return false;
     m_thumbThread.AddFileFirst(stFileInfo.strFilePath, stFileInfo.strDecryptKey);
     return false;
 }

@@ -264,11 +264,11 @@ void GetThumbThread::ExamineFile(const FileQueueItem& item) {
         if (!CPlayHelper::GetFileDiskSize(strPath, nFileSize)) {
             nFileSize = 0;
         }
-        if (!CPlayHelper::GetFileGlobalTimeRange(strPath, &stRange)) {
+        // A recording without a wall-clock time (no creation time, no stamp in
+        // its name) still plays and shows its frames: it only stays out of search
+        // and play by global time, which read the all-zero range as none.
+        if (!CPlayHelper::GetFileGlobalTimeRange(strPath, &stRange))
             stRange = FILE_INFO_SYNC{};
-            bInvalid = true;
-            break;
-        }
         Tavrix_CloseFile(m_lPort);
         if (!Tavrix_SetEncryptTypeCallBack(m_lPort, 1, &GetThumbThread::Callback_EncryptType, this)) {
             qDebug("GetThumbThread::run() Callback_EncryptType Fail GetLastError()=%u",

@@ -47,8 +47,9 @@ private:
 };
 
 // The playlist's worker thread: for each local file it finds whether the file
-// exists, its size, global time range, play time, whether it is encrypted, and
-// a 96 x 64 picture of its first decoded frame. It plays the file on a port of
+// exists, its size, global time range (all zero when it has none), play time,
+// whether it is encrypted, and a 96 x 64 picture of its first decoded frame. A
+// file is invalid when it is missing or the engine cannot open or play it. It plays the file on a port of
 // its own, without a window, so the play windows are never disturbed.
 //
 // One result is outstanding at a time: after Sig_FileInfoReady the thread

@@ -2,6 +2,7 @@
 
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 #include <QLabel>
 #include <QMouseEvent>
 #include <QMutexLocker>
@@ -19,6 +20,8 @@
 #include "LanguageKeys.h"
 #include "NonModalMessageBox.h"
 #include "OpenInfo.h"
+#include "OpenJob.h"
+#include "PortCloser.h"
 #include "SkinManager.h"
 
 namespace {
@@ -30,6 +33,8 @@ const int kLowRateRefreshMs = 40;
 const int kAsciiPathSize = 1040;
 const int kSecretKeyBytes = 16;
 const int kRepeatABMs = 500;
+// How long a window going away waits for the workers that may still call it.
+const int kWorkerWaitMs = 30000;
 
 // Speed ladder: steps -4 .. 4, factor 2 to the power of the step.
 const int kMaxSpeedStep = 4;
@@ -58,6 +63,14 @@ CPlayWnd* WndOf(void* pUser) {
     return static_cast<CPlayWnd*>(pUser);
 }
 
+// "rtsp:" anywhere, or "http:" with ".m3u8", is a stream when the type does not say.
+bool IsStreamRequest(const OpenInfo& info) {
+    if (info.nMediaType == 1 || info.nMediaType == 2)
+        return info.nMediaType == 2;
+    const QString strLower = info.strFilePath.toLower();
+    return strLower.contains("rtsp:") || (strLower.contains("http:") && strLower.contains(".m3u8"));
+}
+
 } // namespace
 
 CPlayWnd::CPlayWnd(int nSubWndIndex, QWidget* pParent)
@@ -84,6 +97,21 @@ CPlayWnd::CPlayWnd(int nSubWndIndex, QWidget* pParent)
 
 CPlayWnd::~CPlayWnd() {
     Close();
+    // Opens under way and ports being closed may still call this window: wait
+    // for them, then close the ports whose result never came back here.
+    for (const std::shared_ptr<OpenJob>& pJob : m_lstJobs) {
+        if (!pJob->WaitFinished(kWorkerWaitMs)) {
+            qDebug("CPlayWnd::~CPlayWnd open of port %d still under way", pJob->Port());
+            continue;
+        }
+        if (!pJob->bHandled) {
+            Tavrix_CloseFile(pJob->Port());
+            Tavrix_FreePort(pJob->Port());
+        }
+    }
+    m_lstJobs.clear();
+    if (!PortCloser::WaitIdle(kWorkerWaitMs))
+        qDebug("CPlayWnd::~CPlayWnd ports still being closed");
     if (m_lPort >= 0) {
         Tavrix_FreePort(m_lPort);
         m_lPort = -1;
@@ -97,15 +125,7 @@ bool CPlayWnd::Open(OpenInfo* pInfo) {
     if (!pInfo)
         return false;
     Close();
-    if (pInfo->nMediaType == 1)
-        return OpenFile(pInfo->strFilePath, pInfo->strDecryptKey);
-    if (pInfo->nMediaType == 2)
-        return OpenStream(pInfo->strFilePath, pInfo->nTransmitMode, pInfo->nPort, pInfo->bHardDecode);
-
-    const QString strLower = pInfo->strFilePath.toLower();
-    const bool bStream =
-        strLower.contains("rtsp:") || (strLower.contains("http:") && strLower.contains(".m3u8"));
-    if (bStream)
+    if (IsStreamRequest(*pInfo))
         return OpenStream(pInfo->strFilePath, pInfo->nTransmitMode, pInfo->nPort, pInfo->bHardDecode);
     return OpenFile(pInfo->strFilePath, pInfo->strDecryptKey);
 }
@@ -129,47 +149,189 @@ bool CPlayWnd::GetPortOrReport() {
     return false;
 }
 
-bool CPlayWnd::OpenFile(QString strFilePath, QString strKey) {
-    if (!GetPortOrReport())
-        return false;
-
-    SetDisplayCallBack(true);
-    SetDrawCallBack(true);
+bool CPlayWnd::PrepareFilePort(int32_t nPort, const QString& strFilePath, const QString& strKey,
+                               QByteArray* pbaPath) {
     {
         QMutexLocker lock(&m_mtxShared);
         m_strFilePath = QDir::toNativeSeparators(strFilePath);
     }
     CPlayHelper::IsSRFile(m_strFilePath, &m_bSRFile);
-    // Fisheye material has no frame index: reverse play and stepping back stay closed.
-    if (!SetFileRefCallBack(!m_bSRFile))
-        qDebug("Tavrix_SetFileRefCallBack() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
-    SetWatermarkCallBack(true);
-    SetDecCallBack(true);
-    SetFileEndCallback(true);
-    SetEncTypeChangeCallBack(true);
+    RegisterFileCallbacks(nPort, true);
     if (!strKey.isEmpty())
-        SetSecretKey(strKey);
-
-    if (!Tavrix_SetStreamOpenMode(m_lPort, TAVRIX_STREAM_FILE)) {
-        qDebug("Tavrix_SetStreamOpenMode() STREAME_FILE Fail GetLastError()=%d",
-               Tavrix_GetLastError(m_lPort));
+        ApplySecretKey(nPort, strKey);
+    if (!Tavrix_SetStreamOpenMode(nPort, TAVRIX_STREAM_FILE)) {
+        qDebug("Tavrix_SetStreamOpenMode() STREAME_FILE Fail GetLastError()=%d", Tavrix_GetLastError(nPort));
         return false;
     }
-
     char szPath[kAsciiPathSize] = {};
     if (!CPlayHelper::UnicodeToAscii(m_strFilePath, szPath, kAsciiPathSize))
         return false;
+    *pbaPath = QByteArray(szPath);
+    return true;
+}
 
-    if (!Tavrix_OpenFile(m_lPort, szPath)) {
+void CPlayWnd::RegisterFileCallbacks(int32_t nPort, bool bEnable) {
+    void* pUser = bEnable ? this : nullptr;
+    Tavrix_SetDisplayCallBackEx(nPort, bEnable ? DisplayCallBack : nullptr, pUser);
+    Tavrix_RegisterDrawFunEx(nPort, 0, bEnable ? DrawCallBack0 : nullptr, pUser);
+    Tavrix_RegisterDrawFunEx(nPort, 1, bEnable ? DrawCallBack1 : nullptr, pUser);
+    // Fisheye material has no frame index: reverse play and stepping back stay closed.
+    const bool bFileRef = bEnable && !m_bSRFile;
+    if (!Tavrix_SetFileRefCallBack(nPort, bFileRef ? FileRefCallBack : nullptr, bFileRef ? this : nullptr) &&
+        bEnable)
+        qDebug("Tavrix_SetFileRefCallBack() Fail GetLastError()=%d", Tavrix_GetLastError(nPort));
+    Tavrix_SetCheckWatermarkCallBack(nPort, bEnable ? WatermarkCallBack : nullptr, pUser);
+    Tavrix_SetDecCallBackExMend(nPort, bEnable ? DecCallBack : nullptr, nullptr, 0, pUser);
+    Tavrix_SetFileEndCallback(nPort, bEnable ? FileEndCallback : nullptr, pUser);
+    Tavrix_SetEncTypeChangeCallBack(nPort, bEnable ? EncTypeChangeCallBack : nullptr, pUser);
+    if (!bEnable) {
+        // Set by Play; a port that leaves the window takes none with it.
+        Tavrix_SetRunTimeInfoCallBackEx(nPort, 2, nullptr, nullptr);
+        Tavrix_SetRunTimeInfoCallBackEx(nPort, 1, nullptr, nullptr);
+    }
+}
+
+bool CPlayWnd::OpenFile(QString strFilePath, QString strKey) {
+    if (!GetPortOrReport())
+        return false;
+    QByteArray baPath;
+    if (!PrepareFilePort(m_lPort, strFilePath, strKey, &baPath)) {
+        ReportOpenFail();
+        return false;
+    }
+    if (!Tavrix_OpenFile(m_lPort, baPath.constData())) {
         qDebug("Tavrix_OpenFile() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
         Tavrix_CloseFile(m_lPort);
+        ReportOpenFail();
         return false;
     }
     // Picture enhancement settings join with the enhancement views; none are kept yet.
     Tavrix_SkipErrorData(m_lPort, false);
+    BumpPlaySerial();
     m_nPlayState = 4;
     m_nOpenMode = 1;
     return true;
+}
+
+bool CPlayWnd::OpenAsync(OpenInfo* pInfo) {
+    if (!pInfo)
+        return false;
+    if (IsStreamRequest(*pInfo)) {
+        // A stream opens through its network session, which does not read the
+        // disk; play starts from the event loop all the same.
+        if (!Open(pInfo))
+            return false;
+        const quint64 nSerial = ++m_nOpenSerial;
+        QMetaObject::invokeMethod(
+            this,
+            [this, nSerial] {
+                if (nSerial == m_nOpenSerial)
+                    emit Sig_OpenFinished(m_nSubWndIndex, Play(false));
+            },
+            Qt::QueuedConnection);
+        return true;
+    }
+
+    CancelOpen();
+    ReleasePortLater();
+    if (!GetPortOrReport())
+        return false;
+    // The fresh port goes to the request; the window takes it back with the result.
+    const int32_t nPort = m_lPort;
+    m_lPort = -1;
+    QByteArray baPath;
+    if (!PrepareFilePort(nPort, pInfo->strFilePath, pInfo->strDecryptKey, &baPath)) {
+        m_lPort = nPort; // the window keeps its port, in state 0, as a failed OpenFile does
+        ReportOpenFail();
+        return false;
+    }
+    auto pJob = std::make_shared<OpenJob>(nPort, baPath, ++m_nOpenSerial);
+    m_pOpenJob = pJob;
+    m_lstJobs.append(pJob);
+    OpenJob::Start(pJob, this, [this](const std::shared_ptr<OpenJob>& pDone) { On_OpenJobDone(pDone); });
+    return true;
+}
+
+void CPlayWnd::On_OpenJobDone(const std::shared_ptr<OpenJob>& pJob) {
+    pJob->bHandled = true;
+    m_lstJobs.removeOne(pJob);
+    if (pJob != m_pOpenJob || pJob->Serial() != m_nOpenSerial) {
+        // Closed or replaced while the file was read: nobody wants this port.
+        RegisterFileCallbacks(pJob->Port(), false);
+        PortCloser::CloseLater(pJob->Port());
+        return;
+    }
+    m_pOpenJob.reset();
+    m_lPort = pJob->Port();
+    if (!pJob->Opened()) {
+        qDebug("Tavrix_OpenFile() Fail GetLastError()=%u", pJob->Error());
+        Tavrix_CloseFile(m_lPort);
+        ReportOpenFail();
+        emit Sig_OpenFinished(m_nSubWndIndex, false);
+        return;
+    }
+    BumpPlaySerial();
+    ForgetFrameFacts();
+    m_nPlayState = 4;
+    m_nOpenMode = 1;
+    if (pJob->bFileRefReady)
+        MarkFileRefCreated();
+    const bool bPlaying = Play(false);
+    // A decoder that cannot start has reported through the run-time callback.
+    if (!bPlaying && !m_bErrorReported)
+        ReportOpenFail();
+    emit Sig_OpenFinished(m_nSubWndIndex, bPlaying);
+}
+
+bool CPlayWnd::CancelOpen() {
+    ++m_nOpenSerial;
+    if (!m_pOpenJob)
+        return false;
+    // Its result, when it comes, closes its port.
+    m_pOpenJob.reset();
+    return true;
+}
+
+void CPlayWnd::ReleasePortLater() {
+    const int32_t nPort = m_lPort;
+    if (nPort < 0)
+        return;
+    // What Stop would reset, for a window that still plays or holds a file.
+    if (m_nPlayState != 0 && m_nPlayState != 3)
+        ResetPlayState();
+    m_bFileRefCreated = false;
+    const bool bHoldsFile = m_nPlayState != 0 || m_nOpenMode != 0;
+    // Nothing more of this port reaches the window; what is under way already is
+    // dropped by its port number.
+    RegisterFileCallbacks(nPort, false);
+    m_lPort = -1;
+    {
+        QMutexLocker lock(&m_mtxShared);
+        m_strFilePath.clear();
+    }
+    m_bSyncGroup = false;
+    m_nPlayState = 0;
+    m_nOpenMode = 0;
+    BumpPlaySerial();
+    if (bHoldsFile)
+        PortCloser::CloseLater(nPort);
+    else if (!Tavrix_FreePort(nPort))
+        qDebug("Tavrix_FreePort() Fail GetLastError()=%d", Tavrix_GetLastError(nPort));
+    update();
+}
+
+void CPlayWnd::ReportOpenFail() {
+    QString strPath;
+    {
+        QMutexLocker lock(&m_mtxShared);
+        strPath = m_strFilePath;
+    }
+    // Several windows may fail at once: the name tells which file it was.
+    QString strText = LangText(IDS_MainWnd_PlayFail, "Playing failed.");
+    const QString strName = QFileInfo(strPath).fileName();
+    if (!strName.isEmpty())
+        strText += QLatin1Char('\n') + strName;
+    emit Sig_ErrorMsg(strText);
 }
 
 bool CPlayWnd::OpenStream(QString strUrl, int nTransmitMode, int nPort, bool bHardDecode) {
@@ -183,7 +345,13 @@ bool CPlayWnd::OpenStream(QString strUrl, int nTransmitMode, int nPort, bool bHa
 }
 
 void CPlayWnd::SetSecretKey(QString strKey) {
-    if (m_lPort < 0 || strKey.size() > kSecretKeyBytes)
+    if (m_lPort < 0)
+        return;
+    ApplySecretKey(m_lPort, strKey);
+}
+
+void CPlayWnd::ApplySecretKey(int32_t nPort, const QString& strKey) {
+    if (strKey.size() > kSecretKeyBytes)
         return;
     m_strSecretKey = strKey;
     // The engine takes the key's 8-bit form as exactly 16 bytes, zero padded.
@@ -191,7 +359,11 @@ void CPlayWnd::SetSecretKey(QString strKey) {
     CPlayHelper::UnicodeToAscii(strKey, szNarrow, sizeof(szNarrow));
     char szKey[kSecretKeyBytes] = {};
     std::memcpy(szKey, szNarrow, std::min<size_t>(std::strlen(szNarrow), kSecretKeyBytes));
-    Tavrix_SetSecretKey(m_lPort, 1, szKey, 128);
+    Tavrix_SetSecretKey(nPort, 1, szKey, 128);
+}
+
+void CPlayWnd::BumpPlaySerial() {
+    m_nPlaySerial.fetch_add(1);
 }
 
 // ---- transport ---------------------------------------------------------------
@@ -219,23 +391,28 @@ bool CPlayWnd::Play(bool bForce) {
 
     if (m_bBackPlay) {
         if (!Tavrix_ReversePlay(m_lPort)) {
-            qDebug("CPlayWnd::PlayNotSync() Tavrix_ReversePlay Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
-                   Tavrix_GetLastError(m_lPort));
+            qDebug("CPlayWnd::PlayNotSync() Tavrix_ReversePlay Fail m_lPort=%d, dwErrorCode=%d",
+                   m_lPort.load(), Tavrix_GetLastError(m_lPort));
             return false;
         }
     } else if (!Tavrix_Play(m_lPort, m_hDisplayWnd)) {
-        qDebug("CPlayWnd::PlayNotSync() Tavrix_Play Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+        qDebug("CPlayWnd::PlayNotSync() Tavrix_Play Fail m_lPort=%d, dwErrorCode=%d", m_lPort.load(),
                Tavrix_GetLastError(m_lPort));
         return false;
     }
+    // An end the engine met before this play is not this play's end.
+    BumpPlaySerial();
 
     // A paused file standing on its last frame has nothing left to play: the
-    // engine will not report the end again, so the window does.
+    // window reports the end itself, from the event loop like the engine's, and
+    // once for this play whoever comes first.
     if (nOldState == 2) {
         const uint nTotal = GetFileTotalFrames();
         if (nTotal > 0 && GetCurrentFrameNum() == nTotal - 1) {
             m_nPlayState = 1;
-            PostPlayEvent(kEventFileEnd);
+            const quint64 nSerial = m_nPlaySerial;
+            QMetaObject::invokeMethod(
+                this, [this, nSerial] { On_FileEndPosted(nSerial); }, Qt::QueuedConnection);
             return true;
         }
     }
@@ -253,7 +430,7 @@ bool CPlayWnd::Pause() {
     if (m_nPlayState != 1 || m_lPort < 0)
         return false;
     if (!Tavrix_Pause(m_lPort, 1))
-        qDebug("CPlayWnd::Pause() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+        qDebug("CPlayWnd::Pause() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort.load(),
                Tavrix_GetLastError(m_lPort));
     m_nPlayState = 2;
     return true;
@@ -263,7 +440,7 @@ bool CPlayWnd::Resume() {
     if (m_nPlayState != 2 || m_lPort < 0)
         return false;
     if (!Tavrix_Pause(m_lPort, 0))
-        qDebug("CPlayWnd::Pause() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+        qDebug("CPlayWnd::Pause() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort.load(),
                Tavrix_GetLastError(m_lPort));
     m_nPlayState = 1;
     return true;
@@ -272,6 +449,7 @@ bool CPlayWnd::Resume() {
 bool CPlayWnd::Stop() {
     if (m_nPlayState == 0 || m_nPlayState == 3)
         return true;
+    BumpPlaySerial();
 
     // The frame index describes the file, not the play: it survives a stop.
     const bool bFileRefCreated = m_bFileRefCreated;
@@ -308,9 +486,27 @@ void CPlayWnd::ResetPlayState() {
 }
 
 bool CPlayWnd::Close() {
-    if (m_lPort < 0)
-        return false;
+    const bool bWasOpening = CancelOpen();
+    if (m_lPort < 0) {
+        if (!bWasOpening)
+            return false;
+        // The request held the port and closes it: the window takes a fresh one.
+        {
+            QMutexLocker lock(&m_mtxShared);
+            m_strFilePath.clear();
+        }
+        m_nPlayState = 0;
+        m_nOpenMode = 0;
+        int32_t nPort = -1;
+        if (!Tavrix_GetPort(&nPort)) {
+            qDebug("Tavrix_GetPort() Fail m_nSubWndIndex=%d", m_nSubWndIndex);
+            return false;
+        }
+        m_lPort = nPort;
+        return true;
+    }
     Stop();
+    BumpPlaySerial();
     m_bFileRefCreated = false;
     if (m_nOpenMode == 1 && !Tavrix_CloseFile(m_lPort))
         qDebug("Tavrix_CloseFile() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
@@ -326,6 +522,7 @@ bool CPlayWnd::Close() {
     }
     // Each item plays on a fresh port, which resets everything the engine held.
     m_lPort = -1;
+    ForgetFrameFacts();
     int32_t nPort = -1;
     if (!Tavrix_GetPort(&nPort)) {
         qDebug("Tavrix_GetPort() Fail m_nSubWndIndex=%d", m_nSubWndIndex);
@@ -335,6 +532,14 @@ bool CPlayWnd::Close() {
     m_nPlayState = 0;
     m_nOpenMode = 0;
     return true;
+}
+
+void CPlayWnd::ForgetFrameFacts() {
+    // A frame shown between the reset of a stop and the end of its threads may
+    // have written these again; the next file's first frame must count as new.
+    m_nVideoWidth = 0;
+    m_nVideoHeight = 0;
+    m_nFrameRate = -1;
 }
 
 void CPlayWnd::RefreshPlayEx(int nRegion) {
@@ -434,6 +639,7 @@ bool CPlayWnd::FrameForward() {
         return false;
     }
     m_nPlayState = 2;
+    BumpPlaySerial();
     return true;
 }
 
@@ -446,6 +652,7 @@ bool CPlayWnd::FrameBackward() {
         return false;
     }
     m_nPlayState = 2;
+    BumpPlaySerial();
     return true;
 }
 
@@ -453,10 +660,11 @@ bool CPlayWnd::GoToStart() {
     if (m_lPort < 0)
         return false;
     if (!Tavrix_SetCurrentFrameNum(m_lPort, 0)) {
-        qDebug("CPlayWnd::GoToStart() Tavrix_SetCurrentFrameNum Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
-               Tavrix_GetLastError(m_lPort));
+        qDebug("CPlayWnd::GoToStart() Tavrix_SetCurrentFrameNum Fail m_lPort=%d, dwErrorCode=%d",
+               m_lPort.load(), Tavrix_GetLastError(m_lPort));
         return false;
     }
+    BumpPlaySerial();
     return true;
 }
 
@@ -470,6 +678,7 @@ bool CPlayWnd::GoToEnd() {
                Tavrix_GetLastError(m_lPort));
         return false;
     }
+    BumpPlaySerial();
     return true;
 }
 
@@ -482,6 +691,7 @@ bool CPlayWnd::SetFramePos(uint nFrame) {
                Tavrix_GetLastError(m_lPort));
         return false;
     }
+    BumpPlaySerial();
     return true;
 }
 
@@ -492,6 +702,7 @@ bool CPlayWnd::SetTimePos(uint nSeconds) {
         qDebug("CPlayWnd::SetTimePos() Fail dwErr=%d", Tavrix_GetLastError(m_lPort));
         return false;
     }
+    BumpPlaySerial();
     return true;
 }
 
@@ -502,6 +713,7 @@ bool CPlayWnd::SetTimePosMS(uint nMS) {
         qDebug() << "Tavrix_SetPlayedTimeEx fails" << Tavrix_GetLastError(m_lPort);
         return false;
     }
+    BumpPlaySerial();
     return true;
 }
 
@@ -511,18 +723,18 @@ bool CPlayWnd::BackPlay(bool bBack) {
     const int nState = m_nPlayState;
     if (nState == 1 || nState == 2) {
         if (bBack && !Tavrix_ReversePlay(m_lPort)) {
-            qDebug("CPlayWnd::BackPlay() Tavrix_ReversePlay Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+            qDebug("CPlayWnd::BackPlay() Tavrix_ReversePlay Fail m_lPort=%d, dwErrorCode=%d", m_lPort.load(),
                    Tavrix_GetLastError(m_lPort));
             return false;
         }
         if (!bBack && !Tavrix_Play(m_lPort, m_hDisplayWnd)) {
-            qDebug("CPlayWnd::BackPlay() Tavrix_Play Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+            qDebug("CPlayWnd::BackPlay() Tavrix_Play Fail m_lPort=%d, dwErrorCode=%d", m_lPort.load(),
                    Tavrix_GetLastError(m_lPort));
             return false;
         }
         // A paused window stays paused, now facing the new way.
         if (nState == 2 && !Tavrix_Pause(m_lPort, 1))
-            qDebug("CPlayWnd::BackPlay() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort,
+            qDebug("CPlayWnd::BackPlay() Tavrix_Pause Fail m_lPort=%d, dwErrorCode=%d", m_lPort.load(),
                    Tavrix_GetLastError(m_lPort));
     }
     // Outside play and pause the direction waits for the next Play. The engine
@@ -531,6 +743,7 @@ bool CPlayWnd::BackPlay(bool bBack) {
     m_bBackPlay = bBack;
     m_nPlaySpeed = 0;
     m_bRepeatArmed = true;
+    BumpPlaySerial();
     return true;
 }
 
@@ -869,6 +1082,9 @@ void CPlayWnd::DisplayCallBack(TAVRIX_DISPLAY_INFO* pstDisplayInfo) {
     if (!pstDisplayInfo || !pstDisplayInfo->nUser)
         return;
     CPlayWnd* pWnd = WndOf(pstDisplayInfo->nUser);
+    // A port the window has let go of may show a last frame while it closes.
+    if (pstDisplayInfo->nPort != pWnd->m_lPort)
+        return;
     if (pstDisplayInfo->nWidth != pWnd->m_nVideoWidth || pstDisplayInfo->nHeight != pWnd->m_nVideoHeight) {
         pWnd->m_nVideoWidth = pstDisplayInfo->nWidth;
         pWnd->m_nVideoHeight = pstDisplayInfo->nHeight;
@@ -926,27 +1142,58 @@ void CPlayWnd::DrawInfoText(QPainter* pPainter) {
 }
 
 void CPlayWnd::FileRefCallBack(int32_t nPort, void* pUser) {
-    Q_UNUSED(nPort);
     if (!pUser)
         return;
+    // The index may finish while the file is still being opened on a worker,
+    // before the window holds the port: the GUI thread sorts it out.
     CPlayWnd* pWnd = WndOf(pUser);
-    pWnd->m_bFileRefCreated = true;
-    emit pWnd->Sig_FileRefCreated(pWnd->m_nSubWndIndex);
+    QMetaObject::invokeMethod(
+        pWnd, [pWnd, nPort] { pWnd->On_FileRefPosted(nPort); }, Qt::QueuedConnection);
+}
+
+void CPlayWnd::On_FileRefPosted(int32_t nPort) {
+    if (nPort == m_lPort) {
+        MarkFileRefCreated();
+        return;
+    }
+    if (m_pOpenJob && m_pOpenJob->Port() == nPort)
+        m_pOpenJob->bFileRefReady = true; // taken over with the port
+}
+
+void CPlayWnd::MarkFileRefCreated() {
+    if (!m_bFileRefCreated.exchange(true))
+        emit Sig_FileRefCreated(m_nSubWndIndex);
 }
 
 void CPlayWnd::FileEndCallback(int32_t nPort, void* pUser) {
-    Q_UNUSED(nPort);
     if (!pUser)
         return;
     CPlayWnd* pWnd = WndOf(pUser);
+    if (nPort != pWnd->m_lPort)
+        return;
+    // The end travels with the number of the play it belongs to; by the time it
+    // arrives the window may have moved on.
+    const quint64 nSerial = pWnd->m_nPlaySerial;
+    QMetaObject::invokeMethod(
+        pWnd, [pWnd, nSerial] { pWnd->On_FileEndPosted(nSerial); }, Qt::QueuedConnection);
+}
+
+void CPlayWnd::On_FileEndPosted(quint64 nPlaySerial) {
+    // Another file, play, stop or jump since the end was met; or already told.
+    if (nPlaySerial != m_nPlaySerial || nPlaySerial == m_nEndReportedSerial)
+        return;
     // A file that ends while paused is caught by Play.
-    if (pWnd->GetPlayState() == 1)
-        pWnd->PostPlayEvent(kEventFileEnd);
+    if (m_nPlayState != 1)
+        return;
+    // With an A-B repeat the repeat takes the position back instead.
+    if (m_bRepeatASet && m_bRepeatBSet)
+        return;
+    m_nEndReportedSerial = nPlaySerial;
+    PostPlayEvent(kEventFileEnd);
 }
 
 void CPlayWnd::WatermarkCallBack(int32_t nPort, TAVRIX_WATERMARK_INFO* pInfo, void* pUser) {
-    Q_UNUSED(nPort);
-    if (!pUser || !pInfo || !pInfo->pDataBuf)
+    if (!pUser || !pInfo || !pInfo->pDataBuf || nPort != WndOf(pUser)->m_lPort)
         return;
     // Two 32-bit values, 6 bytes, 4 single bytes and 3 bytes, stored in that
     // order at the start of the record; the rest stays as it was.
@@ -960,10 +1207,9 @@ void CPlayWnd::WatermarkCallBack(int32_t nPort, TAVRIX_WATERMARK_INFO* pInfo, vo
 
 void CPlayWnd::DecCallBack(int32_t nPort, char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo,
                            void* pUser) {
-    Q_UNUSED(nPort);
     Q_UNUSED(pBuf);
     Q_UNUSED(nSize);
-    if (!pUser || !pFrameInfo)
+    if (!pUser || !pFrameInfo || nPort != WndOf(pUser)->m_lPort)
         return;
     const int nType = pFrameInfo->nType;
     if (nType != 1 && nType != 3 && nType != 7)
@@ -983,7 +1229,6 @@ void CPlayWnd::EncTypeChangeCallBack(int32_t nPort, void* pUser) {
 }
 
 void CPlayWnd::RunTimeInfoCallBack(int32_t nPort, TAVRIX_RUNTIME_INFO* pInfo, void* pUser) {
-    Q_UNUSED(nPort);
     if (!pInfo)
         return;
     TAVRIX_RUNTIME_INFO stInfo;
@@ -991,6 +1236,9 @@ void CPlayWnd::RunTimeInfoCallBack(int32_t nPort, TAVRIX_RUNTIME_INFO* pInfo, vo
     if (!pUser)
         return;
     CPlayWnd* pWnd = WndOf(pUser);
+    // An error of a port being closed would stop the file that followed it.
+    if (nPort != pWnd->m_lPort)
+        return;
 
     const char* szKey = nullptr;
     const char* szDefault = nullptr;

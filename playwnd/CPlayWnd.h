@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QList>
 #include <QMutex>
 #include <QPoint>
 #include <QString>
@@ -8,6 +9,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 #include "IObserverBase.h"
 #include "Tavrix.h"
@@ -17,6 +19,7 @@ class QMouseEvent;
 class QPainter;
 class QTimer;
 class CDlgShow;
+class OpenJob;
 struct OpenInfo;
 
 // One tile of the stage: owns one playback port of the engine and shows what
@@ -29,6 +32,9 @@ struct OpenInfo;
 //
 // All operations run on the GUI thread. The engine's callbacks run on its own
 // threads; they touch a few plain fields and emit signals that arrive queued.
+// OpenAsync reads the file on a worker thread and starts play back on the GUI
+// thread; while that is under way the window holds no port of its own (GetPort
+// answers -1, the state is 0) and IsOpening is true.
 class CPlayWnd : public QWidget, public IObserverBase {
     Q_OBJECT
 
@@ -42,10 +48,19 @@ public:
     bool Open(OpenInfo* pInfo);
     // Opens a local file on the window's port (takes one if it has none). State 4.
     bool OpenFile(QString strFilePath, QString strKey);
+    // Open and Play(false) without holding the GUI thread: what the window held
+    // is handed to a worker to close, the new file is read on another, and play
+    // starts here once it is open; then Sig_OpenFinished tells how it went. A
+    // newer open, or a Close, drops a request still under way (its port is
+    // closed). False when the request could not start; then no signal follows.
+    // A file that cannot be opened or played shows its message to the user.
+    bool OpenAsync(OpenInfo* pInfo);
+    bool IsOpening() const { return m_pOpenJob != nullptr; }
     // Network streams need the network session library, which this build does
     // not have yet: logs the reason and returns false.
     bool OpenStream(QString strUrl, int nTransmitMode, int nPort, bool bHardDecode);
-    // Stops, closes and frees the port, then takes a fresh one. State 0.
+    // Stops, closes and frees the port, then takes a fresh one. State 0. An
+    // open under way is dropped.
     bool Close();
     // Starts or resumes play; bForce lets a playing window run all steps again.
     bool Play(bool bForce);
@@ -157,6 +172,7 @@ public:
 signals:
     bool Sig_DbClickPlayWnd(int nPlayWndIndex);
     bool Sig_LButtonClickPlayWnd(int nPlayWndIndex);
+    // Once per play: a play is what follows an open, a Play, a stop or a jump.
     bool Sig_FileEnd(int nPlayWndIndex);
     bool Sig_FileRefCreated(int nPlayWndIndex);
     bool Sig_WidthHeightChange();
@@ -171,6 +187,8 @@ signals:
     void Sig_ErrorToStopPlay(QString strFilePath, int nErrorType, bool bSRFile);
     // A shown frame lies outside the A-B range (display thread; arrives queued).
     void Sig_RepeatABFrameOut(uint nFrame);
+    // The end of an OpenAsync: bOk when the file opened and plays.
+    void Sig_OpenFinished(int nPlayWndIndex, bool bOk);
 
 public slots:
     bool On_WidthHeightChange();
@@ -192,7 +210,28 @@ protected:
 
 private:
     bool GetPortOrReport();
+    // Callbacks, key, path and open mode of a port about to open strFilePath; the
+    // engine's 8-bit path into *pbaPath. False when the path does not convert.
+    bool PrepareFilePort(int32_t nPort, const QString& strFilePath, const QString& strKey,
+                         QByteArray* pbaPath);
+    void RegisterFileCallbacks(int32_t nPort, bool bEnable);
+    void ApplySecretKey(int32_t nPort, const QString& strKey);
+    // Drops an open under way; true if there was one.
+    bool CancelOpen();
+    // The port goes to a worker to be closed; the window holds none afterwards.
+    void ReleasePortLater();
+    void On_OpenJobDone(const std::shared_ptr<OpenJob>& pJob);
+    // Tells the user that the open file cannot be played.
+    void ReportOpenFail();
+    // A new play: a file end reported for an earlier one no longer counts.
+    void BumpPlaySerial();
+    // GUI side of the file end and frame index callbacks.
+    void On_FileEndPosted(quint64 nPlaySerial);
+    void On_FileRefPosted(int32_t nPort);
+    void MarkFileRefCreated();
     void ResetPlayState();
+    // Size and rate of the last frame, once the port that showed it is gone.
+    void ForgetFrameFacts();
     void PostPlayEvent(int nEvent);
     void ApplyDisplayMode();
     void SetDisplayInfo(const QString& strText);
@@ -223,11 +262,19 @@ private:
     int m_nThrowBFrame = 0;               // B frames the decoder may skip
     bool m_bSRFile = true;                // fisheye material; true until the first open
     CDlgShow* m_pDlgShow = nullptr;       // the stage; null if the parent is no stage
-    int m_lPort = -1;                     // playback port; -1 none
-    int m_nOpenMode = 0;                  // 0 nothing, 1 file, 2 stream
+    // Playback port; -1 none (also while an open is under way). Written on the GUI
+    // thread; the callbacks compare their port with it to drop news of old ports.
+    std::atomic<int32_t> m_lPort{-1};
+    std::shared_ptr<OpenJob> m_pOpenJob;       // the open under way, if any
+    QList<std::shared_ptr<OpenJob>> m_lstJobs; // opens whose result has not come back
+    quint64 m_nOpenSerial = 0;                 // number of the latest open request
+    // Number of the current play; the file end callback sends it back with the end.
+    std::atomic<quint64> m_nPlaySerial{1};
+    quint64 m_nEndReportedSerial = 0; // the play whose end was reported
+    int m_nOpenMode = 0;              // 0 nothing, 1 file, 2 stream
     QString m_strSecretKey;
     QString m_strFilePath;            // native separators for files; written under m_mtxShared
-    std::atomic<int> m_nPlayState{0}; // also read by the file end callback
+    std::atomic<int> m_nPlayState{0}; // readers on other threads take it as it is
     int m_nSubWndIndex = 0;
     int m_nPicWidth = 0; // picture size as last read from the engine
     int m_nPicHeight = 0;

@@ -65,6 +65,7 @@ bool CDlgShow::InitPlayWnds() {
         connect(pWnd, &CPlayWnd::Sig_MouseMoveEvent, this, &CDlgShow::On_MouseMoveEvent);
         connect(pWnd, &CPlayWnd::Sig_MousePressEvent, this, &CDlgShow::On_MousePressEvent);
         connect(pWnd, &CPlayWnd::Sig_UpdateCtrlStatus, this, &CDlgShow::Sig_UpdateCtrlStatus);
+        connect(pWnd, &CPlayWnd::Sig_OpenFinished, this, &CDlgShow::Sig_OpenFinished);
         // These come from engine threads: always queued, so the receiver may
         // stop or close the window that sent them.
         connect(pWnd, &CPlayWnd::Sig_NetStreamStartSound, this, &CDlgShow::Sig_NetStreamStartSound,
@@ -376,6 +377,16 @@ bool CDlgShow::OpenFileInWnd(int i, OpenInfo* pInfo) {
     return m_pPlayWnd[i]->Play(false);
 }
 
+bool CDlgShow::OpenFileInWndAsync(int i, OpenInfo* pInfo) {
+    if (m_bSyncPlay || !ValidIndex(i) || !pInfo)
+        return false;
+    return m_pPlayWnd[i]->OpenAsync(pInfo);
+}
+
+bool CDlgShow::IsOpening(int i) {
+    return ValidIndex(i) && m_pPlayWnd[i]->IsOpening();
+}
+
 bool CDlgShow::PlayOrPause() {
     bool bResult = false;
     switch (GetPlayState()) {
@@ -564,7 +575,7 @@ bool CDlgShow::CloseByFilePath(QString strPath) {
         if (!pWnd)
             continue;
         const int nState = pWnd->GetPlayState();
-        if (nState == 0 || nState == 4)
+        if ((nState == 0 && !pWnd->IsOpening()) || nState == 4)
             continue;
         if (ComparablePath(pWnd->GetFilePath()) != strWanted)
             continue;

@@ -80,6 +80,12 @@ public:
 
     // ---- commands ----
     bool OpenFileInWnd(int i, OpenInfo* pInfo); // open, then Play(false)
+    // The same without holding the GUI thread: the file is read on a worker and
+    // Sig_OpenFinished(i, bOk) follows when the window plays or has failed. False
+    // (and no signal) when the request could not start.
+    bool OpenFileInWndAsync(int i, OpenInfo* pInfo);
+    // Window i is reading a file for an OpenFileInWndAsync.
+    bool IsOpening(int i);
     bool PlayOrPause();
     bool SyncPlay();
     bool Play(int i);
@@ -124,6 +130,7 @@ signals:
     bool Sig_Update();
     bool Sig_MarkInvalidFile(QString strFilePath, bool bState);
     void Sig_ErrorToStopPlay(QString strFilePath, int nErrorType, bool bSRFile);
+    void Sig_OpenFinished(int nPlayWndIndex, bool bOk);
 
 public slots:
     bool On_DbClickPlayWnd(int nPlayWndIndex);

@@ -322,7 +322,9 @@ private slots:
         QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
         const QString strLong = GuiMedia::Clip("ch02_20240315103000_20240315103010.mp4");
         QVERIFY(fx.pDlg->OpenFileList(QStringList() << GuiMedia::Clip("h264_aac.mp4") << strLong));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(1)), kPlayTimeoutMs);
+        // The two files open side by side: either may start first.
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)) && Playing(fx.pStage->GetPlayState(1)),
+                                 kPlayTimeoutMs);
         QCOMPARE(fx.pStage->GetSelWndIndex(), 1); // several paths leave the last one selected
         // Window 0's file reports a wrong key: window 0 stops, the selected one plays on.
         emit fx.pStage->Sig_ErrorToStopPlay(fx.pStage->GetWndFilePath(0), 5, false);
@@ -345,21 +347,26 @@ private slots:
 
     void removeInvalidSparesPlayingAndGoodFiles() {
         QTemporaryDir dirConfig;
+        QTemporaryDir dirFiles;
         Fixture fx(dirConfig.path());
         QVERIFY(fx.Start());
-        // An AVI has no global time, so its row is marked invalid, yet it plays.
+        // Rows: an AVI (no global time, a good file all the same), a file gone
+        // from disk, a text file that is no video, and a recording that plays and
+        // is then deleted from disk while it plays.
         const QString strAvi = GuiMedia::Clip("mjpeg.avi");
         const QString strMissing = m_dirMedia.filePath("gone.mp4");
-        const QString strGood = GuiMedia::Clip("h264_aac.mp4"); // carries its creation time
-        for (const QString& strPath : {strAvi, strMissing, strGood}) {
+        const QString strText = GuiMedia::Clip("text.mp4");
+        const QString strPlaying = dirFiles.filePath("ch05_20240315120000.mp4");
+        QVERIFY(QFile::copy(GuiMedia::Clip("ch02_20240315103000_20240315103010.mp4"), strPlaying));
+        for (const QString& strPath : {strAvi, strMissing, strText, strPlaying}) {
             OpenInfo stInfo;
             stInfo.nMediaType = 1;
             stInfo.strFilePath = strPath;
             QVERIFY(fx.pList->AddFile(&stInfo));
         }
-        OpenInfo stAvi;
-        QVERIFY(fx.pList->GetOpenInfo(0, &stAvi));
-        QVERIFY(fx.pDlg->PlayFileInWnd(0, &stAvi));
+        OpenInfo stPlaying;
+        QVERIFY(fx.pList->GetOpenInfo(3, &stPlaying));
+        QVERIFY(fx.pDlg->PlayFileInWnd(0, &stPlaying));
         auto allExamined = [&fx] {
             for (int nRow = 0; nRow < fx.pList->count(); ++nRow) {
                 OpenInfo stRow;
@@ -369,11 +376,14 @@ private slots:
             return true;
         };
         QTRY_VERIFY_WITH_TIMEOUT(allExamined(), kPlayTimeoutMs);
-        QVERIFY(fx.RowInvalid(strAvi));
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QVERIFY(!fx.RowInvalid(strAvi));
+        QVERIFY(fx.RowInvalid(strText));
+        QVERIFY(QFile::remove(strPlaying));
         QVERIFY(fx.pDlg->On_ClearInvalidFiles());
         QCOMPARE(fx.pList->count(), 2);
         QCOMPARE(fx.RowPath(0), strAvi);
-        QCOMPARE(fx.RowPath(1), strGood);
+        QCOMPARE(fx.RowPath(1), strPlaying);
         QVERIFY(Playing(fx.pStage->GetPlayState(0)));
     }
 
@@ -454,13 +464,15 @@ private slots:
         QVERIFY(fx.pDlg->On_OpenFileInSelWnd(&stRed));
         // red ends: the URL is skipped, the bad file fails and is marked, green plays.
         QVERIFY(spyEnd.wait(kPlayTimeoutMs));
-        QTRY_COMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(1));
+        // Each file opens on a worker: it plays a moment after its window names it.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            fx.pStage->GetWndFilePath(0) == m_lstClips.at(1) && Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
         QVERIFY(fx.RowInvalid(GuiMedia::Clip("text.mp4")));
         QVERIFY(!fx.RowInvalid(m_lstClips.at(1)));
         // green ends: round to red again, past the end of the list.
         QTRY_VERIFY_WITH_TIMEOUT(spyEnd.count() >= 2, kPlayTimeoutMs);
-        QTRY_COMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(0));
-        QVERIFY(Playing(fx.pStage->GetPlayState(0)));
+        QTRY_VERIFY_WITH_TIMEOUT(
+            fx.pStage->GetWndFilePath(0) == m_lstClips.at(0) && Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
         QCOMPARE(fx.pList->count(), 4);
     }
 
@@ -484,10 +496,14 @@ private slots:
         QVERIFY(fx.pList->AddFile(&stBad));
         QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
         QVERIFY(fx.pDlg->On_OpenFileInSelWnd(&stOnly));
+        // The file is read on a worker: it goes from disk once it plays.
+        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
         QVERIFY(QFile::remove(strCopy));
-        QVERIFY(spyEnd.wait(kPlayTimeoutMs));
-        QTRY_VERIFY(!Playing(fx.pStage->GetPlayState(0)));
+        QTRY_VERIFY_WITH_TIMEOUT(spyEnd.count() > 0, kPlayTimeoutMs);
+        // A search still going on always has an open under way.
+        QTRY_VERIFY_WITH_TIMEOUT(!Playing(fx.pStage->GetPlayState(0)) && !fx.pStage->IsOpening(0), kPlayTimeoutMs);
         QVERIFY(fx.RowInvalid(GuiMedia::Clip("random.mp4")));
+        QVERIFY(fx.RowInvalid(strCopy));
     }
 
     // ---- drops on the dialog ----

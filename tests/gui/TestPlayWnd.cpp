@@ -42,6 +42,12 @@ QList<QWidget*> ErrorBoxes() {
     return boxes;
 }
 
+// The engine meeting the end of the window's file, on a thread of its own.
+void SendFileEnd(CPlayWnd* pWnd) {
+    std::thread engine([pWnd] { CPlayWnd::FileEndCallback(pWnd->GetPort(), pWnd); });
+    engine.join();
+}
+
 void SendRunTimeError(CPlayWnd* pWnd, int nErrorCode) {
     // The engine reports on its own threads; so does this.
     std::thread reporter([pWnd, nErrorCode] {
@@ -72,6 +78,8 @@ private slots:
     void truncatedFileEndsCleanly();
     void volumeTextDrawnOnPictureAndCleared();
     void runTimeErrorReportedOncePerPlay();
+    void fileEndReportedOnceWhenPlayFollowsGoToEnd();
+    void openUnderWayIsDroppedByCloseAndReopen();
     void openCloseCyclesKeepOnePortPerWindow();
 };
 
@@ -365,6 +373,87 @@ void TestPlayWnd::runTimeErrorReportedOncePerPlay() {
     QCoreApplication::processEvents();
     QCOMPARE(spyStop.count(), 2);
     QCOMPARE(spyMsg.count(), 2);
+}
+
+void TestPlayWnd::fileEndReportedOnceWhenPlayFollowsGoToEnd() {
+    CDlgShow stage;
+    CPlayWnd* pWnd = stage.GetPlayWnd(0);
+    QSignalSpy spyEnd(&stage, &CDlgShow::Sig_FileEnd);
+    OpenInfo info = FileInfo(Clip("sine1k.mkv"));
+    QVERIFY(stage.OpenFileInWnd(0, &info));
+    QVERIFY(pWnd->Pause());
+    QTRY_VERIFY_WITH_TIMEOUT(pWnd->IsFileRefCreated(), 20000);
+    const uint nLast = pWnd->GetFileTotalFrames() - 1;
+    QVERIFY(pWnd->GoToEnd());
+    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), nLast, 5000);
+    // The engine meets the end while the window is paused: nothing is told yet.
+    SendFileEnd(pWnd);
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+    QCOMPARE(spyEnd.count(), 0);
+
+    // Play on the last frame ends the file, and the engine, resumed, meets the
+    // end once more: the stage, and so the main dialog, hears of it once.
+    QVERIFY(pWnd->Play(false));
+    SendFileEnd(pWnd);
+    QTRY_VERIFY(spyEnd.count() >= 1);
+    QCoreApplication::sendPostedEvents();
+    QCoreApplication::processEvents();
+    QCOMPARE(spyEnd.count(), 1);
+    QCOMPARE(spyEnd.at(0).at(0).toInt(), 0);
+
+    // The next play has an end of its own.
+    QVERIFY(pWnd->Stop());
+    QVERIFY(pWnd->Play(false));
+    QTRY_COMPARE_WITH_TIMEOUT(spyEnd.count(), 2, 20000);
+}
+
+void TestPlayWnd::openUnderWayIsDroppedByCloseAndReopen() {
+    const int nBaseline = Tavrix_GetPortsInUse();
+    {
+        CDlgShow stage;
+        QVERIFY(stage.SetPlayWndNum(16));
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        QSignalSpy spyDone(&stage, &CDlgShow::Sig_OpenFinished);
+        QSignalSpy spyMsg(pWnd, &CPlayWnd::Sig_ErrorMsg);
+        OpenInfo first = FileInfo(Clip("hevc.mkv"));
+        OpenInfo second = FileInfo(Clip("h264_aac.mp4"));
+
+        // The window reads the file away from the GUI thread, and says what it opens.
+        QVERIFY(stage.OpenFileInWndAsync(0, &first));
+        QVERIFY(pWnd->IsOpening());
+        QCOMPARE(pWnd->GetPlayState(), 0);
+        QCOMPARE(pWnd->GetFilePath(), QDir::toNativeSeparators(Clip("hevc.mkv")));
+        // Replaced before it is read: only the second plays.
+        QVERIFY(stage.OpenFileInWndAsync(0, &second));
+        QTRY_COMPARE_WITH_TIMEOUT(spyDone.count(), 1, 20000);
+        QCOMPARE(spyDone.at(0).at(0).toInt(), 0);
+        QVERIFY(spyDone.at(0).at(1).toBool());
+        QCOMPARE(pWnd->GetPlayState(), 1);
+        QCOMPARE(pWnd->GetFilePath(), QDir::toNativeSeparators(Clip("h264_aac.mp4")));
+        // The dropped open gives its port back: the window holds one.
+        QTRY_COMPARE_WITH_TIMEOUT(Tavrix_GetPortsInUse(), nBaseline + 1, 20000);
+
+        // Closed while under way: the window holds a fresh port and nothing plays.
+        QVERIFY(stage.OpenFileInWndAsync(0, &first));
+        QVERIFY(pWnd->Close());
+        QVERIFY(!pWnd->IsOpening());
+        QCOMPARE(pWnd->GetPlayState(), 0);
+        QVERIFY(pWnd->GetPort() >= 0);
+        QVERIFY(pWnd->GetFilePath().isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(Tavrix_GetPortsInUse(), nBaseline + 1, 20000);
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+        QCOMPARE(spyDone.count(), 1);
+        QCOMPARE(pWnd->GetPlayState(), 0);
+        QCOMPARE(spyMsg.count(), 0);
+
+        // The stage goes while sixteen opens are under way.
+        for (int i = 0; i < 16; ++i)
+            QVERIFY(stage.OpenFileInWndAsync(i, &second));
+    }
+    // Every port comes back, those of the opens under way included.
+    QCOMPARE(Tavrix_GetPortsInUse(), nBaseline);
 }
 
 void TestPlayWnd::openCloseCyclesKeepOnePortPerWindow() {

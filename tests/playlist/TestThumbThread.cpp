@@ -183,6 +183,7 @@ private slots:
     void playableClipsGiveFactsAndPicture();
     void encryptedClips();
     void invalidFiles();
+    void clipsWithoutGlobalTimeAreValid();
     void queueRules();
     void thumbnailsMatchTool();
     void oddSizeFrameGetsPicture();
@@ -381,10 +382,8 @@ void TestThumbThread::invalidFiles() {
     QCOMPARE(result.info.nMediaType, 0);
     QCOMPARE(result.info.nFileSize, uint64_t(0));
     QVERIFY(result.info.bInfoReady);
-    // Not media, or no global time (the sound test clip has neither creation
-    // time nor a stamp, and AVI keeps no creation time): invalid with the
-    // size known.
-    for (const char* szName : {"empty.mp4", "text.mp4", "random.mp4", "sine1k.mkv", "mjpeg.avi"}) {
+    // Not media: invalid with the size known.
+    for (const char* szName : {"empty.mp4", "text.mp4", "random.mp4"}) {
         QVERIFY2(Examine(thread, MediaPath(szName), QString(), &result), szName);
         QVERIFY2(result.info.bInvalid && result.info.nMediaType == 0, szName);
         QCOMPARE(result.info.nFileSize, uint64_t(QFileInfo(MediaPath(szName)).size()));
@@ -394,6 +393,41 @@ void TestThumbThread::invalidFiles() {
     QVERIFY(Examine(thread, MediaPath("silent_h264.mp4"), QString(), &result));
     QVERIFY(!result.info.bInvalid);
     QVERIFY(!result.image.isNull());
+}
+
+void TestThumbThread::clipsWithoutGlobalTimeAreValid() {
+    // A clip stripped of its creation time, under a name without a stamp, as
+    // an export or a phone gives it; the sound test clip, which never had a
+    // time; and AVI, which keeps none. They play, so the row shows their
+    // picture, size and length: only the global time range stays empty.
+    QTemporaryDir dir;
+    QVERIFY(dir.isValid());
+    const QString strPlain = dir.filePath("export_clip.mp4");
+    QProcess process;
+    process.start("ffmpeg", {"-hide_banner", "-loglevel", "error", "-nostdin", "-i", MediaPath("h264_aac.mp4"),
+                             "-c", "copy", "-map_metadata", "-1", strPlain});
+    QVERIFY(process.waitForFinished(60000) && process.exitCode() == 0);
+    FILE_INFO_SYNC stProbe{};
+    QVERIFY(!CPlayHelper::GetFileGlobalTimeRange(strPlain, &stProbe)); // really without a time
+
+    struct TimeLess {
+        QString strPath;
+        uint32_t nSeconds;
+    };
+    const TimeLess clips[] = {{strPlain, 2}, {MediaPath("sine1k.mkv"), 4}, {MediaPath("mjpeg.avi"), 2}};
+    GetThumbThread thread;
+    for (const TimeLess& clip : clips) {
+        const QByteArray baName = QFileInfo(clip.strPath).fileName().toUtf8();
+        Result result;
+        QVERIFY2(Examine(thread, clip.strPath, QString(), &result), baName.constData());
+        QVERIFY2(!result.info.bInvalid && result.info.nMediaType == 1, baName.constData());
+        QCOMPARE(result.info.nFileSize, uint64_t(QFileInfo(clip.strPath).size()));
+        QCOMPARE(result.info.nFileTime, clip.nSeconds);
+        QVERIFY2(!result.image.isNull(), baName.constData());
+        QCOMPARE(result.image.size(), QSize(kW, kH));
+        QVERIFY2(!CPlayHelper::IsSystemTimeValid(&result.info.stGlobalTime.stBegin), baName.constData());
+        QVERIFY2(!CPlayHelper::IsSystemTimeValid(&result.info.stGlobalTime.stEnd), baName.constData());
+    }
 }
 
 void TestThumbThread::queueRules() {
