@@ -17,6 +17,10 @@ constexpr int kBmpBufBytes = GetThumbThread::THUMB_WIDTH * GetThumbThread::THUMB
 constexpr int kThumbYv12Bytes = GetThumbThread::THUMB_WIDTH * GetThumbThread::THUMB_HEIGHT * 3 / 2; // 9,216
 constexpr int kIdleWaitMs = 100;
 constexpr int kFrameWaitMs = 4000;
+// A recording whose clock restarts (segments joined end to end) has its true
+// length only from the frame index; a large one may take longer than this to
+// index, and then keeps the container's estimate.
+constexpr int kIndexWaitMs = 1500;
 constexpr int kPathBufBytes = 1040;
 constexpr int kKeyBytes = 16;
 
@@ -201,15 +205,15 @@ void GetThumbThread::WaitForWork(int nTimeoutMs) {
     }
 }
 
-bool GetThumbThread::WaitForFrameDone(int nTimeoutMs) {
+bool GetThumbThread::WaitForFlag(const std::atomic<bool>& bFlag, int nTimeoutMs) {
     QDeadlineTimer deadline(nTimeoutMs);
     QMutexLocker lock(&m_frameMutex);
-    while (!m_bFrameDone && !m_bStop) {
+    while (!bFlag && !m_bStop) {
         if (!m_frameDoneCond.wait(&m_frameMutex, deadline)) {
             break;
         }
     }
-    return m_bFrameDone;
+    return bFlag;
 }
 
 void GetThumbThread::MarkFrameDone() {
@@ -280,6 +284,11 @@ void GetThumbThread::ExamineFile(const FileQueueItem& item) {
                    Tavrix_GetLastError(m_lPort));
             break;
         }
+        if (!Tavrix_SetFileRefCallBack(m_lPort, &GetThumbThread::Callback_FileRef, this)) {
+            qDebug("GetThumbThread::run() Tavrix_SetFileRefCallBack Fail GetLastError()=%u",
+                   Tavrix_GetLastError(m_lPort));
+            break;
+        }
         if (!Tavrix_SetFileEndCallback(m_lPort, &GetThumbThread::Callback_FileEnd, this)) {
             qDebug("GetThumbThread::run() Tavrix_SetFileEndCallback Fail GetLastError()=%u",
                    Tavrix_GetLastError(m_lPort));
@@ -309,6 +318,7 @@ void GetThumbThread::ExamineFile(const FileQueueItem& item) {
         nFileTime = Tavrix_GetFileTime(m_lPort);
         m_bEncrypted = bHasKey;
         m_bFrameDone = false;
+        m_bIndexDone = false;
         m_bWantFrame = true;
         if (!Tavrix_Play(m_lPort, 0)) {
             bInvalid = true;
@@ -317,8 +327,11 @@ void GetThumbThread::ExamineFile(const FileQueueItem& item) {
             Tavrix_CloseFile(m_lPort);
             break;
         }
-        if (!WaitForFrameDone(kFrameWaitMs) && !m_bStop) {
+        if (!WaitForFlag(m_bFrameDone, kFrameWaitMs) && !m_bStop) {
             qDebug("GetThumbThread::run() wait DecCallback");
+        }
+        if (WaitForFlag(m_bIndexDone, kIndexWaitMs)) {
+            nFileTime = Tavrix_GetFileTime(m_lPort);
         }
         // No callback comes after these return: the picture, if any, is final.
         Tavrix_Stop(m_lPort);
@@ -370,6 +383,16 @@ void GetThumbThread::Callback_FileEnd(int32_t /*nPort*/, void* pUser) {
     static_cast<GetThumbThread*>(pUser)->MarkFrameDone();
 }
 
+void GetThumbThread::Callback_FileRef(int32_t /*nPort*/, void* pUser) {
+    if (pUser == nullptr) {
+        return;
+    }
+    auto* pThis = static_cast<GetThumbThread*>(pUser);
+    pThis->m_bIndexDone = true;
+    QMutexLocker lock(&pThis->m_frameMutex);
+    pThis->m_frameDoneCond.wakeAll();
+}
+
 void GetThumbThread::Callback_DecFrame(int32_t /*nPort*/, char* pBuf, int32_t nSize,
                                        TAVRIX_FRAME_INFO* pFrameInfo, void* pUser) {
     if (pUser == nullptr || pFrameInfo == nullptr || pFrameInfo->nType != TAVRIX_FRAME_YV12) {
@@ -378,8 +401,8 @@ void GetThumbThread::Callback_DecFrame(int32_t /*nPort*/, char* pBuf, int32_t nS
     static_cast<GetThumbThread*>(pUser)->SeveDecData(pBuf, nSize, pFrameInfo);
 }
 
-const uint8_t* GetThumbThread::CropToMultipleOf4(const uint8_t* pSrc, int32_t nSrcW, int32_t nSrcH, int32_t nDstW,
-                                                 int32_t nDstH) {
+const uint8_t* GetThumbThread::CropToMultipleOf4(const uint8_t* pSrc, int32_t nSrcW, int32_t nSrcH,
+                                                 int32_t nDstW, int32_t nDstH) {
     if (nDstW <= 0 || nDstH <= 0) {
         return pSrc; // too small for a thumbnail: the reduction refuses it
     }
@@ -420,12 +443,7 @@ void GetThumbThread::SeveDecData(char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* p
     if (nWidth != pFrameInfo->nWidth || nHeight != pFrameInfo->nHeight) {
         pSource = CropToMultipleOf4(pSource, pFrameInfo->nWidth, pFrameInfo->nHeight, nWidth, nHeight);
     }
-    NORVANTADS_DOWNSMP_PARAM param{pSource,
-                                   nWidth,
-                                   nHeight,
-                                   m_pYuvBuf.get(),
-                                   THUMB_WIDTH,
-                                   THUMB_HEIGHT};
+    NORVANTADS_DOWNSMP_PARAM param{pSource, nWidth, nHeight, m_pYuvBuf.get(), THUMB_WIDTH, THUMB_HEIGHT};
     if (NorvantaDS_DownSmpOneFrame(&param) != NORVANTADS_OK) {
         qDebug("GetThumbThread::SeveDecData() NorvantaDS_DownSmpOneFrame fail");
         return;

@@ -94,12 +94,14 @@ private:
     // Engine callbacks; they run on the engine's threads with this as pUser.
     static void Callback_EncryptType(int32_t nPort, TAVRIX_ENCRYPT_INFO* pInfo, void* pUser, void* pReserved);
     static void Callback_FileEnd(int32_t nPort, void* pUser);
+    static void Callback_FileRef(int32_t nPort, void* pUser);
     static void Callback_DecFrame(int32_t nPort, char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo,
                                   void* pUser);
 
     // Reduces one decoded YV12 frame to the thumbnail. Engine thread.
     void SeveDecData(char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo);
-    const uint8_t* CropToMultipleOf4(const uint8_t* pSrc, int32_t nSrcW, int32_t nSrcH, int32_t nDstW, int32_t nDstH);
+    const uint8_t* CropToMultipleOf4(const uint8_t* pSrc, int32_t nSrcW, int32_t nSrcH, int32_t nDstW,
+                                     int32_t nDstH);
     // Examines one file and publishes the result. Worker thread.
     void ExamineFile(const FileQueueItem& item);
     // Ends the wait for the current file and wakes the worker. Engine thread.
@@ -107,8 +109,9 @@ private:
     // Waits until the main thread has taken the last result and a file is
     // queued, or a stop is asked; at most nTimeoutMs. Worker thread.
     void WaitForWork(int nTimeoutMs);
-    // Waits for m_bFrameDone (or a stop), at most nTimeoutMs; true if it came.
-    bool WaitForFrameDone(int nTimeoutMs);
+    // Waits for the flag (m_bFrameDone or m_bIndexDone) or a stop, at most
+    // nTimeoutMs; true if it came.
+    bool WaitForFlag(const std::atomic<bool>& bFlag, int nTimeoutMs);
     // Wakes both waits of the worker.
     void WakeWorker();
 
@@ -116,6 +119,7 @@ private:
     // Written by the engine callbacks and read by the worker: atomics, and
     // m_frameMutex/m_frameDoneCond for the wait on m_bFrameDone.
     std::atomic<bool> m_bFrameDone{false};
+    std::atomic<bool> m_bIndexDone{false};
     std::atomic<bool> m_bWantFrame{false};
     std::atomic<bool> m_bEncrypted{false};
     QString m_strCurFile;                 // worker thread only
