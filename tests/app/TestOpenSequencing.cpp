@@ -29,6 +29,7 @@
 #include "CPlaylistItem.h"
 #include "CVelquinDlg.h"
 #include "GuiMedia.h"
+#include "MainDlgFixture.h"
 #include "NonModalMessageBox.h"
 #include "OpenInfo.h"
 
@@ -36,9 +37,7 @@ namespace {
 
 const int kPlayTimeoutMs = 20000;
 
-bool Playing(int nState) {
-    return nState == 1 || nState == 2;
-}
+const auto Playing = MainDlgFixture::Playing;
 
 // A short clip of its own colour, so that rows and windows can be told apart.
 bool MakeClip(const QString& strPath, const QString& strColour, double dSeconds) {
@@ -102,29 +101,18 @@ private:
 class TestOpenSequencing : public QObject {
     Q_OBJECT
 
-    struct Fixture {
-        QString strConfigDir;
-        std::unique_ptr<CVelquinDlg> pDlg;
-        CDlgShow* pStage = nullptr;
-        CPlaylist* pList = nullptr;
-
-        explicit Fixture(const QString& strDir) : strConfigDir(strDir) {}
-        bool Start() {
-            pDlg = std::make_unique<CVelquinDlg>(nullptr, strConfigDir);
-            if (!pDlg->Init())
-                return false;
-            pDlg->resize(1200, 800);
-            pDlg->show();
-            pStage = pDlg->GetDlgShow();
-            pList = pDlg->GetPlaylist();
-            return pStage && pList && QTest::qWaitForWindowExposed(pDlg.get());
+    struct Fixture : MainDlgFixture {
+        using MainDlgFixture::MainDlgFixture;
+        bool Start() { return MainDlgFixture::Start(QSize(1200, 800)); }
+        // A row of a file (nType 1) or a stream address (2).
+        bool AddRow(const QString& strPath, int nType = 1) {
+            OpenInfo stInfo;
+            stInfo.nMediaType = nType;
+            stInfo.strFilePath = strPath;
+            return nType == 1 ? pList->AddFile(&stInfo) : pList->AddUrl(&stInfo);
         }
-        void Stop() {
-            if (pDlg)
-                pDlg->UnInit();
-            pDlg.reset();
-        }
-        ~Fixture() { Stop(); }
+        // A point on the stage away from the drag prompt, in the dialog's coordinates.
+        QPoint StagePoint() const { return pStage->mapTo(pDlg.get(), QPoint(10, 10)); }
         bool RowInvalid(const QString& strPath) const {
             CPlaylistItem* pRow = pList->GetRowWidget(pList->GetRowByPath(strPath));
             return pRow && pRow->IsInvalid();
@@ -241,7 +229,7 @@ private slots:
         if (strDamage == "truncated")
             baBytes.truncate(baBytes.size() / 2);
         else if (strDamage == "random")
-            baBytes = QByteArray::fromHex("8f3e00d1c2ff7a10") .repeated(512);
+            baBytes = QByteArray::fromHex("8f3e00d1c2ff7a10").repeated(512);
         else
             baBytes.clear();
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
@@ -264,8 +252,7 @@ private slots:
     }
 
     void addingMoreToAFullListShowsTheMessage() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         // The same path again is no new row and no message.
         QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0) << m_lstClips.at(0)));
@@ -274,8 +261,7 @@ private slots:
     }
 
     void keyOfOneRowDoesNotReachTheNext() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         OpenInfo stKeyed;
         stKeyed.nMediaType = 1;
@@ -316,8 +302,7 @@ private slots:
     }
 
     void runTimeErrorStopsTheWindowOfItsFile() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
         const QString strLong = GuiMedia::Clip("ch02_20240315103000_20240315103010.mp4");
@@ -337,18 +322,16 @@ private slots:
         QVERIFY(CVelquinDlg::IsStreamUrl(QUrl("http://cam.local/live/index.m3u8")));
         QVERIFY(!CVelquinDlg::IsStreamUrl(QUrl("https://example.com/article.html")));
         QVERIFY(!CVelquinDlg::IsStreamUrl(QUrl("mailto:someone@example.com")));
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
-        fx.Drop({QUrl("https://example.com/article.html")}, fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10)));
+        fx.Drop({QUrl("https://example.com/article.html")}, fx.StagePoint());
         QCOMPARE(fx.pList->count(), 0);
         QCOMPARE(fx.pStage->GetPlayState(0), 0);
     }
 
     void removeInvalidSparesPlayingAndGoodFiles() {
-        QTemporaryDir dirConfig;
         QTemporaryDir dirFiles;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         // Rows: an AVI (no global time, a good file all the same), a file gone
         // from disk, a text file that is no video, and a recording that plays and
@@ -358,12 +341,8 @@ private slots:
         const QString strText = GuiMedia::Clip("text.mp4");
         const QString strPlaying = dirFiles.filePath("ch05_20240315120000.mp4");
         QVERIFY(QFile::copy(GuiMedia::Clip("ch02_20240315103000_20240315103010.mp4"), strPlaying));
-        for (const QString& strPath : {strAvi, strMissing, strText, strPlaying}) {
-            OpenInfo stInfo;
-            stInfo.nMediaType = 1;
-            stInfo.strFilePath = strPath;
-            QVERIFY(fx.pList->AddFile(&stInfo));
-        }
+        for (const QString& strPath : {strAvi, strMissing, strText, strPlaying})
+            QVERIFY(fx.AddRow(strPath));
         OpenInfo stPlaying;
         QVERIFY(fx.pList->GetOpenInfo(3, &stPlaying));
         QVERIFY(fx.pDlg->PlayFileInWnd(0, &stPlaying));
@@ -390,8 +369,7 @@ private slots:
     // ---- play modes at the end of a file ----
 
     void singlePlayStops() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         QVERIFY(fx.pDlg->OpenFileList(QStringList() << m_lstClips.at(0)));
         QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
@@ -402,17 +380,12 @@ private slots:
     }
 
     void playlistOrderGoesOnAndStopsAtTheEnd() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         fx.SetPlayMode(2);
         // Rows red, green, blue; start at green: blue follows, then the list ends.
-        for (const QString& strClip : m_lstClips) {
-            OpenInfo stInfo;
-            stInfo.nMediaType = 1;
-            stInfo.strFilePath = strClip;
-            QVERIFY(fx.pList->AddFile(&stInfo));
-        }
+        for (const QString& strClip : m_lstClips)
+            QVERIFY(fx.AddRow(strClip));
         QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
         OpenInfo stGreen;
         QVERIFY(fx.pList->GetOpenInfo(1, &stGreen));
@@ -426,8 +399,7 @@ private slots:
     }
 
     void loopSingleFilePlaysItAgain() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         fx.SetPlayMode(3);
         QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
@@ -438,62 +410,45 @@ private slots:
     }
 
     void loopPlaylistSkipsUrlsAndBadFiles() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         fx.SetPlayMode(4);
         // Rows: red, a URL, a file that is no video, green.
+        QVERIFY(fx.AddRow(m_lstClips.at(0)) && fx.AddRow("rtsp://127.0.0.1:9/none", 2) &&
+                fx.AddRow(GuiMedia::Clip("text.mp4")) && fx.AddRow(m_lstClips.at(1)));
         OpenInfo stRed;
-        stRed.nMediaType = 1;
-        stRed.strFilePath = m_lstClips.at(0);
-        QVERIFY(fx.pList->AddFile(&stRed));
-        OpenInfo stUrl;
-        stUrl.nMediaType = 2;
-        stUrl.strFilePath = QStringLiteral("rtsp://127.0.0.1:9/none");
-        QVERIFY(fx.pList->AddUrl(&stUrl));
-        OpenInfo stBad;
-        stBad.nMediaType = 1;
-        stBad.strFilePath = GuiMedia::Clip("text.mp4");
-        QVERIFY(fx.pList->AddFile(&stBad));
-        OpenInfo stGreen;
-        stGreen.nMediaType = 1;
-        stGreen.strFilePath = m_lstClips.at(1);
-        QVERIFY(fx.pList->AddFile(&stGreen));
+        QVERIFY(fx.pList->GetOpenInfo(0, &stRed));
 
         QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
         QVERIFY(fx.pDlg->On_OpenFileInSelWnd(&stRed));
         // red ends: the URL is skipped, the bad file fails and is marked, green plays.
         QVERIFY(spyEnd.wait(kPlayTimeoutMs));
         // Each file opens on a worker: it plays a moment after its window names it.
-        QTRY_VERIFY_WITH_TIMEOUT(
-            fx.pStage->GetWndFilePath(0) == m_lstClips.at(1) && Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->GetWndFilePath(0) == m_lstClips.at(1) &&
+                                     Playing(fx.pStage->GetPlayState(0)),
+                                 kPlayTimeoutMs);
         QVERIFY(fx.RowInvalid(GuiMedia::Clip("text.mp4")));
         QVERIFY(!fx.RowInvalid(m_lstClips.at(1)));
         // green ends: round to red again, past the end of the list.
         QTRY_VERIFY_WITH_TIMEOUT(spyEnd.count() >= 2, kPlayTimeoutMs);
-        QTRY_VERIFY_WITH_TIMEOUT(
-            fx.pStage->GetWndFilePath(0) == m_lstClips.at(0) && Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->GetWndFilePath(0) == m_lstClips.at(0) &&
+                                     Playing(fx.pStage->GetPlayState(0)),
+                                 kPlayTimeoutMs);
         QCOMPARE(fx.pList->count(), 4);
     }
 
     void loopPlaylistWhereNothingOpensEnds() {
-        QTemporaryDir dirConfig;
         QTemporaryDir dirFiles;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         fx.SetPlayMode(4);
         // The only good row plays, then it is removed from disk along with nothing
         // else that opens: the search must end instead of going round for ever.
         const QString strCopy = dirFiles.filePath("only.mp4");
         QVERIFY(QFile::copy(m_lstClips.at(2), strCopy));
+        QVERIFY(fx.AddRow(strCopy) && fx.AddRow(GuiMedia::Clip("random.mp4")));
         OpenInfo stOnly;
-        stOnly.nMediaType = 1;
-        stOnly.strFilePath = strCopy;
-        QVERIFY(fx.pList->AddFile(&stOnly));
-        OpenInfo stBad;
-        stBad.nMediaType = 1;
-        stBad.strFilePath = GuiMedia::Clip("random.mp4");
-        QVERIFY(fx.pList->AddFile(&stBad));
+        QVERIFY(fx.pList->GetOpenInfo(0, &stOnly));
         QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
         QVERIFY(fx.pDlg->On_OpenFileInSelWnd(&stOnly));
         // The file is read on a worker: it goes from disk once it plays.
@@ -501,7 +456,8 @@ private slots:
         QVERIFY(QFile::remove(strCopy));
         QTRY_VERIFY_WITH_TIMEOUT(spyEnd.count() > 0, kPlayTimeoutMs);
         // A search still going on always has an open under way.
-        QTRY_VERIFY_WITH_TIMEOUT(!Playing(fx.pStage->GetPlayState(0)) && !fx.pStage->IsOpening(0), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(!Playing(fx.pStage->GetPlayState(0)) && !fx.pStage->IsOpening(0),
+                                 kPlayTimeoutMs);
         QVERIFY(fx.RowInvalid(GuiMedia::Clip("random.mp4")));
         QVERIFY(fx.RowInvalid(strCopy));
     }
@@ -518,9 +474,8 @@ private slots:
     void dropOnThePromptGrowsTheLayout() {
         QFETCH(int, nFiles);
         QFETCH(int, nLayout);
-        QTemporaryDir dirConfig;
         QTemporaryDir dirFiles;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         QCOMPARE(fx.pStage->GetPlayWndNum(), 1);
         QList<QUrl> lstUrls;
@@ -532,7 +487,7 @@ private slots:
         // The drag shows the prompt; the drop lands on it.
         QMimeData data;
         data.setUrls(lstUrls);
-        const QPoint ptStage = fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10));
+        const QPoint ptStage = fx.StagePoint();
         QDragEnterEvent evEnter(ptStage, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
         QApplication::sendEvent(fx.pDlg.get(), &evEnter);
         QVERIFY(fx.pDlg->GetAutoExpandWnd());
@@ -547,33 +502,31 @@ private slots:
     }
 
     void dropAwayFromThePromptKeepsTheLayout() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
-        const QList<QUrl> lstUrls = {QUrl::fromLocalFile(m_lstClips.at(0)), QUrl::fromLocalFile(m_lstClips.at(1))};
-        fx.Drop(lstUrls, fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10)));
+        const QList<QUrl> lstUrls = {QUrl::fromLocalFile(m_lstClips.at(0)),
+                                     QUrl::fromLocalFile(m_lstClips.at(1))};
+        fx.Drop(lstUrls, fx.StagePoint());
         QCOMPARE(fx.pStage->GetPlayWndNum(), 1);
         QCOMPARE(fx.pList->count(), 2);
         QCOMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(0));
     }
 
     void droppedFolderIsSkipped() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
-        fx.Drop({QUrl::fromLocalFile(m_dirMedia.path())}, fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10)));
+        fx.Drop({QUrl::fromLocalFile(m_dirMedia.path())}, fx.StagePoint());
         QCOMPARE(fx.pList->count(), 0);
         QCOMPARE(fx.pStage->GetPlayState(0), 0);
         // A folder among files: only the file counts.
         fx.Drop({QUrl::fromLocalFile(m_dirMedia.path()), QUrl::fromLocalFile(m_lstClips.at(2))},
-                fx.pStage->mapTo(fx.pDlg.get(), QPoint(10, 10)));
+                fx.StagePoint());
         QCOMPARE(fx.pList->count(), 1);
         QCOMPARE(fx.pStage->GetWndFilePath(0), m_lstClips.at(2));
     }
 
     void oneFileDroppedOnWindowThreePlaysThere() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
         CPlayWnd* pWnd3 = fx.pStage->GetPlayWnd(3);
@@ -589,8 +542,7 @@ private slots:
     // ---- encrypted files ----
 
     void encryptedPathOnTheCommandLineAsksBeforeOpening() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         // The thread has not seen the file: the file itself is read at once.
         KeyDialogAnswer answer{QStringLiteral("velquin123")};
@@ -606,14 +558,10 @@ private slots:
     }
 
     void encryptedFileAsksForTheKeyAndForgetsAWrongOne() {
-        QTemporaryDir dirConfig;
-        Fixture fx(dirConfig.path());
+        Fixture fx;
         QVERIFY(fx.Start());
         const QString strClip = GuiMedia::Clip("enc_velquin123.mp4");
-        OpenInfo stRow;
-        stRow.nMediaType = 1;
-        stRow.strFilePath = strClip;
-        QVERIFY(fx.pList->AddFile(&stRow));
+        QVERIFY(fx.AddRow(strClip));
         QListWidgetItem* pItem = fx.pList->item(0);
         QVERIFY(pItem);
 
@@ -656,13 +604,14 @@ private slots:
 
         // The key survives a restart with the row.
         fx.Stop();
-        Fixture fx2(dirConfig.path());
+        Fixture fx2(fx.strConfigDir);
         QVERIFY(fx2.Start());
         QVERIFY(fx2.pDlg->RestorePlaylist());
         QVERIFY(fx2.pList->GetOpenInfo(0, &stAfter));
         QCOMPARE(stAfter.strDecryptKey, QStringLiteral("velquin123"));
         // The examination of the restored row finds the file encrypted again.
-        QTRY_VERIFY_WITH_TIMEOUT(fx2.pList->GetOpenInfo(0, &stAfter) && stAfter.bEncryptChecked, kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx2.pList->GetOpenInfo(0, &stAfter) && stAfter.bEncryptChecked,
+                                 kPlayTimeoutMs);
         QVERIFY(stAfter.bEncrypted);
         QCOMPARE(stAfter.strDecryptKey, QStringLiteral("velquin123"));
     }

@@ -31,6 +31,14 @@ bool PortProbe::Open(const QString& strPath) {
     return Tavrix_OpenFile(m_lPort, QFile::encodeName(strPath).constData());
 }
 
+bool PortProbe::OpenIndexed(const QString& strClip, QStringList* pExpected, int nTimeoutMs) {
+    const QString strPath = MediaPath(strClip);
+    *pExpected = ExpectedHashes(strPath);
+    if (pExpected->isEmpty() || !TakePort() || !m_index.Register(m_lPort) || !Open(strPath))
+        return false;
+    return m_index.Wait(nTimeoutMs) && Tavrix_GetFileTotalFrames(m_lPort) == uint32_t(pExpected->size());
+}
+
 bool PortProbe::Play(bool bRealTime) {
     return Tavrix_SetRealTime(m_lPort, bRealTime) && Tavrix_Play(m_lPort, 0);
 }

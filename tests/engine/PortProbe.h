@@ -2,6 +2,7 @@
 // records what the callbacks report, so test cases can wait on it and check it.
 #pragma once
 
+#include "IndexWait.h"
 #include "Tavrix.h"
 
 #include <QByteArray>
@@ -32,6 +33,9 @@ public:
     bool TakePort();
     // TakePort if needed, then Tavrix_OpenFile.
     bool Open(const QString& strPath);
+    // Open of NAME in the media folder, then a wait for the frame index; *pExpected
+    // gets the clip's truth and must hold one hash per indexed frame.
+    bool OpenIndexed(const QString& strClip, QStringList* pExpected, int nTimeoutMs);
     bool Play(bool bRealTime);
     // Closes the file and frees the port (also done by the destructor).
     void Release();
@@ -61,6 +65,7 @@ private:
     void OnFileEnd();
 
     int32_t m_lPort = -1;
+    IndexWait m_index;
     bool m_bHashFrames = true;      // set before Play, read on the render thread
     bool m_bReadSystemTime = false; // set before Play, read on the render thread
 

@@ -3,8 +3,7 @@
 // container the engine plays and on recordings as the field leaves them
 // (segments joined with a clock restart, a wrapping transport stream clock,
 // an AVI with decode times only); key frame queries answer from the index.
-#include "IndexWait.h"
-#include "PortProbe.h"
+#include "FrameChecks.h"
 
 #include <QRandomGenerator>
 #include <QtTest>
@@ -24,7 +23,7 @@ class TestSeek : public QObject {
 
 private:
     // Opens the clip, waits for its index, and leaves the port paused.
-    bool OpenPaused(PortProbe& probe, IndexWait& index, const QString& strClip, QStringList* pExpected);
+    bool OpenPaused(PortProbe& probe, const QString& strClip, QStringList* pExpected);
     // Jumps (paused) and checks the one picture shown.
     void CheckJump(PortProbe& probe, const QStringList& expected, uint32_t nFrame);
 
@@ -32,12 +31,12 @@ private slots:
     void initTestCase();
     void pausedJumpsShowTheNamedFrame_data();
     void pausedJumpsShowTheNamedFrame();
-    void timeJumpsShowTheLastFrameAtOrBefore_data();
+    void timeJumpsShowTheLastFrameAtOrBefore_data() { pausedJumpsShowTheNamedFrame_data(); }
     void timeJumpsShowTheLastFrameAtOrBefore();
-    void jumpWhilePlayingPlaysOnFromTarget_data();
+    void jumpWhilePlayingPlaysOnFromTarget_data() { pausedJumpsShowTheNamedFrame_data(); }
     void jumpWhilePlayingPlaysOnFromTarget();
     void badJumpsAreRefused();
-    void keyFrameQueries_data();
+    void keyFrameQueries_data() { pausedJumpsShowTheNamedFrame_data(); }
     void keyFrameQueries();
     void restartedClockKeepsOneTimeLine();
     void closeRightAfterJumps();
@@ -49,16 +48,10 @@ void TestSeek::initTestCase() {
     QVERIFY2(QFile::exists(PortProbe::MediaPath("h264_aac.mp4")), "test media missing");
 }
 
-bool TestSeek::OpenPaused(PortProbe& probe, IndexWait& index, const QString& strClip,
-                          QStringList* pExpected) {
-    const QString strPath = PortProbe::MediaPath(strClip);
-    *pExpected = PortProbe::ExpectedHashes(strPath);
-    if (pExpected->isEmpty() || !probe.TakePort() || !index.Register(probe.Port()) || !probe.Open(strPath))
-        return false;
-    if (!index.Wait(kTimeoutMs) || Tavrix_GetFileTotalFrames(probe.Port()) != uint32_t(pExpected->size()))
-        return false;
+bool TestSeek::OpenPaused(PortProbe& probe, const QString& strClip, QStringList* pExpected) {
     // A jump on a stopped port starts it paused on the frame.
-    if (!Tavrix_SetCurrentFrameNum(probe.Port(), 0) || !probe.WaitForFrames(1, kTimeoutMs))
+    if (!probe.OpenIndexed(strClip, pExpected, kTimeoutMs) || !Tavrix_SetCurrentFrameNum(probe.Port(), 0) ||
+        !probe.WaitForFrames(1, kTimeoutMs))
         return false;
     probe.ClearFrames();
     return true;
@@ -69,11 +62,7 @@ void TestSeek::CheckJump(PortProbe& probe, const QStringList& expected, uint32_t
     QVERIFY2(Tavrix_SetCurrentFrameNum(probe.Port(), nFrame),
              qPrintable(QString("frame %1 error %2").arg(nFrame).arg(Tavrix_GetLastError(probe.Port()))));
     QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nFrame);
-    QVERIFY2(probe.WaitForFrames(1, kTimeoutMs), qPrintable(QString("frame %1 not shown").arg(nFrame)));
-    const PortProbe::Shown shown = probe.Frames().front();
-    QCOMPARE(shown.nFrameNum, nFrame);
-    QCOMPARE(QString::fromLatin1(shown.md5Hex), expected[int(nFrame)]);
-    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nFrame);
+    CheckShown(probe, expected, nFrame, kTimeoutMs);
 }
 
 void TestSeek::pausedJumpsShowTheNamedFrame_data() {
@@ -85,9 +74,8 @@ void TestSeek::pausedJumpsShowTheNamedFrame_data() {
 void TestSeek::pausedJumpsShowTheNamedFrame() {
     QFETCH(QString, clip);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    QVERIFY(OpenPaused(probe, clip, &expected));
     const uint32_t nLast = uint32_t(expected.size() - 1);
     std::vector<uint32_t> vecTargets = {0, nLast};
     QRandomGenerator random(20240315);
@@ -102,16 +90,11 @@ void TestSeek::pausedJumpsShowTheNamedFrame() {
     }
 }
 
-void TestSeek::timeJumpsShowTheLastFrameAtOrBefore_data() {
-    pausedJumpsShowTheNamedFrame_data();
-}
-
 void TestSeek::timeJumpsShowTheLastFrameAtOrBefore() {
     QFETCH(QString, clip);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    QVERIFY(OpenPaused(probe, clip, &expected));
     // Times on a frame's start, just after it, and just before the next.
     const struct {
         uint32_t nMs;
@@ -121,24 +104,15 @@ void TestSeek::timeJumpsShowTheLastFrameAtOrBefore() {
     for (const auto& c : aCases) {
         probe.ClearFrames();
         QVERIFY(Tavrix_SetPlayedTimeEx(probe.Port(), c.nMs));
-        QVERIFY2(probe.WaitForFrames(1, kTimeoutMs), qPrintable(QString("%1 ms not shown").arg(c.nMs)));
-        const PortProbe::Shown shown = probe.Frames().front();
-        QCOMPARE(shown.nFrameNum, c.nFrame);
-        QCOMPARE(QString::fromLatin1(shown.md5Hex), expected[int(c.nFrame)]);
-        QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), c.nFrame);
+        CheckShown(probe, expected, c.nFrame, kTimeoutMs);
     }
-}
-
-void TestSeek::jumpWhilePlayingPlaysOnFromTarget_data() {
-    pausedJumpsShowTheNamedFrame_data();
 }
 
 void TestSeek::jumpWhilePlayingPlaysOnFromTarget() {
     QFETCH(QString, clip);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    QVERIFY(OpenPaused(probe, clip, &expected));
     QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
     const uint32_t nTarget = 17;
     QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nTarget));
@@ -146,21 +120,14 @@ void TestSeek::jumpWhilePlayingPlaysOnFromTarget() {
     probe.ClearFrames();
     QVERIFY(Tavrix_Play(probe.Port(), 0));
     QVERIFY(probe.WaitForEnd(kTimeoutMs));
-    const std::vector<PortProbe::Shown> frames = probe.Frames();
-    QCOMPARE(int(frames.size()), expected.size() - int(nTarget) - 1);
-    for (size_t k = 0; k < frames.size(); ++k) {
-        const uint32_t nFrame = nTarget + 1 + uint32_t(k);
-        QCOMPARE(frames[k].nFrameNum, nFrame);
-        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(nFrame)]);
-    }
+    CheckRun(probe.Frames(), expected, nTarget + 1, 1, expected.size() - int(nTarget) - 1);
     QCOMPARE(probe.EndCount(), 1);
 }
 
 void TestSeek::badJumpsAreRefused() {
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenPaused(probe, index, "h264_aac.mp4", &expected));
+    QVERIFY(OpenPaused(probe, "h264_aac.mp4", &expected));
     CheckJump(probe, expected, 10);
     QVERIFY(!Tavrix_SetCurrentFrameNum(probe.Port(), uint32_t(expected.size())));
     QCOMPARE(Tavrix_GetLastError(probe.Port()), uint32_t(TAVRIX_ERR_PARA_OVER));
@@ -171,16 +138,11 @@ void TestSeek::badJumpsAreRefused() {
     QCOMPARE(Tavrix_GetLastError(probe.Port()), uint32_t(TAVRIX_ERR_ORDER));
 }
 
-void TestSeek::keyFrameQueries_data() {
-    pausedJumpsShowTheNamedFrame_data();
-}
-
 void TestSeek::keyFrameQueries() {
     QFETCH(QString, clip);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    QVERIFY(OpenPaused(probe, clip, &expected));
     const int32_t nPort = probe.Port();
     const uint32_t nCount = uint32_t(expected.size());
     TAVRIX_FRAME_POS first{};
@@ -230,9 +192,8 @@ void TestSeek::restartedClockKeepsOneTimeLine() {
     // Two 4 s segments whose clocks both start at the same value: the file
     // lasts 8 s, and frame 150 lies 6 s after frame 0.
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenPaused(probe, index, "joined_restart.ts", &expected));
+    QVERIFY(OpenPaused(probe, "joined_restart.ts", &expected));
     QCOMPARE(expected.size(), 200);
     QCOMPARE(Tavrix_GetFileTime(probe.Port()), 8u);
     CheckJump(probe, expected, 0);
@@ -246,9 +207,8 @@ void TestSeek::closeRightAfterJumps() {
     // Jumps leave threads decoding; closing and freeing must stop them at once.
     for (int i = 0; i < 5; ++i) {
         PortProbe probe;
-        IndexWait index;
         QStringList expected;
-        QVERIFY(OpenPaused(probe, index, "hevc.mkv", &expected));
+        QVERIFY(OpenPaused(probe, "hevc.mkv", &expected));
         QVERIFY(Tavrix_Pause(probe.Port(), 0));
         QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), uint32_t(10 * i)));
         QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), uint32_t(49 - i)));
@@ -270,9 +230,8 @@ void TestSeek::fastPlayDroppingBFramesKeepsNumbers() {
     // to; those that are shown still carry their own numbers and pictures.
     QFETCH(QString, clip);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenPaused(probe, index, clip, &expected));
+    QVERIFY(OpenPaused(probe, clip, &expected));
     QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
     QVERIFY(Tavrix_ThrowBFrameNum(probe.Port(), 2));
     QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 0));
@@ -282,12 +241,7 @@ void TestSeek::fastPlayDroppingBFramesKeepsNumbers() {
     QVERIFY(Tavrix_Fast(probe.Port()));
     QVERIFY(probe.WaitForEnd(kTimeoutMs));
     const std::vector<PortProbe::Shown> frames = probe.Frames();
-    QVERIFY(!frames.empty());
-    for (size_t k = 0; k < frames.size(); ++k) {
-        if (k > 0)
-            QVERIFY(frames[k].nFrameNum > frames[k - 1].nFrameNum);
-        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(frames[k].nFrameNum)]);
-    }
+    CheckOrdered(frames, expected, 1);
     QCOMPARE(frames.back().nFrameNum, uint32_t(expected.size() - 1));
     QCOMPARE(probe.EndCount(), 1);
 }

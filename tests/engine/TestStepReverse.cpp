@@ -2,8 +2,7 @@
 // playing the clip backwards give the ffmpeg tool's pictures in reverse, the
 // end comes once at frame 0, and the direction turns forward again from the
 // frame shown.
-#include "IndexWait.h"
-#include "PortProbe.h"
+#include "FrameChecks.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -22,7 +21,6 @@ class TestStepReverse : public QObject {
     Q_OBJECT
 
 private:
-    bool OpenIndexed(PortProbe& probe, IndexWait& index, const QString& strClip, QStringList* pExpected);
     // One step (back or forward) from a paused port; checks the picture shown.
     void CheckStep(PortProbe& probe, const QStringList& expected, bool bBack, uint32_t nExpectFrame);
 
@@ -55,32 +53,19 @@ void TestStepReverse::clips_data() {
         QTest::newRow(qPrintable(strClip)) << strClip;
 }
 
-bool TestStepReverse::OpenIndexed(PortProbe& probe, IndexWait& index, const QString& strClip,
-                                  QStringList* pExpected) {
-    const QString strPath = PortProbe::MediaPath(strClip);
-    *pExpected = PortProbe::ExpectedHashes(strPath);
-    return !pExpected->isEmpty() && probe.TakePort() && index.Register(probe.Port()) && probe.Open(strPath) &&
-           index.Wait(kTimeoutMs);
-}
-
 void TestStepReverse::CheckStep(PortProbe& probe, const QStringList& expected, bool bBack,
                                 uint32_t nExpectFrame) {
     probe.ClearFrames();
     QVERIFY2(bBack ? Tavrix_OneByOneBack(probe.Port()) : Tavrix_OneByOne(probe.Port()),
              qPrintable(QString("to %1: error %2").arg(nExpectFrame).arg(Tavrix_GetLastError(probe.Port()))));
-    QVERIFY2(probe.WaitForFrames(1, kTimeoutMs), qPrintable(QString("frame %1 not shown").arg(nExpectFrame)));
-    const PortProbe::Shown shown = probe.Frames().front();
-    QCOMPARE(shown.nFrameNum, nExpectFrame);
-    QCOMPARE(QString::fromLatin1(shown.md5Hex), expected[int(nExpectFrame)]);
-    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nExpectFrame);
+    CheckShown(probe, expected, nExpectFrame, kTimeoutMs);
 }
 
 void TestStepReverse::stepBackFromLastToFirst() {
     QFETCH(QString, clip);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, clip, &expected));
+    QVERIFY(probe.OpenIndexed(clip, &expected, kTimeoutMs));
     const uint32_t nLast = uint32_t(expected.size() - 1);
     QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nLast));
     QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
@@ -98,9 +83,8 @@ void TestStepReverse::stepBackFromLastToFirst() {
 void TestStepReverse::stepsBothWays() {
     QFETCH(QString, clip);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, clip, &expected));
+    QVERIFY(probe.OpenIndexed(clip, &expected, kTimeoutMs));
     QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 26));
     QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
     // Across the key frame at 25 and back over it again.
@@ -117,30 +101,24 @@ void TestStepReverse::stepsBothWays() {
 void TestStepReverse::reversePlayGivesClipBackwards() {
     QFETCH(QString, clip);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, clip, &expected));
+    QVERIFY(probe.OpenIndexed(clip, &expected, kTimeoutMs));
     QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
     // From a stop reverse play starts at the last frame.
     QVERIFY(Tavrix_ReversePlay(probe.Port()));
     QVERIFY(probe.WaitForEnd(kTimeoutMs));
     const std::vector<PortProbe::Shown> frames = probe.Frames();
-    QCOMPARE(int(frames.size()), expected.size());
-    for (size_t k = 0; k < frames.size(); ++k) {
-        const uint32_t nFrame = uint32_t(expected.size() - 1 - int(k));
-        QCOMPARE(frames[k].nFrameNum, nFrame);
-        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(nFrame)]);
-        QCOMPARE(frames[k].nEndsBefore, 0);
-    }
+    CheckRun(frames, expected, uint32_t(expected.size() - 1), -1, expected.size());
+    for (const PortProbe::Shown& shown : frames)
+        QCOMPARE(shown.nEndsBefore, 0);
     QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), 0u);
     QCOMPARE(probe.EndCount(), 1);
 }
 
 void TestStepReverse::pauseInReverseThenPlayForward() {
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, "h264_aac.mp4", &expected));
+    QVERIFY(probe.OpenIndexed("h264_aac.mp4", &expected, kTimeoutMs));
     QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 40));
     QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
     QCOMPARE(probe.Frames().front().nFrameNum, 40u);
@@ -151,31 +129,22 @@ void TestStepReverse::pauseInReverseThenPlayForward() {
     // Paused in reverse: a step back shows the frame before the shown one.
     const uint32_t nShown = Tavrix_GetCurrentFrameNum(probe.Port());
     QVERIFY(nShown < 40);
-    const std::vector<PortProbe::Shown> before = probe.Frames();
-    for (size_t k = 0; k < before.size(); ++k)
-        QCOMPARE(before[k].nFrameNum, uint32_t(39 - int(k)));
-    QCOMPARE(before.back().nFrameNum, nShown);
+    CheckRun(probe.Frames(), expected, 39, -1, int(40 - nShown));
     CheckStep(probe, expected, true, nShown - 1);
     // Play turns forward from the shown frame.
     probe.ClearFrames();
     QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
     QVERIFY(Tavrix_Play(probe.Port(), 0));
     QVERIFY(probe.WaitForEnd(kTimeoutMs));
-    const std::vector<PortProbe::Shown> after = probe.Frames();
-    QCOMPARE(int(after.size()), expected.size() - int(nShown));
-    for (size_t k = 0; k < after.size(); ++k) {
-        QCOMPARE(after[k].nFrameNum, nShown + uint32_t(k));
-        QCOMPARE(QString::fromLatin1(after[k].md5Hex), expected[int(nShown + k)]);
-    }
+    CheckRun(probe.Frames(), expected, nShown, 1, expected.size() - int(nShown));
 }
 
 void TestStepReverse::pauseRightAfterJumpShowsTarget() {
     // A pause that comes before the target's picture still shows it: the
     // picture and the counter agree once the port rests.
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, "h264_aac.mp4", &expected));
+    QVERIFY(probe.OpenIndexed("h264_aac.mp4", &expected, kTimeoutMs));
     QVERIFY(probe.Play(true));
     QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
     QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 30));
@@ -190,9 +159,8 @@ void TestStepReverse::turnOnPausedPortKeepsFrame() {
     // The play window turns a paused port round with a play in the new
     // direction and an immediate pause: the frame under investigation stays.
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, "h264_aac.mp4", &expected));
+    QVERIFY(probe.OpenIndexed("h264_aac.mp4", &expected, kTimeoutMs));
     const uint32_t nK = 40;
     QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nK));
     QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
@@ -212,10 +180,7 @@ void TestStepReverse::turnOnPausedPortKeepsFrame() {
     QVERIFY(Tavrix_OneByOneBack(probe.Port()));
     QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
     QTRY_COMPARE_WITH_TIMEOUT(Tavrix_GetCurrentFrameNum(probe.Port()), nK - 1, kTimeoutMs);
-    const std::vector<PortProbe::Shown> shown = probe.Frames();
-    QCOMPARE(int(shown.size()), 1);
-    QCOMPARE(shown.front().nFrameNum, nK - 1);
-    QCOMPARE(QString::fromLatin1(shown.front().md5Hex), expected[int(nK - 1)]);
+    CheckRun(probe.Frames(), expected, nK - 1, 1, 1);
     // And the step forward from there is K again.
     CheckStep(probe, expected, false, nK);
     QCOMPARE(probe.FrameCount(), 1);
@@ -234,9 +199,8 @@ void TestStepReverse::stepPausesPlayingPort() {
     QFETCH(QString, strClip);
     QFETCH(int, nFast);
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, strClip, &expected));
+    QVERIFY(probe.OpenIndexed(strClip, &expected, kTimeoutMs));
     QVERIFY(probe.Play(true));
     if (nFast > 0) {
         QVERIFY(Tavrix_ThrowBFrameNum(probe.Port(), 2));
@@ -259,28 +223,21 @@ void TestStepReverse::stepPausesPlayingPort() {
 void TestStepReverse::reverseAtSpeedEndsOnce() {
     // Reverse play keeps the speed ladder; the end still comes once.
     PortProbe probe;
-    IndexWait index;
     QStringList expected;
-    QVERIFY(OpenIndexed(probe, index, "mpeg4.mp4", &expected));
+    QVERIFY(probe.OpenIndexed("mpeg4.mp4", &expected, kTimeoutMs));
     QVERIFY(Tavrix_ReversePlay(probe.Port()));
     QVERIFY(Tavrix_Fast(probe.Port()));
     QVERIFY(Tavrix_Fast(probe.Port()));
     QVERIFY(probe.WaitForEnd(kTimeoutMs));
-    const std::vector<PortProbe::Shown> frames = probe.Frames();
-    QVERIFY(!frames.empty());
-    for (size_t k = 1; k < frames.size(); ++k) {
-        QVERIFY(frames[k].nFrameNum < frames[k - 1].nFrameNum);
-        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(frames[k].nFrameNum)]);
-    }
+    CheckOrdered(probe.Frames(), expected, -1);
     QCOMPARE(probe.EndCount(), 1);
 }
 
 void TestStepReverse::closeDuringReversePlay() {
     for (int i = 0; i < 4; ++i) {
         PortProbe probe;
-        IndexWait index;
         QStringList expected;
-        QVERIFY(OpenIndexed(probe, index, "hevc.mkv", &expected));
+        QVERIFY(probe.OpenIndexed("hevc.mkv", &expected, kTimeoutMs));
         QVERIFY(Tavrix_ReversePlay(probe.Port()));
         QVERIFY(probe.WaitForFrames(1 + i, kTimeoutMs));
         if (i % 2 == 0) {
@@ -311,23 +268,14 @@ void TestStepReverse::largePicturesBackwardsInParts() {
                                             "yuv420p", "-f", "framemd5", strClip + ".framemd5"});
     QVERIFY(ffmpeg.waitForFinished(120000));
     QCOMPARE(ffmpeg.exitCode(), 0);
-    const QStringList expected = PortProbe::ExpectedHashes(strClip);
-    QCOMPARE(expected.size(), 75);
-
     PortProbe probe;
-    IndexWait index;
-    QVERIFY(probe.TakePort() && index.Register(probe.Port()) && probe.Open(strClip) &&
-            index.Wait(kTimeoutMs));
+    QStringList expected;
+    QVERIFY(probe.OpenIndexed(strClip, &expected, kTimeoutMs)); // an absolute path stays as it is
+    QCOMPARE(expected.size(), 75);
     QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
     QVERIFY(Tavrix_ReversePlay(probe.Port()));
     QVERIFY(probe.WaitForEnd(kTimeoutMs));
-    const std::vector<PortProbe::Shown> frames = probe.Frames();
-    QCOMPARE(int(frames.size()), expected.size());
-    for (size_t k = 0; k < frames.size(); ++k) {
-        const uint32_t nFrame = uint32_t(expected.size() - 1 - int(k));
-        QCOMPARE(frames[k].nFrameNum, nFrame);
-        QCOMPARE(QString::fromLatin1(frames[k].md5Hex), expected[int(nFrame)]);
-    }
+    CheckRun(probe.Frames(), expected, uint32_t(expected.size() - 1), -1, expected.size());
 
     // Paused, a jump shows its target and the steps go from there.
     QVERIFY(Tavrix_Pause(probe.Port(), 1));

@@ -12,6 +12,8 @@
 
 #include <cstdlib>
 
+#include "OpenInfo.h"
+
 namespace GuiMedia {
 
 inline QString MediaDir() {
@@ -21,6 +23,14 @@ inline QString MediaDir() {
 
 inline QString Clip(const QString& strName) {
     return MediaDir() + "/" + strName;
+}
+
+// What the playlist hands a window to open a local file.
+inline OpenInfo FileInfo(const QString& strPath) {
+    OpenInfo info;
+    info.nMediaType = 1;
+    info.strFilePath = strPath;
+    return info;
 }
 
 // Video frames of a clip as the ffmpeg tool decoded them (lines of NAME.framemd5);

@@ -1,32 +1,54 @@
 #pragma once
 
 // A main dialog for GUI tests whose configuration folder is a fresh temporary
-// folder, so that no test reads or writes the files of another.
+// folder, so that no test reads or writes the files of another; a test of a
+// restart passes the folder of the first dialog to the second.
 
 #include <QLabel>
+#include <QSize>
 #include <QString>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <memory>
 
 #include "CDlgShow.h"
+#include "CPlaylist.h"
 #include "CSkinButton.h"
 #include "CVelquinDlg.h"
 
 struct MainDlgFixture {
     QTemporaryDir dirConfig;
+    QString strConfigDir;
     std::unique_ptr<CVelquinDlg> pDlg;
     CDlgShow* pStage = nullptr;
+    CPlaylist* pList = nullptr;
 
-    bool Start() {
-        if (!dirConfig.isValid())
+    explicit MainDlgFixture(const QString& strDir = QString())
+        : strConfigDir(strDir.isEmpty() ? dirConfig.path() : strDir) {}
+    MainDlgFixture(const MainDlgFixture&) = delete;
+    MainDlgFixture& operator=(const MainDlgFixture&) = delete;
+    ~MainDlgFixture() { Stop(); }
+
+    // sizeDlg, when valid, is set before the dialog shows.
+    bool Start(const QSize& sizeDlg = QSize()) {
+        if (strConfigDir.isEmpty())
             return false;
-        pDlg = std::make_unique<CVelquinDlg>(nullptr, dirConfig.path());
+        pDlg = std::make_unique<CVelquinDlg>(nullptr, strConfigDir);
         if (!pDlg->Init())
             return false;
+        if (sizeDlg.isValid())
+            pDlg->resize(sizeDlg);
         pDlg->show();
         pStage = pDlg->findChild<CDlgShow*>(QStringLiteral("m_pDlgShow"));
-        return pStage != nullptr;
+        pList = pDlg->GetPlaylist();
+        return pStage && pStage == pDlg->GetDlgShow() && pList && QTest::qWaitForWindowExposed(pDlg.get());
+    }
+    // The exit: writes the configuration and closes every window.
+    void Stop() {
+        if (pDlg)
+            pDlg->UnInit();
+        pDlg.reset();
     }
     QString Label(const char* szName) const {
         QLabel* pLabel = pDlg->findChild<QLabel*>(QString::fromLatin1(szName));
@@ -35,8 +57,5 @@ struct MainDlgFixture {
     CSkinButton* Button(const char* szName) const {
         return pDlg->findChild<CSkinButton*>(QString::fromLatin1(szName));
     }
-    ~MainDlgFixture() {
-        if (pDlg)
-            pDlg->UnInit();
-    }
+    static bool Playing(int nState) { return nState == 1 || nState == 2; }
 };

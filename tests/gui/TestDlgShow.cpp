@@ -14,13 +14,6 @@ using namespace GuiMedia;
 
 namespace {
 
-OpenInfo FileInfo(const QString& strPath) {
-    OpenInfo info;
-    info.nMediaType = 1;
-    info.strFilePath = strPath;
-    return info;
-}
-
 QList<int> VisibleWnds(CDlgShow& stage) {
     QList<int> wnds;
     for (int i = 0; i < CDlgShow::MAX_PLAY_WND; ++i) {

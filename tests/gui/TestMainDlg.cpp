@@ -22,6 +22,7 @@
 #include "GlobalCfgHelper.h"
 #include "GuiMedia.h"
 #include "MainDlgFixture.h"
+#include "MainDlgNames.h"
 
 namespace {
 
@@ -156,57 +157,10 @@ private slots:
     void widgetTreeHoldsEveryName() {
         Fixture fx;
         QVERIFY(fx.Start());
-        const char* const aszNames[] = {"verticalLayout_4",
-                                        "m_pTitleBarContainer",
-                                        "m_pLabMainWndTitle",
-                                        "m_pBtnLanguage",
-                                        "m_pBtnMainMenu",
-                                        "m_pBtnTopMode",
-                                        "m_pBtnMin",
-                                        "m_pBtnMax",
-                                        "m_pBtnExit",
-                                        "m_pHLayoutMainClient",
-                                        "m_pPlaylistCtrlContainer",
-                                        "m_pListToolBarContainer",
-                                        "m_pLabPlaylistTitle",
-                                        "m_pBtnListAdd",
-                                        "m_pBtnListDelete",
-                                        "m_pBtnPlayMode",
-                                        "m_pBtnSearch",
-                                        "m_pLabelListBottomBorder",
-                                        "m_pMainWndContainer",
-                                        "m_pStatusBarContainer",
-                                        "m_pLabPlayStatus",
-                                        "m_pLabFileName",
-                                        "m_pLabFrameIndex",
-                                        "m_pBtnEagleEyeCtrl",
-                                        "m_pBtnPanoPlayer",
-                                        "m_pBtnPartZoom",
-                                        "m_pBtnCapPic",
-                                        "m_pBtnConCapPic",
-                                        "m_pDlgShow",
-                                        "m_pCtrlBarContainer",
-                                        "m_pProgressBarContainer",
-                                        "m_pLabCurPlayTime",
-                                        "m_pPlayProgressSlider",
-                                        "m_pLabWholeTime",
-                                        "m_pCtrlBtnsContainer",
-                                        "m_pBtnOpenFiles",
-                                        "m_pBtnTools",
-                                        "m_pBtnReversePlay",
-                                        "m_pBtnSlow",
-                                        "m_pBtnLastFrame",
-                                        "m_pBtnPlayOrPause",
-                                        "m_pBtnStop",
-                                        "m_pBtnNextFrame",
-                                        "m_pBtnFast",
-                                        "m_pBtnSyncPlay",
-                                        "m_pBtnMute",
-                                        "m_pSliderSound",
-                                        "m_pBtnLayout",
-                                        "m_pBtnFullScreen"};
-        for (const char* szName : aszNames)
-            QVERIFY2(fx.pDlg->findChild<QObject*>(QString::fromLatin1(szName)), szName);
+        const QStringList names = MainDlgWidgetNames() << "verticalLayout_4"
+                                                       << "m_pHLayoutMainClient";
+        for (const QString& strName : names)
+            QVERIFY2(fx.pDlg->findChild<QObject*>(strName), qPrintable(strName));
 
         QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pTitleBarContainer")->height(), 35);
         QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pStatusBarContainer")->height(), 35);

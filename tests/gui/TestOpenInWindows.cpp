@@ -31,9 +31,7 @@ const int kWnds = 16; // CDlgShow::MAX_PLAY_WND
 // Sixteen windows starting at once on a small machine, sanitizers included.
 const int kManyTimeoutMs = 60000;
 
-bool Playing(int nState) {
-    return nState == 1 || nState == 2;
-}
+const auto Playing = MainDlgFixture::Playing;
 
 // Texts of the visible error boxes of the play windows (title "ERROR").
 QStringList ErrorTexts() {

@@ -22,13 +22,6 @@ using namespace GuiMedia;
 
 namespace {
 
-OpenInfo FileInfo(const QString& strPath) {
-    OpenInfo info;
-    info.nMediaType = 1;
-    info.strFilePath = strPath;
-    return info;
-}
-
 // Visible non-modal boxes titled "ERROR".
 QList<QWidget*> ErrorBoxes() {
     QList<QWidget*> boxes;

@@ -62,13 +62,6 @@ bool __wrap__Z25Tavrix_SetCurrentFrameNumij(int32_t nPort, uint32_t nFrameNum) {
 
 namespace {
 
-OpenInfo FileInfo(const QString& strPath) {
-    OpenInfo info;
-    info.nMediaType = 1;
-    info.strFilePath = strPath;
-    return info;
-}
-
 void ResetCounters() {
     g_nFastCalls = 0;
     g_nSlowCalls = 0;

@@ -1,6 +1,7 @@
 // The default skin: every widget of the main dialog has a rule, every picture the
 // skin names exists, and observers hear about skin changes until they leave.
 #include "IObserverBase.h"
+#include "MainDlgNames.h"
 #include "SkinManager.h"
 
 #include <QFile>
@@ -37,57 +38,6 @@ public:
     int m_nNotices = 0;
 };
 
-const char* const kMainDlgObjectNames[] = {"m_pTitleBarContainer",
-                                           "m_pLabMainWndTitle",
-                                           "m_pBtnLanguage",
-                                           "m_pBtnMainMenu",
-                                           "m_pBtnTopMode",
-                                           "m_pBtnMin",
-                                           "m_pBtnMax",
-                                           "m_pBtnExit",
-                                           "m_pPlaylistCtrlContainer",
-                                           "m_pListToolBarContainer",
-                                           "m_pLabPlaylistTitle",
-                                           "m_pBtnListAdd",
-                                           "m_pBtnListDelete",
-                                           "m_pBtnPlayMode",
-                                           "m_pBtnSearch",
-                                           "m_pLabelListBottomBorder",
-                                           "m_pPlayListSearchBar",
-                                           "m_pPlaylist",
-                                           "m_pEagleEyeCtrlBar",
-                                           "m_pMainWndContainer",
-                                           "m_pStatusBarContainer",
-                                           "m_pLabPlayStatus",
-                                           "m_pLabFileName",
-                                           "m_pLabFrameIndex",
-                                           "m_pBtnEagleEyeCtrl",
-                                           "m_pBtnPanoPlayer",
-                                           "m_pBtnPartZoom",
-                                           "m_pBtnCapPic",
-                                           "m_pBtnConCapPic",
-                                           "m_pDlgShow",
-                                           "m_pCtrlBarContainer",
-                                           "m_pProgressBarContainer",
-                                           "m_pLabCurPlayTime",
-                                           "m_pPlayProgressSlider",
-                                           "m_pLabWholeTime",
-                                           "m_pCtrlBtnsContainer",
-                                           "m_pBtnOpenFiles",
-                                           "m_pBtnTools",
-                                           "m_pBtnReversePlay",
-                                           "m_pBtnSlow",
-                                           "m_pBtnLastFrame",
-                                           "m_pBtnPlayOrPause",
-                                           "m_pBtnStop",
-                                           "m_pBtnNextFrame",
-                                           "m_pBtnFast",
-                                           "m_pBtnSyncPlay",
-                                           "m_pBtnMute",
-                                           "m_pSliderSound",
-                                           "m_pBtnLayout",
-                                           "m_pBtnFullScreen"};
-
 // Resource numbers the program's windows read.
 const int kResources[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13,
                           14, 15, 16, 17, 18, 19, 35, 36, 37, 38, 39, 41, 42, 43};
@@ -117,12 +67,14 @@ private slots:
         const QString strQss = SkinManager::ReadQssFile(strPath);
         QVERIFY(!strQss.isEmpty());
         QStringList missing;
-        for (const char* pName : kMainDlgObjectNames) {
+        const QStringList names = MainDlgWidgetNames() << "m_pPlayListSearchBar"
+                                                       << "m_pPlaylist"
+                                                       << "m_pEagleEyeCtrlBar";
+        for (const QString& strName : names) {
             // "#name" followed by something that ends the selector.
-            const QRegularExpression re(
-                QStringLiteral("#%1(?![A-Za-z0-9_])[^{}]*\\{").arg(QLatin1String(pName)));
+            const QRegularExpression re(QStringLiteral("#%1(?![A-Za-z0-9_])[^{}]*\\{").arg(strName));
             if (!re.match(strQss).hasMatch())
-                missing << QLatin1String(pName);
+                missing << strName;
         }
         QVERIFY2(missing.isEmpty(), qPrintable(missing.join(QLatin1Char(' '))));
         // Braces balance: a broken rule silently drops the rest of the sheet.
