@@ -1,4 +1,5 @@
 #include "CPlayerConfigFile.h"
+#include "XmlNesting.h"
 
 #include <QDebug>
 #include <QDir>
@@ -30,6 +31,13 @@ const char* const kFileCutToolConfig = "FileCutToolConfig";
 const char* const kSrcDir = "SrcDir";
 const char* const kDstDir = "DstDir";
 const char* const kItem = "Item";
+
+// Limits past which a file is taken for damaged rather than parsed. The player
+// writes four levels of elements and about 500 bytes per playlist entry; a
+// file past these was not written by it, and TinyXML, which recurses once per
+// level, would overflow the stack on a file nested deep enough.
+const qint64 kMaxFileBytes = 4 * 1024 * 1024;
+const int kMaxNesting = 64;
 
 struct IntField {
     const char* pName;
@@ -274,12 +282,41 @@ bool CPlayerConfigFile::ReadFile(const QString& strPath, PlayerConfig* pConfig, 
         qDebug() << "CPlayerConfigFile::ReadPlayerConfig Fail" << strPath << file.errorString();
         return false; // unreadable is not damaged: the file stays where it is
     }
-    QByteArray baData = file.readAll();
+    // Too large is damaged too, found before anything is read into memory.
+    const bool bTooLarge = file.size() > kMaxFileBytes;
+    const QByteArray baData = bTooLarge ? QByteArray() : file.read(kMaxFileBytes + 1);
     file.close();
+    QString strWhy;
+    if (bTooLarge) {
+        strWhy = QStringLiteral("larger than %1 bytes").arg(kMaxFileBytes);
+    } else if (ReadConfigData(baData, pConfig, &strWhy)) {
+        return true;
+    }
+    qDebug() << "CPlayerConfigFile::ReadPlayerConfig Fail" << strPath << strWhy;
+    if (bKeepDamaged)
+        KeepDamagedFile(strPath);
+    return false;
+}
+
+bool CPlayerConfigFile::ReadConfigData(QByteArray baData, PlayerConfig* pConfig, QString* pstrWhy) {
+    QString strIgnored;
+    QString& strWhy = pstrWhy ? *pstrWhy : strIgnored;
+    if (!pConfig || !Gb18030()) {
+        strWhy = QStringLiteral("no record or no Gb18030 codec");
+        return false;
+    }
+    if (baData.size() > kMaxFileBytes) {
+        strWhy = QStringLiteral("larger than %1 bytes").arg(kMaxFileBytes);
+        return false;
+    }
     // A file saved by a Windows editor may start with a UTF-8 byte order mark, which
     // the byte-wise parse below would not skip.
     if (baData.startsWith("\xEF\xBB\xBF"))
         baData.remove(0, 3);
+    if (XmlNesting::Deepest(baData.constData(), kMaxNesting) > kMaxNesting) {
+        strWhy = QStringLiteral("elements nested deeper than %1").arg(kMaxNesting);
+        return false;
+    }
 
     // The text is Gb18030 whatever the declaration says. TinyXML's UTF-8 mode would
     // take a Gb18030 byte such as the E0 ending "监" for the start of a three-byte
@@ -292,10 +329,7 @@ bool CPlayerConfigFile::ReadFile(const QString& strPath, PlayerConfig* pConfig, 
     }
     const TiXmlElement* pRoot = doc.Error() ? nullptr : doc.RootElement();
     if (!pRoot) {
-        qDebug() << "CPlayerConfigFile::ReadPlayerConfig Fail" << strPath << doc.ErrorDesc() << "row"
-                 << doc.ErrorRow();
-        if (bKeepDamaged)
-            KeepDamagedFile(strPath);
+        strWhy = QStringLiteral("%1 row %2").arg(QString::fromLatin1(doc.ErrorDesc())).arg(doc.ErrorRow());
         return false;
     }
 

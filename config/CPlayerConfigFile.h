@@ -22,6 +22,11 @@ public:
     // file replaces the old one only once it is completely on disk.
     bool WritePlayerConfig(const QString& strPath, PlayerConfig* pConfig);
 
+    // The reading of a file's bytes: fills in what they hold, as ReadPlayerConfig
+    // does. False when they are damaged: not XML, larger than a few MB or nested
+    // deeper than any file the player writes; *pstrWhy then says why. Touches no file.
+    static bool ReadConfigData(QByteArray baData, PlayerConfig* pConfig, QString* pstrWhy = nullptr);
+
     // Moves a file that exists but cannot be parsed to strPath + ".bad", replacing
     // an older one, so that the next write does not destroy what the user may still
     // want to recover. False when nothing could be moved.

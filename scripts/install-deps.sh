@@ -12,6 +12,7 @@ PACKAGES=(
   ffmpeg fonts-dejavu-core
   xvfb xauth
   ffmpegthumbnailer  # the peer of velquin-bench thumbs (benchmarks only)
+  clang-14 libclang-rt-14-dev libfuzzer-14-dev  # scripts/fuzz.sh: libFuzzer with the sanitizers
 )
 
 missing=()

@@ -2,6 +2,7 @@
 // never costs more than the defaults, and the file on disk is always whole.
 #include "CPlayerConfigFile.h"
 #include "ConfigSamples.h"
+#include "XmlNesting.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,6 +13,8 @@
 #include <QTemporaryDir>
 #include <QTextCodec>
 #include <QtTest>
+
+#include <tinyxml.h>
 
 using ConfigSamples::FirstDifference;
 using ConfigSamples::MakeFull;
@@ -40,6 +43,30 @@ PlayerConfig Defaults() {
     return cfg;
 }
 
+// Elements nested nDepth deep: <a><a>...</a></a>.
+QByteArray Nested(int nDepth, const QByteArray& baInner = QByteArray()) {
+    return QByteArray("<a>").repeated(nDepth) + baInner + QByteArray("</a>").repeated(nDepth);
+}
+
+// The deepest element nesting of the tree TinyXML builds from the text, walked
+// without recursion; -1 when TinyXML does not parse it.
+int TinyXmlDepth(const QByteArray& baText) {
+    TiXmlDocument doc;
+    doc.Parse(baText.constData(), nullptr, TIXML_ENCODING_LEGACY);
+    if (doc.Error())
+        return -1;
+    int nDeepest = 0;
+    QList<QPair<const TiXmlNode*, int>> stack{{&doc, 0}};
+    while (!stack.isEmpty()) {
+        const auto [pNode, nDepth] = stack.takeLast();
+        nDeepest = qMax(nDeepest, nDepth);
+        for (const TiXmlElement* pChild = pNode->FirstChildElement(); pChild;
+             pChild = pChild->NextSiblingElement())
+            stack.append({pChild, nDepth + 1});
+    }
+    return nDeepest;
+}
+
 } // namespace
 
 class TestPlayerConfigFile : public QObject {
@@ -55,6 +82,9 @@ private slots:
     void damagedFileIsKeptAside_data();
     void damagedFileIsKeptAside();
     void readsWhatIsThereAndKeepsTheRest();
+    void deepOrLargeFilesWithinLimitsAreRead();
+    void nestingScanNeverBelowTinyXml_data();
+    void nestingScanNeverBelowTinyXml();
     void clipToolFoldersSurviveWrite();
     void killDuringWriteLeavesWholeFile();
     void configDirFallsBackWhenReadOnly();
@@ -147,6 +177,14 @@ void TestPlayerConfigFile::damagedFileIsKeptAside_data() {
     QTest::newRow("empty") << QByteArray();
     QTest::newRow("declaration only") << QByteArray("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n");
     QTest::newRow("plain text") << QByteArray("language=1\nskin=0\n");
+    // TinyXML recurses once per level: parsed, these would overflow the stack.
+    QTest::newRow("nested 100000 deep") << Nested(100000);
+    QTest::newRow("nested 100000 deep inside a good file")
+        << QByteArray(baFull).replace("<URLRecords>", "<URLRecords>" + Nested(100000));
+    QTest::newRow("unclosed, 100000 deep") << QByteArray("<Config>") + QByteArray("<a>").repeated(100000);
+    // Well-formed, but past any file the player writes.
+    QTest::newRow("larger than 4 MiB")
+        << QByteArray(baFull).replace("<Config>", "<Config><!--" + QByteArray(4 * 1024 * 1024, 'x') + "-->");
 }
 
 void TestPlayerConfigFile::damagedFileIsKeptAside() {
@@ -225,6 +263,75 @@ void TestPlayerConfigFile::readsWhatIsThereAndKeepsTheRest() {
     const QByteArray baRaw = ReadRaw(Path());
     QVERIFY(baRaw.contains("<Config>"));
     QVERIFY(!baRaw.contains("Settings"));
+}
+
+void TestPlayerConfigFile::deepOrLargeFilesWithinLimitsAreRead() {
+    // A full file with unknown elements nested 60 deep and a 3 MB comment: not
+    // what the player writes, but within the limits, so it is read.
+    PlayerConfig cfgOut = MakeFull(1);
+    QVERIFY(m_store.WritePlayerConfig(Path(), &cfgOut));
+    QByteArray baData = ReadRaw(Path());
+    baData.replace("<URLRecords>", "<URLRecords>" + Nested(60, "<URL>not a record</URL>"));
+    baData.replace("<Config>", "<Config><!--" + QByteArray(3 * 1024 * 1024, '-').replace("--", "- ") + "-->");
+    QVERIFY(WriteRaw(Path(), baData));
+    PlayerConfig cfgIn = Defaults();
+    QVERIFY(m_store.ReadPlayerConfig(Path(), &cfgIn));
+    QVERIFY2(FirstDifference(cfgIn, cfgOut).isEmpty(), qPrintable(FirstDifference(cfgIn, cfgOut)));
+    QVERIFY(!QFile::exists(Path() + QStringLiteral(".bad")));
+
+    // The same from bytes, without a file.
+    PlayerConfig cfgData = Defaults();
+    QVERIFY(CPlayerConfigFile::ReadConfigData(baData, &cfgData));
+    QVERIFY(FirstDifference(cfgData, cfgOut).isEmpty());
+    QString strWhy;
+    QVERIFY(!CPlayerConfigFile::ReadConfigData(Nested(65), &cfgData, &strWhy));
+    QVERIFY2(strWhy.contains(QStringLiteral("nested")), qPrintable(strWhy));
+}
+
+void TestPlayerConfigFile::nestingScanNeverBelowTinyXml_data() {
+    QTest::addColumn<QByteArray>("baText");
+    QTest::addColumn<int>("nDepth"); // what TinyXML builds; -1 when it fails
+
+    QTest::newRow("plain") << QByteArray("<a><b><c/></b><b></b></a>") << 3;
+    QTest::newRow("declaration, doctype, comment")
+        << QByteArray("<?xml version=\"1.0\" ?><!DOCTYPE a><!-- <a><a> --><a><b></b></a>") << 2;
+    QTest::newRow("end tags in a comment") << QByteArray("<a><!-- </a></a> --><b><c></c></b></a>") << 3;
+    QTest::newRow("end tags in CDATA") << QByteArray("<a><![CDATA[</a></a>]]><b><c></c></b></a>") << 3;
+    QTest::newRow("'/>' in a quoted value") << QByteArray("<a x=\"/>\"><b y='/>'><c></c></b></a>") << 3;
+    QTest::newRow("'>' and end tags in a value") << QByteArray("<a x=\"></a></a>\"><b></b></a>") << 2;
+    QTest::newRow("the other quote in a value") << QByteArray("<a x=\"it's\"><b y='\"'><c/></b></a>") << 3;
+    QTest::newRow("bare values") << QByteArray("<a x=1 y=2><b z=3/><b z=4></b></a>") << 2;
+    QTest::newRow("end tags in the declaration's version")
+        << QByteArray("<?xml version=\"</a></a>\" ?><a><b><c></c></b></a>") << 3;
+    QTest::newRow("declaration inside an element") << QByteArray("<a><?xml version='</a>'?><b></b></a>") << 2;
+    QTest::newRow("unknown node inside an element") << QByteArray("<a><!x </a> ><b><c/></b></a>") << 3;
+    QTest::newRow("high bytes in names")
+        << QByteArray("<\xb1\xea\xcc\xe2><\xc3\xfb></\xc3\xfb></\xb1\xea\xcc\xe2>") << 2;
+    QTest::newRow("blank before '>' of an end tag") << QByteArray("<a><b></b ><b></b></a >") << 2;
+    QTest::newRow("text after the root") << QByteArray("<a></a> text <b><c></c></b>") << 1;
+    // Broken: TinyXML stops at the first error, the scan goes no deeper than it.
+    QTest::newRow("wrong end tag") << QByteArray("<a><b></a><c><d></d></c></b>") << -1;
+    QTest::newRow("quote in a bare value") << QByteArray("<a x=1\"><b></b></a>") << -1;
+    QTest::newRow("unclosed") << QByteArray("<a><b><c>") << -1;
+}
+
+void TestPlayerConfigFile::nestingScanNeverBelowTinyXml() {
+    QFETCH(QByteArray, baText);
+    QFETCH(int, nDepth);
+    QCOMPARE(TinyXmlDepth(baText), nDepth);
+    const int nScanned = XmlNesting::Deepest(baText.constData(), 64);
+    if (nDepth >= 0)
+        QCOMPARE(nScanned, nDepth); // exact where TinyXML parses, so no good file is refused
+    else
+        QVERIFY(nScanned >= 0 && nScanned <= 64);
+
+    // Nesting deep enough to overflow the stack, behind markup that hides end
+    // tags from a careless scan, is found all the same.
+    for (const char* pOpen : {"<a x=\"/>\">", "<a><!-- </a> -->", "<a><![CDATA[</a>]]>", "<a x='\"'>",
+                              "<a><?xml version='</a>'?>", "<a x=\"></a>\">", "<a><!x </a> >"}) {
+        const QByteArray baDeep = QByteArray(pOpen).repeated(100000);
+        QVERIFY2(XmlNesting::Deepest(baDeep.constData(), 64) == 65, pOpen);
+    }
 }
 
 void TestPlayerConfigFile::clipToolFoldersSurviveWrite() {
