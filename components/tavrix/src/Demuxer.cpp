@@ -20,6 +20,15 @@ namespace {
 // (Sound decoded for nobody never waits on the picture without a bound, so
 // a long stretch without pictures cannot hold the queues full for good.)
 constexpr int64_t kMaxQueuedBytes = 16 * 1024 * 1024;
+
+void ShiftStamps(AVPacket* pPacket, int64_t nOffset) {
+    if (pPacket->pts != AV_NOPTS_VALUE) {
+        pPacket->pts += nOffset;
+    }
+    if (pPacket->dts != AV_NOPTS_VALUE) {
+        pPacket->dts += nOffset;
+    }
+}
 } // namespace
 
 Demuxer::Demuxer(int nPort, CallbackSet* pCallbacks)
@@ -352,13 +361,7 @@ bool Demuxer::MapStamps(AVPacket* pPacket) {
             // place on the time line is not known: nobody gets them.
             return false;
         }
-        const int64_t nOffset = m_videoLine.Map(pPacket->dts, pPacket->duration);
-        if (pPacket->pts != AV_NOPTS_VALUE) {
-            pPacket->pts += nOffset;
-        }
-        if (pPacket->dts != AV_NOPTS_VALUE) {
-            pPacket->dts += nOffset;
-        }
+        ShiftStamps(pPacket, m_videoLine.Map(pPacket->dts, pPacket->duration));
         return true;
     }
     if (pPacket->stream_index != m_nAudioIndex) {
@@ -373,13 +376,7 @@ bool Demuxer::MapStamps(AVPacket* pPacket) {
             av_rescale_q(m_videoLine.Offset(), VideoStream()->time_base, AudioStream()->time_base));
         m_bAudioLineStarted = true;
     }
-    const int64_t nOffset = m_audioLine.Map(pPacket->dts, pPacket->duration);
-    if (pPacket->pts != AV_NOPTS_VALUE) {
-        pPacket->pts += nOffset;
-    }
-    if (pPacket->dts != AV_NOPTS_VALUE) {
-        pPacket->dts += nOffset;
-    }
+    ShiftStamps(pPacket, m_audioLine.Map(pPacket->dts, pPacket->duration));
     return true;
 }
 
