@@ -72,12 +72,13 @@ export LSAN_OPTIONS=suppressions=$ROOT/tests/lsan.supp:print_suppressions=0
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 export SDL_AUDIODRIVER=dummy QT_QPA_PLATFORM=offscreen
 # -fork keeps going after a finding, so one run can find several; the per-input
-# limit (-timeout) turns a hang into a timeout-* file.
+# limit (-timeout) turns a hang into a timeout-* file; a merely slow input
+# (a busy machine) is not reported.
 run() { # $1 = target, $2 = corpus name, $3 = longest input, rest = seed folders
   local target=$1 name=$2 maxlen=$3; shift 3
   nice -n 10 "$BUILD/tests/fuzz/$target" -fork=1 -ignore_crashes=1 -ignore_timeouts=1 -ignore_ooms=1 \
-    -max_total_time="$SECONDS_EACH" -timeout=20 -rss_limit_mb=4096 -max_len="$maxlen" -close_fd_mask=2 \
-    -print_final_stats=1 -artifact_prefix="$ROOT/tests/fuzz/regressions/$name/" \
+    -max_total_time="$SECONDS_EACH" -timeout=20 -report_slow_units=30 -rss_limit_mb=4096 -max_len="$maxlen" \
+    -close_fd_mask=2 -print_final_stats=1 -artifact_prefix="$ROOT/tests/fuzz/regressions/$name/" \
     "$BUILD/corpus/$name" "$@" >"$BUILD/$target.log" 2>&1
 }
 run fuzz_media media 65536 "$SEEDS/media" &
