@@ -471,7 +471,9 @@ void TestPlayWndTransport::stageForwardsToSelectedWindow() {
     QCOMPARE(stage.GetThrowBFrame(), 2);
     QCOMPARE(spyCtrls.count(), 3);
 
-    // Index-addressed seeks tell nobody; the selected window's do.
+    // Index-addressed seeks tell nobody; the selected window's do. A seek
+    // needs the window's frame index.
+    QTRY_VERIFY_WITH_TIMEOUT(stage.GetPlayWnd(0)->IsFileRefCreated(), 20000);
     QVERIFY(stage.SetTimePos(0, 1));
     QCOMPARE(spyCtrls.count(), 3);
     QVERIFY(!stage.SetTimePos(16, 1));
