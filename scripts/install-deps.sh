@@ -13,6 +13,11 @@ PACKAGES=(
   xvfb xauth
   ffmpegthumbnailer  # the peer of velquin-bench thumbs (benchmarks only)
   clang-14 libclang-rt-14-dev libfuzzer-14-dev  # scripts/fuzz.sh: libFuzzer with the sanitizers
+  # scripts/rtsp-server.py, the RTSP server of the network tests: GStreamer's
+  # RTSP server from Python; tsdemux and h264parse (bad), the RTP payloaders
+  # and aacparse (good), x264enc (ugly), appsrc and videotestsrc (base)
+  python3-gi gir1.2-gstreamer-1.0 gir1.2-gst-plugins-base-1.0 gir1.2-gst-rtsp-server-1.0
+  gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-plugins-ugly
 )
 
 missing=()

@@ -274,4 +274,20 @@ fi
 [ -s truncated.ts ] || head -c $(( $(stat -c %s ch01_20240315102030.ts) / 3 )) ch01_20240315102030.ts > truncated.ts
 [ -s truncated.mp4 ] || head -c $(( $(stat -c %s h264_aac.mp4) / 3 )) h264_aac.mp4 > truncated.mp4
 
+# ---- Streams for the network tests ------------------------------------------
+
+# A D1 camera stream as the local servers send it: 12 s of H.264 without
+# B-frames (a key frame every second) and AAC mono in MPEG-TS. Every frame
+# differs, so a lost or repeated picture shows in the checksums.
+make stream_d1.ts -f lavfi -i "$(pattern 12 704x576)" -f lavfi -i "$(tone 12 mono)" \
+  -c:v libx264 -preset ultrafast -g 25 -bf 0 -pix_fmt yuv420p -c:a aac -b:a 64k -shortest
+# The same stream as an HLS set of 1 s segments (a finished playlist).
+if [ ! -s hls/stream.m3u8 ]; then
+  rm -rf hls hls.tmp
+  mkdir hls.tmp
+  "${FF[@]}" -i stream_d1.ts -c copy -f hls -hls_time 1 -hls_list_size 0 -hls_playlist_type vod \
+    -hls_segment_filename hls.tmp/stream_%03d.ts hls.tmp/stream.m3u8
+  mv hls.tmp hls
+fi
+
 echo "media ready in $(pwd)"
