@@ -95,7 +95,8 @@ enum : uint32_t {
     TAVRIX_ERR_NO_SOUND_DEVICE = 11, // sound output could not be opened
     TAVRIX_ERR_DECRYPT = 12,         // the key is not accepted
     TAVRIX_ERR_NOT_SUPPORT = 13,
-    TAVRIX_ERR_NO_INDEX = 14         // the frame index is not complete yet
+    TAVRIX_ERR_NO_INDEX = 14,        // the frame index is not complete yet
+    TAVRIX_ERR_BUF_OVER = 15         // the stream's source buffer is full
 };
 
 enum : int32_t { TAVRIX_MAX_PORTS = 64 };
@@ -121,6 +122,8 @@ bool Tavrix_FreePort(int32_t nPort);
 int32_t Tavrix_GetPortsInUse();
 
 enum : uint32_t { TAVRIX_STREAM_REALTIME = 0, TAVRIX_STREAM_FILE = 1 };
+// REALTIME sets the port up for a live stream (see stream mode below); a
+// stream plays live in either mode.
 bool Tavrix_SetStreamOpenMode(int32_t nPort, uint32_t nMode);
 // szFileName is the path in the program's 8-bit encoding (GB18030).
 bool Tavrix_OpenFile(int32_t nPort, const char* szFileName);
@@ -138,6 +141,77 @@ bool Tavrix_SetDecodeThreads(int32_t nPort, uint32_t nThreads);
 // The engine in use: 1 only while hardware decoding really runs.
 uint32_t Tavrix_GetDecodeEngine(int32_t nPort);
 uint32_t Tavrix_GetLastError(int32_t nPort);
+
+// ---- stream mode ------------------------------------------------------------
+//
+// A port in TAVRIX_STREAM_REALTIME mode plays bytes that its caller feeds
+// with Tavrix_InputData (a live camera stream) instead of a file. The order
+// is: SetStreamOpenMode(REALTIME), Play (may come before the stream opens: it
+// names the window and starts nothing yet), OpenStream or OpenStreamAdvanced,
+// Play again (starts), InputData for each block, CloseStream.
+//
+// Stop stops play and leaves the stream open: a later Play reads on from the
+// bytes that arrive after it (a transport or program stream finds its way
+// in; a Matroska stream needs its start, which only container bytes given to
+// OpenStreamAdvanced are kept for). Pause holds the picture while the stream
+// goes on arriving; resuming shows it live again.
+//
+// Live play: the first picture shows as soon as it is decoded (the probe
+// looks at no more than 500 ms of data), pictures show when they arrive with
+// no more buffering than smooth play needs, and a picture that is late when
+// a newer one is waiting is dropped, not queued. A stream has no frame
+// index: the time and frame readings answer 0, GetSystemTime fails, and
+// jumps, steps, reverse play, Fast and Slow fail with TAVRIX_ERR_NOT_SUPPORT.
+// GetPictureSize answers once a picture is decoded. The display, decode and
+// draw callbacks and the sound work as for files.
+
+// The 40-byte media header of Tavrix_OpenStream, little-endian.
+struct TAVRIX_MEDIA_HEADER {
+    char szMagic[4];         // "QVDM"
+    uint16_t nVersion;       // 0x0101
+    uint16_t nReserved0;
+    uint16_t nSystemFormat;  // 2 MPEG-PS, 3 MPEG-TS, 4 Matroska, 0 probe the bytes
+    uint16_t nVideoFormat;   // a hint only (0x0100 H.264, 0x2001 HEVC, 0x7111 MPEG-4, 0 unknown)
+    uint16_t nAudioFormat;   // a hint only (0x7110 AAC, 0 unknown or none)
+    uint8_t nHasMedia;       // 1
+    uint8_t nReserved1[25];
+};
+static_assert(sizeof(TAVRIX_MEDIA_HEADER) == 40, "media header is 40 bytes");
+
+// Record of Tavrix_OpenStreamAdvanced with nType 1: the stream's first bytes
+// as the source sent them (a 40-byte media header, or the start of the
+// container itself, which then comes first in the source buffer).
+struct TAVRIX_STREAM_HEADER {
+    int32_t nType; // 1
+    int32_t nLen;  // bytes at pHeader
+    char* pHeader;
+};
+
+// Opens the stream; play starts with the next Play. pHeader is the 40-byte
+// media header (other bytes: TAVRIX_ERR_PARA_OVER). nBufPoolSize is the
+// source buffer in bytes (at least 65536). A port with a stream or a file
+// open closes it first.
+bool Tavrix_OpenStream(int32_t nPort, const char* pHeader, uint32_t nHeaderLen, uint32_t nBufPoolSize);
+bool Tavrix_OpenStreamAdvanced(int32_t nPort, int32_t nType, TAVRIX_STREAM_HEADER* pRecord,
+                               uint32_t nBufPoolSize);
+// Stops play and frees the stream.
+bool Tavrix_CloseStream(int32_t nPort);
+// Appends stream bytes; meant for the network library's thread. Never waits:
+// false with TAVRIX_ERR_BUF_OVER when the source buffer cannot take them
+// (the block is lost), TAVRIX_ERR_ORDER without an open stream,
+// TAVRIX_ERR_PARA_OVER for an empty block.
+bool Tavrix_InputData(int32_t nPort, const char* pBuf, uint32_t nSize);
+// Decoded pictures that may wait for display (2..50; 15 by default).
+bool Tavrix_SetDisplayBuf(int32_t nPort, uint32_t nNum);
+// Live play counters of the open stream since it opened.
+struct TAVRIX_STREAM_STATS {
+    uint32_t nShownFrames;   // pictures shown
+    uint32_t nLateFrames;    // pictures dropped because they came too late (or decoding fell
+                             // over a second behind and skipped to the next key frame)
+    uint32_t nRefusedBytes;  // bytes refused by Tavrix_InputData
+    uint32_t nBufferedBytes; // bytes in the source buffer now
+};
+bool Tavrix_GetStreamStats(int32_t nPort, TAVRIX_STREAM_STATS* pStats);
 
 // ---- transport -----------------------------------------------------------------
 

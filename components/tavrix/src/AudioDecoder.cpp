@@ -56,6 +56,7 @@ void AudioDecoder::Start(PacketQueue* pQueue, bool bRealTime) {
     m_nErrors = 0;
     m_bResync = true;
     m_pace = PicturePace();
+    m_live = LiveDelay();
     // Samples a resampler still holds are from before the seek.
     m_swrOut.Reset();
     m_swrCb.Reset();
@@ -130,6 +131,15 @@ constexpr int64_t kPaceSlackMs = 250;
 // A gap between the picture and the first sound after a resync is filled with
 // silence up to this much; beyond it the stamps are not one stretch.
 constexpr int64_t kMaxGapMs = 5000;
+// Live sound: the device's queue is looked at over windows of this length.
+// Where even its lowest level in a window stays above the excess, the sound
+// lags what arrives by that much for good (a burst at the start, a source
+// whose clock runs fast): it is brought down to the target by dropping sound.
+// A queue that fills and drains again (a source that sends its sound in
+// bursts) is left alone.
+constexpr auto kLiveWindow = std::chrono::seconds(1);
+constexpr int64_t kLiveExcessMs = 150;
+constexpr int64_t kLiveTargetMs = 60;
 
 // Wall time that a stretch of stream time takes at a speed step.
 std::chrono::microseconds WallAtSpeed(int64_t nStreamMs, int nStep) {
@@ -262,6 +272,10 @@ void AudioDecoder::HandleFrame(const AVFrame* pFrame) {
     if (!m_bRealTime) {
         return;
     }
+    if (m_bLive) {
+        Feed(pFrame);
+        return;
+    }
     if (m_nSpeedStep.load() != 0) {
         KeepPaceWithPicture(pFrame, true);
         m_bResync = true; // back at normal speed, sound starts where the picture is
@@ -344,6 +358,30 @@ bool AudioDecoder::Resync(const AVFrame* pFrame, AudioOutput* pOut) {
     return true;
 }
 
+bool AudioDecoder::TrimLiveDelay(const AudioOutput& out, int64_t nRunMs) {
+    if (m_live.nDropMs > 0) {
+        m_live.nDropMs -= nRunMs;
+        return true;
+    }
+    const auto now = std::chrono::steady_clock::now();
+    const int64_t nQueuedMs = out.QueuedMs();
+    if (!m_live.bWindow) {
+        m_live.bWindow = true;
+        m_live.tWindow = now;
+        m_live.nLowestMs = nQueuedMs;
+        return false;
+    }
+    m_live.nLowestMs = std::min(m_live.nLowestMs, nQueuedMs);
+    if (now - m_live.tWindow < kLiveWindow) {
+        return false;
+    }
+    if (m_live.nLowestMs > kLiveExcessMs) {
+        m_live.nDropMs = m_live.nLowestMs - kLiveTargetMs;
+    }
+    m_live.bWindow = false;
+    return false;
+}
+
 void AudioDecoder::Feed(const AVFrame* pFrame) {
     std::shared_ptr<AudioOutput> pOut = m_fnOutput();
     if (pOut != m_pCurrentOutput || m_bResyncAsked.exchange(false)) {
@@ -360,7 +398,7 @@ void AudioDecoder::Feed(const AVFrame* pFrame) {
     if (!bReady) {
         return;
     }
-    if (m_bResync && !Resync(pFrame, pOut.get())) {
+    if (m_bResync && !m_bLive && !Resync(pFrame, pOut.get())) {
         return;
     }
     // The first sample out is the oldest the resampler still holds: earlier
@@ -380,8 +418,14 @@ void AudioDecoder::Feed(const AVFrame* pFrame) {
     if (nGot <= 0) {
         return;
     }
-    pOut->Write(m_vecSamples.data(), static_cast<size_t>(nGot) * static_cast<size_t>(pOut->Channels()),
-                nStampUs, &m_bAbort);
+    const size_t nSamples = static_cast<size_t>(nGot) * static_cast<size_t>(pOut->Channels());
+    if (m_bLive) {
+        if (!TrimLiveDelay(*pOut, static_cast<int64_t>(nGot) * 1000 / pOut->Rate())) {
+            pOut->Write(m_vecSamples.data(), nSamples, AudioOutput::kNoStamp, &m_bAbort);
+        }
+        return;
+    }
+    pOut->Write(m_vecSamples.data(), nSamples, nStampUs, &m_bAbort);
 }
 
 } // namespace tavrix

@@ -32,6 +32,10 @@ public:
     AudioDecoder& operator=(const AudioDecoder&) = delete;
 
     bool Open(const AVStream* pStream, const MediaInfo& info);
+    // Live streams, before Start: sound plays as it arrives, with no clock
+    // for the picture and nothing lined up with it; what the device cannot
+    // take without delay is dropped.
+    void SetLive(bool bLive) { m_bLive = bLive; }
     void Start(PacketQueue* pQueue, bool bRealTime);
     // Stops feeding the device and wakes a blocked write; the queue must be
     // aborted too. Then Join().
@@ -86,8 +90,18 @@ private:
         int nStep = 0;
     };
 
+    // How far live sound lags what arrives (see TrimLiveDelay).
+    struct LiveDelay {
+        bool bWindow = false;
+        std::chrono::steady_clock::time_point tWindow; // start of the window
+        int64_t nLowestMs = 0;                         // lowest device queue seen in it
+        int64_t nDropMs = 0;                           // sound still to drop
+    };
+
     void Run();
     void HandleFrame(const AVFrame* pFrame);
+    // True: drop this run of nRunMs of live sound, the device lags behind.
+    bool TrimLiveDelay(const AudioOutput& out, int64_t nRunMs);
     void CallDecodeCallback(const AVFrame* pFrame);
     void Feed(const AVFrame* pFrame);
     bool Resync(const AVFrame* pFrame, AudioOutput* pOut);
@@ -102,7 +116,8 @@ private:
     CodecContextPtr m_pCodec;
     AVRational m_timeBase{1, 1};
     int64_t m_nFileStartUs = 0;
-    int m_nErrors = 0; // decode thread only
+    int m_nErrors = 0;    // decode thread only
+    bool m_bLive = false; // written before the thread starts
     PacketQueue* m_pQueue = nullptr;
     std::atomic<bool> m_bAbort{false};
     std::atomic<bool> m_bRealTime{true};
@@ -111,6 +126,7 @@ private:
     bool m_bResync = true; // the next fed frame is lined up with the picture; decode thread only
     std::atomic<bool> m_bResyncAsked{false};
     PicturePace m_pace; // decode thread only
+    LiveDelay m_live;   // decode thread only
 
     Resampler m_swrOut; // to the device's format; decode thread only
     Resampler m_swrCb;  // to packed 16-bit at the source rate, for the decode callback; decode thread only

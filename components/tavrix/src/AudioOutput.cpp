@@ -229,6 +229,11 @@ bool AudioOutput::Write(const int16_t* pSamples, size_t nSamples, int64_t nStamp
     return true;
 }
 
+int64_t AudioOutput::QueuedMs() const {
+    std::lock_guard<std::mutex> lock(m_mtx);
+    return m_nChannels > 0 ? FramesToUs(static_cast<int64_t>(m_nCount) / m_nChannels) / 1000 : 0;
+}
+
 void AudioOutput::Wake() {
     { std::lock_guard<std::mutex> lock(m_mtx); }
     m_cvSpace.notify_all();

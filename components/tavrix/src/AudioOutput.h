@@ -44,6 +44,8 @@ public:
     // or the device is closed. nStampUs is the stream time of the first sample
     // (microseconds from the start of the file, as the pictures' stamps).
     bool Write(const int16_t* pSamples, size_t nSamples, int64_t nStampUs, const std::atomic<bool>* pbAbort);
+    // Sound written and not yet taken by the device, in milliseconds.
+    int64_t QueuedMs() const;
     // Wakes a blocked writer so it can look at its abort flag.
     void Wake();
     // Drops what is queued; the clock is unknown until new sound plays.

@@ -42,6 +42,14 @@ struct FilterGraphDeleter {
 struct DictDeleter {
     void operator()(AVDictionary* p) const { av_dict_free(&p); }
 };
+// A custom I/O context: its buffer (which FFmpeg may have replaced by a larger
+// one) goes with it. The format context that reads through it must be gone first.
+struct IoContextDeleter {
+    void operator()(AVIOContext* p) const {
+        av_freep(&p->buffer);
+        avio_context_free(&p);
+    }
+};
 struct BufferRefDeleter {
     void operator()(AVBufferRef* p) const { av_buffer_unref(&p); }
 };
@@ -55,6 +63,21 @@ using SwrPtr = std::unique_ptr<SwrContext, SwrDeleter>;
 using FilterGraphPtr = std::unique_ptr<AVFilterGraph, FilterGraphDeleter>;
 using DictPtr = std::unique_ptr<AVDictionary, DictDeleter>;
 using BufferRefPtr = std::unique_ptr<AVBufferRef, BufferRefDeleter>;
+using IoContextPtr = std::unique_ptr<AVIOContext, IoContextDeleter>;
+
+// A reading I/O context over a callback, with a buffer of nBufferSize bytes;
+// not seekable. Null when out of memory.
+inline IoContextPtr MakeIoContext(int nBufferSize, void* pOpaque, int (*pfnRead)(void*, uint8_t*, int)) {
+    auto* pBuffer = static_cast<unsigned char*>(av_malloc(static_cast<size_t>(nBufferSize)));
+    if (pBuffer == nullptr) {
+        return nullptr;
+    }
+    AVIOContext* pIo = avio_alloc_context(pBuffer, nBufferSize, 0, pOpaque, pfnRead, nullptr, nullptr);
+    if (pIo == nullptr) {
+        av_free(pBuffer);
+    }
+    return IoContextPtr(pIo);
+}
 
 inline FramePtr MakeFrame() {
     return FramePtr(av_frame_alloc());

@@ -42,6 +42,9 @@ public:
     // Enough packets are buffered for smooth play: the demuxer may rest.
     bool IsEnough() const;
     int64_t Bytes() const { return m_nBytes.load(); }
+    int64_t Count() const { return m_nCount.load(); }
+    // Sum of the packets' durations (0 where the container gives none).
+    int64_t DurationUs() const { return m_nDurationUs.load(); }
 
 private:
     struct Entry {

@@ -6,6 +6,7 @@
 #include "EngineLog.h"
 #include "FrameIndex.h"
 #include "GlobalTime.h"
+#include "LivePlayer.h"
 #include "PathCodec.h"
 #include "ReversePlayer.h"
 #include "TimeLine.h"
@@ -22,6 +23,7 @@ PlayerPort::PlayerPort(int nPort) : m_nPort(nPort), m_callbacks(nPort) {
 }
 
 PlayerPort::~PlayerPort() {
+    CloseStream();
     CloseFile();
     StopSound();
 }
@@ -32,12 +34,14 @@ bool PlayerPort::Fail(uint32_t nError) {
 }
 
 bool PlayerPort::SetStreamOpenMode(uint32_t nMode) {
-    if (nMode == TAVRIX_STREAM_FILE) {
-        return true;
+    if (nMode != TAVRIX_STREAM_FILE && nMode != TAVRIX_STREAM_REALTIME) {
+        return Fail(TAVRIX_ERR_PARA_OVER);
     }
-    // Real-time streams are fed by the network path, which this engine does
-    // not offer yet.
-    return Fail(nMode == TAVRIX_STREAM_REALTIME ? TAVRIX_ERR_NOT_SUPPORT : TAVRIX_ERR_PARA_OVER);
+    // A stream plays live in either mode (its own stamps pace it). The real
+    // time mode sets the port up for one: its window may be named by Play
+    // before the stream opens.
+    m_bLivePort = nMode == TAVRIX_STREAM_REALTIME;
+    return true;
 }
 
 bool PlayerPort::SetSecretKey(int32_t nKeyType, const char* pKey, int32_t nKeyLenBits) {
@@ -88,6 +92,9 @@ bool PlayerPort::SetRealTime(bool bRealTime) {
     if (m_pRenderer) {
         m_pRenderer->SetRealTime(bRealTime);
     }
+    if (m_pLive) {
+        m_pLive->SetRealTime(bRealTime);
+    }
     if (m_pAudio) {
         m_pAudio->SetRealTime(bRealTime);
     }
@@ -98,6 +105,7 @@ bool PlayerPort::OpenFile(const char* szPath) {
     if (szPath == nullptr || *szPath == '\0') {
         return Fail(TAVRIX_ERR_PARA_OVER);
     }
+    CloseStream(); // a port plays one thing
     CloseFile();
     std::lock_guard<std::mutex> lock(m_mtxControl);
     std::string strUtf8;
@@ -160,6 +168,11 @@ void PlayerPort::OnIndexComplete(const FrameIndex& index) {
 
 bool PlayerPort::CloseFile() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    CloseFileLocked();
+    return true;
+}
+
+void PlayerPort::CloseFileLocked() {
     StopThreads();
     m_pReverse.reset();
     m_pIndex.reset(); // aborts a scan under way and joins its thread
@@ -173,14 +186,13 @@ bool PlayerPort::CloseFile() {
     m_readings.Reset();
     m_readings.nWidth = 0;
     m_readings.nHeight = 0;
-    return true;
 }
 
 bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
     bool bNewWindow = false;
     {
         std::lock_guard<std::mutex> lock(m_mtxControl);
-        if (!m_pDemuxer) {
+        if (!m_pDemuxer && !IsStreamPort()) {
             return Fail(TAVRIX_ERR_ORDER);
         }
         bNewWindow = nWindowKey != m_nWindowKey || (nWindowKey != 0 && !m_pSink);
@@ -193,7 +205,7 @@ bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
     }
     std::shared_ptr<FrameSink> pOldSink; // let go outside the lock
     std::lock_guard<std::mutex> lock(m_mtxControl);
-    if (!m_pDemuxer) {
+    if (!m_pDemuxer && !IsStreamPort()) {
         return Fail(TAVRIX_ERR_ORDER); // closed meanwhile
     }
     if (bNewWindow) {
@@ -203,6 +215,12 @@ bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
         if (m_pRenderer) {
             m_pRenderer->SetSink(m_pSink);
         }
+        if (m_pLive) {
+            m_pLive->SetSink(m_pSink);
+        }
+    }
+    if (!m_pDemuxer) {
+        return PlayStream();
     }
     if (!m_bRunning) {
         m_bPaused = false;
@@ -452,6 +470,9 @@ void PlayerPort::StopThreads() {
 
 bool PlayerPort::Pause(bool bPause) {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && m_pLive) {
+        return PauseStream(bPause);
+    }
     if (!m_pDemuxer) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -498,6 +519,10 @@ bool PlayerPort::EnterPause() {
 
 bool PlayerPort::Stop() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && IsStreamPort()) {
+        StopStream();
+        return true;
+    }
     if (!m_pDemuxer) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -508,6 +533,9 @@ bool PlayerPort::Stop() {
 
 bool PlayerPort::Fast() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && IsStreamPort()) {
+        return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream plays at its own pace
+    }
     if (!m_pDemuxer || !m_bRunning) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -527,6 +555,9 @@ bool PlayerPort::Fast() {
 
 bool PlayerPort::Slow() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && IsStreamPort()) {
+        return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream plays at its own pace
+    }
     if (!m_pDemuxer || !m_bRunning) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -563,6 +594,9 @@ bool PlayerPort::JumpTo(uint32_t nFrame) {
 
 bool PlayerPort::SetCurrentFrameNum(uint32_t nFrame) {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && IsStreamPort()) {
+        return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream has no frame index
+    }
     if (!m_pDemuxer) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -588,6 +622,9 @@ bool PlayerPort::SetPlayedTimeMs(uint32_t nTimeMs) {
     uint32_t nFrame = 0;
     {
         std::lock_guard<std::mutex> lock(m_mtxControl);
+        if (!m_pDemuxer && IsStreamPort()) {
+            return Fail(TAVRIX_ERR_NOT_SUPPORT);
+        }
         if (!m_pDemuxer) {
             return Fail(TAVRIX_ERR_ORDER);
         }
@@ -606,6 +643,9 @@ bool PlayerPort::SetPlayedTimeMs(uint32_t nTimeMs) {
 
 bool PlayerPort::OneByOne() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && IsStreamPort()) {
+        return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream has no frame index
+    }
     if (!m_pDemuxer) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -654,6 +694,9 @@ bool PlayerPort::OneByOne() {
 
 bool PlayerPort::OneByOneBack() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && IsStreamPort()) {
+        return Fail(TAVRIX_ERR_NOT_SUPPORT);
+    }
     if (!m_pDemuxer || !m_bRunning) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -679,6 +722,9 @@ bool PlayerPort::OneByOneBack() {
 
 bool PlayerPort::ReversePlay() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && IsStreamPort()) {
+        return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream has no frame index
+    }
     if (!m_pDemuxer) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -716,6 +762,9 @@ bool PlayerPort::KeyFramePos(uint32_t nValue, uint32_t nType, bool bNext, TAVRIX
         return Fail(TAVRIX_ERR_PARA_OVER);
     }
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && IsStreamPort()) {
+        return Fail(TAVRIX_ERR_NOT_SUPPORT);
+    }
     if (!m_pDemuxer) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -759,6 +808,12 @@ bool PlayerPort::Refresh(uint32_t nRegion) {
         return Fail(TAVRIX_ERR_PARA_OVER);
     }
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer && m_pLive) {
+        if (nRegion == 0) {
+            m_pLive->RequestRefresh();
+        }
+        return true;
+    }
     if (!m_pDemuxer) {
         return Fail(TAVRIX_ERR_ORDER);
     }
@@ -799,7 +854,8 @@ uint32_t PlayerPort::CurrentFrameNum() const {
 }
 
 bool PlayerPort::PictureSize(int32_t* pnWidth, int32_t* pnHeight) const {
-    if (!IsOpen()) {
+    // A stream's size is known from its first decoded picture.
+    if (!IsOpen() && !m_bStreamOpen.load()) {
         return false;
     }
     *pnWidth = m_readings.nWidth.load();
@@ -831,9 +887,11 @@ bool PlayerPort::PlaySound() {
     bool bPaused = false;
     {
         std::lock_guard<std::mutex> lock(m_mtxControl);
-        bPaused = m_bRunning && m_bPaused;
+        bPaused = (m_bRunning || (m_pLive && m_pLive->Running())) && m_bPaused;
         if (m_pDemuxer && m_pDemuxer->AudioStream() != nullptr) {
             nWantedRate = m_pDemuxer->AudioStream()->codecpar->sample_rate;
+        } else if (m_pLive) {
+            nWantedRate = m_pLive->AudioRate();
         }
     }
     {

@@ -6,6 +6,11 @@
 //   ReversePlayer thread (backwards, instead of the demuxer and decoders)
 //                  -> VideoRenderer ring
 //
+// A live stream (stream mode) plays through a LivePlayer instead: bytes fed
+// by the caller's network thread into a source buffer, read by a live
+// demuxer, shown by a live renderer; it has no frame index, so jumps, steps,
+// reverse play and speeds are not offered.
+//
 // Jumps, steps and direction changes keep the render thread (its window, its
 // last picture) and replace only what feeds it: the old producers are
 // stopped and joined behind the renderer's closed gate, the demuxer is moved
@@ -25,6 +30,7 @@
 #include "FrameSink.h"
 #include "MediaInfo.h"
 #include "PlayReadings.h"
+#include "StreamCounters.h"
 
 #include <atomic>
 #include <cstdint>
@@ -40,7 +46,9 @@ class AudioDecoder;
 class AudioOutput;
 class Demuxer;
 class FrameIndex;
+class LivePlayer;
 class ReversePlayer;
+class StreamSource;
 class VideoDecoder;
 class VideoRenderer;
 
@@ -68,6 +76,16 @@ public:
 
     bool OpenFile(const char* szPath);
     bool CloseFile();
+
+    // Stream mode (see Tavrix.h). The caller's network thread feeds
+    // InputData, which never waits: not for the control lock, nor for room.
+    bool OpenStream(const char* pHeader, uint32_t nHeaderLen, uint32_t nBufPoolSize);
+    bool OpenStreamAdvanced(int32_t nType, const TAVRIX_STREAM_HEADER* pRecord, uint32_t nBufPoolSize);
+    bool CloseStream();
+    bool InputData(const char* pBuf, uint32_t nSize);
+    bool SetDisplayBuf(uint32_t nNum);
+    bool StreamStats(TAVRIX_STREAM_STATS* pOut);
+
     // nWindowKey names the window (0 none); fnMakeSink builds a sink for it and
     // runs only when the window differs from the one already in use.
     bool Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink);
@@ -104,6 +122,16 @@ public:
     bool SetVolume(uint16_t nVolume);
 
 private:
+    void CloseFileLocked();
+    // Stream mode; all with the control lock held.
+    // The port plays a stream, or is set up for one that is not open yet.
+    bool IsStreamPort() const { return m_pLive != nullptr || m_bLivePort.load(); }
+    bool OpenStreamFrom(uint16_t nSystemFormat, const uint8_t* pHead, size_t nHeadLen, uint32_t nBufPoolSize);
+    void CloseStreamLocked();
+    bool PlayStream();
+    bool PauseStream(bool bPause);
+    void StopStream();
+
     bool StartThreads(std::shared_ptr<FrameSink> pSink);
     bool BuildThreads(std::shared_ptr<FrameSink> pSink, bool bPaused);
     void StopThreads();
@@ -159,6 +187,16 @@ private:
     std::shared_ptr<FrameSink> m_pSink;        // guarded by m_mtxControl
     std::atomic<bool> m_bHardwareActive{false};
     std::thread m_threadReport; // guarded by m_mtxControl
+
+    // Stream mode.
+    std::atomic<bool> m_bLivePort{false}; // set up for a live stream: Play may come before it opens
+    std::unique_ptr<LivePlayer> m_pLive;  // the open stream's threads; guarded by m_mtxControl
+    uint32_t m_nDisplayBuf = 15;          // guarded by m_mtxControl
+    std::atomic<bool> m_bStreamOpen{false};
+    StreamCounters m_streamCounters; // of the open stream; atomics, reset by its open
+    // Held only to copy the pointer, so InputData never waits for more.
+    std::mutex m_mtxSource;
+    std::shared_ptr<StreamSource> m_pSource; // the open stream's source; guarded by m_mtxSource
 
     mutable std::mutex m_mtxInfo; // the facts of the open file, for readers on any thread
     bool m_bOpen = false;         // guarded by m_mtxInfo

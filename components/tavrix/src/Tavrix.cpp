@@ -56,6 +56,7 @@ bool Tavrix_FreePort(int32_t nPort) {
     }
     // Close here, while this thread still owns the port: the last owner may
     // otherwise be an engine thread, which cannot join itself.
+    pPort->CloseStream();
     pPort->CloseFile();
     pPort->StopSound();
     return true;
@@ -100,6 +101,34 @@ uint32_t Tavrix_GetDecodeEngine(int32_t nPort) {
 
 uint32_t Tavrix_GetLastError(int32_t nPort) {
     return PortTable::Instance().LastError(nPort);
+}
+
+// ---- stream mode ------------------------------------------------------------
+
+bool Tavrix_OpenStream(int32_t nPort, const char* pHeader, uint32_t nHeaderLen, uint32_t nBufPoolSize) {
+    return Run(nPort, [=](PlayerPort& port) { return port.OpenStream(pHeader, nHeaderLen, nBufPoolSize); });
+}
+
+bool Tavrix_OpenStreamAdvanced(int32_t nPort, int32_t nType, TAVRIX_STREAM_HEADER* pRecord,
+                               uint32_t nBufPoolSize) {
+    return Run(nPort,
+               [=](PlayerPort& port) { return port.OpenStreamAdvanced(nType, pRecord, nBufPoolSize); });
+}
+
+bool Tavrix_CloseStream(int32_t nPort) {
+    return Run(nPort, [](PlayerPort& port) { return port.CloseStream(); });
+}
+
+bool Tavrix_InputData(int32_t nPort, const char* pBuf, uint32_t nSize) {
+    return Run(nPort, [=](PlayerPort& port) { return port.InputData(pBuf, nSize); });
+}
+
+bool Tavrix_SetDisplayBuf(int32_t nPort, uint32_t nNum) {
+    return Run(nPort, [nNum](PlayerPort& port) { return port.SetDisplayBuf(nNum); });
+}
+
+bool Tavrix_GetStreamStats(int32_t nPort, TAVRIX_STREAM_STATS* pStats) {
+    return Run(nPort, [pStats](PlayerPort& port) { return port.StreamStats(pStats); });
 }
 
 // ---- transport -----------------------------------------------------------------

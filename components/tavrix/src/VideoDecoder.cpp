@@ -6,7 +6,6 @@
 #include "EngineLog.h"
 #include "FrameIndex.h"
 #include "TimeLine.h"
-#include "VideoRenderer.h"
 
 #include <cmath>
 
@@ -103,7 +102,7 @@ bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHa
     m_pCodec->thread_count = nThreads > 0 ? static_cast<int>(nThreads)
                              : nCores > 0 ? static_cast<int>(nCores)
                                           : 0;
-    m_pCodec->thread_type = FF_THREAD_FRAME | FF_THREAD_SLICE;
+    m_pCodec->thread_type = m_bLowDelay ? FF_THREAD_SLICE : FF_THREAD_FRAME | FF_THREAD_SLICE;
     if (bHardware && TryHardware(pCodec)) {
         m_pCodec->hw_device_ctx = av_buffer_ref(m_pHwDevice.get());
         m_pCodec->get_format = &VideoDecoder::GetFormat;
@@ -134,13 +133,13 @@ bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHa
     return true;
 }
 
-void VideoDecoder::Start(PacketQueue* pQueue, VideoRenderer* pRenderer, const FrameIndex* pIndex,
+void VideoDecoder::Start(PacketQueue* pQueue, FrameTarget* pTarget, const FrameIndex* pIndex,
                          const StartPoint& start) {
     Join();
     // Nothing decoded before the new start may serve as a reference.
     avcodec_flush_buffers(m_pCodec.get());
     m_pQueue = pQueue;
-    m_pRenderer = pRenderer;
+    m_pTarget = pTarget;
     m_pIndex = pIndex;
     m_start = start;
     m_nNextFrame = start.nFirstFrame;
@@ -216,7 +215,7 @@ void VideoDecoder::Run() {
             auto pEos = std::make_unique<VideoFrame>();
             pEos->bEos = true;
             pEos->nSerial = item.nSerial;
-            m_pRenderer->Push(std::move(pEos));
+            m_pTarget->Push(std::move(pEos));
             return;
         }
     }
@@ -352,7 +351,7 @@ bool VideoDecoder::Present(std::unique_ptr<VideoFrame> pOut) {
         pOut->vecYv12.clear();
     }
     CallDecodeCallback(*pOut);
-    return m_pRenderer->Push(std::move(pOut));
+    return m_pTarget->Push(std::move(pOut));
 }
 
 void VideoDecoder::CallDecodeCallback(const VideoFrame& frame) {

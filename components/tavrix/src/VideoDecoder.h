@@ -5,6 +5,7 @@
 #pragma once
 
 #include "FfmpegPtr.h"
+#include "FrameTarget.h"
 #include "MediaInfo.h"
 #include "PacketQueue.h"
 #include "PlayReadings.h"
@@ -19,7 +20,6 @@ namespace tavrix {
 
 class CallbackSet;
 class FrameIndex;
-class VideoRenderer;
 
 class VideoDecoder {
 public:
@@ -38,6 +38,10 @@ public:
     VideoDecoder(const VideoDecoder&) = delete;
     VideoDecoder& operator=(const VideoDecoder&) = delete;
 
+    // Live streams: before Open, asks for slice threads only. Frame threads
+    // hold each picture back until the packets of the next ones arrive, which
+    // a live picture cannot wait for.
+    void SetLowDelay(bool bLowDelay) { m_bLowDelay = bLowDelay; }
     // bHardware asks for a hardware device; bEncrypted (or *pSawEncrypted,
     // set by the demuxer when still-encrypted packets pass) makes decode
     // errors count as a decryption failure. False if the codec cannot open.
@@ -45,8 +49,7 @@ public:
     bool Open(const AVStream* pStream, const MediaInfo& info, bool bHardware, uint32_t nThreads,
               bool bEncrypted, const std::atomic<bool>* pSawEncrypted);
     // pIndex (may be null, outlives the thread) numbers the pictures once complete.
-    void Start(PacketQueue* pQueue, VideoRenderer* pRenderer, const FrameIndex* pIndex,
-               const StartPoint& start);
+    void Start(PacketQueue* pQueue, FrameTarget* pTarget, const FrameIndex* pIndex, const StartPoint& start);
     // Lets the decoder drop pictures no other picture refers to (fast play).
     void SetSkipNonRef(bool bSkip) { m_bSkipNonRef = bSkip; }
     // The queue and the renderer must be aborted first; this joins.
@@ -85,8 +88,9 @@ private:
     const std::atomic<bool>* m_pSawEncrypted = nullptr;
     int m_nErrors = 0;
     int m_nFailuresInRow = 0; // decode thread only
+    bool m_bLowDelay = false;
     PacketQueue* m_pQueue = nullptr;
-    VideoRenderer* m_pRenderer = nullptr;
+    FrameTarget* m_pTarget = nullptr;
     const FrameIndex* m_pIndex = nullptr;
     StartPoint m_start;                          // decode thread only while it runs
     uint32_t m_nNextFrame = 0;                   // decode thread only

@@ -8,6 +8,7 @@
 #include "FfmpegPtr.h"
 #include "FrameClock.h"
 #include "FrameSink.h"
+#include "FrameTarget.h"
 #include "PlayReadings.h"
 #include "VideoFrame.h"
 #include "YuvConverter.h"
@@ -23,10 +24,10 @@ namespace tavrix {
 
 class CallbackSet;
 
-class VideoRenderer {
+class VideoRenderer : public FrameTarget {
 public:
     VideoRenderer(int nPort, CallbackSet* pCallbacks, PlayReadings* pReadings);
-    ~VideoRenderer();
+    ~VideoRenderer() override;
     VideoRenderer(const VideoRenderer&) = delete;
     VideoRenderer& operator=(const VideoRenderer&) = delete;
 
@@ -35,7 +36,7 @@ public:
     void Stop();
 
     // Decoder side: blocks while the ring is full; false once aborted.
-    bool Push(std::unique_ptr<VideoFrame> pFrame);
+    bool Push(std::unique_ptr<VideoFrame> pFrame) override;
 
     // A producer change: CloseGate refuses pushes (waking a blocked one) and
     // drops the ring; once the old producers are joined, OpenGate lets the new
