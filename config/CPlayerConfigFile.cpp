@@ -4,6 +4,7 @@
 #include <QDebug>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QStandardPaths>
 #include <QTemporaryFile>
@@ -39,6 +40,16 @@ const char* const kItem = "Item";
 const qint64 kMaxFileBytes = 4 * 1024 * 1024;
 const int kMaxNesting = 64;
 
+// The open URL dialog keeps this many; a file edited by hand may hold more.
+const int kMaxURLRecords = 30;
+
+// The file holds stream addresses with their passwords and the keys of
+// encrypted files: only its owner may read it, and only the owner may enter the
+// folder the player makes for it.
+const QFileDevice::Permissions kFilePermissions = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+const QFileDevice::Permissions kDirPermissions =
+    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner;
+
 struct IntField {
     const char* pName;
     int PlayerConfig::*pField;
@@ -59,7 +70,8 @@ const IntField kCommonInts[] = {{"Language", &PlayerConfig::nLanguage},
 const BoolField kCommonBools[] = {{"ExitKeepPlaylistFiles", &PlayerConfig::bExitKeepPlaylistFiles},
                                   {"SartHardDecodeEngine", &PlayerConfig::bStartHardDecodeEngine},
                                   {"KeepPlayProgress", &PlayerConfig::bKeepPlayProgress},
-                                  {"AutoAddSimilarFileName", &PlayerConfig::bAutoAddSimilarFileName}};
+                                  {"AutoAddSimilarFileName", &PlayerConfig::bAutoAddSimilarFileName},
+                                  {"ReconnectLostStreams", &PlayerConfig::bReconnectLostStreams}};
 const IntField kCapPicInts[] = {{"CapPicSaveType", &PlayerConfig::nCapPicSaveType},
                                 {"ConCapPicMode", &PlayerConfig::nConCapPicMode},
                                 {"ConCapPicGap", &PlayerConfig::nConCapPicGap},
@@ -191,7 +203,7 @@ void ReadURLRecords(const TiXmlElement* pList, PlayerConfig* pConfig) {
         if (IsNamed(pItem, kItem))
             if (const TiXmlElement* pElem = pItem->FirstChildElement(kURL))
                 strURL = StringOf(pElem);
-        if (!strURL.isEmpty())
+        if (!strURL.isEmpty() && pConfig->lstURLRecords.size() < kMaxURLRecords)
             pConfig->lstURLRecords.append(strURL);
     }
 }
@@ -375,6 +387,13 @@ bool CPlayerConfigFile::WritePlayerConfig(const QString& strPath, PlayerConfig* 
         qDebug() << "CPlayerConfigFile::WritePlayerConfig Fail" << strPath << file.errorString();
         return false;
     }
+    // Set on the temporary file before it replaces the old one: QSaveFile copies
+    // the old file's permissions, which may be wider (a file from an earlier
+    // version), and a new file would take the umask's.
+    // A file system without owner permissions (a FAT stick) refuses this; the
+    // settings are written all the same.
+    if (!file.setPermissions(kFilePermissions))
+        qDebug() << "CPlayerConfigFile::WritePlayerConfig Fail: permissions" << strPath << file.errorString();
     const qint64 nSize = qint64(printer.Size());
     if (file.write(printer.CStr(), nSize) != nSize || !file.commit()) {
         qDebug() << "CPlayerConfigFile::WritePlayerConfig Fail" << strPath << file.errorString();
@@ -411,7 +430,9 @@ QString CPlayerConfigFile::ChooseConfigDir(const QString& strAppDir) {
     const QString strDir = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
     if (strDir.isEmpty())
         return strAppDir; // no home folder: the write will fail and say so
-    if (!QDir().mkpath(strDir))
+    if (QFileInfo::exists(strDir))
+        return strDir;
+    if (!QDir().mkpath(strDir) || !QFile::setPermissions(strDir, kDirPermissions))
         qDebug() << "CPlayerConfigFile::ChooseConfigDir Fail: cannot create" << strDir;
     return strDir;
 }

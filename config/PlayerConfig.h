@@ -61,6 +61,9 @@ struct PlayerConfig {
     bool bKeepPlayProgress = false;
     bool bAutoAddSimilarFileName = false;
     bool bStartHardDecodeEngine = false;
+    // A live stream that breaks off is opened again by its window instead of
+    // being closed with a message.
+    bool bReconnectLostStreams = false;
     HotKeysCfg stHotKeys;
     QString strCapPicFolder;
     int nCapPicSaveType = 1; // 0 BMP, 1 JPEG

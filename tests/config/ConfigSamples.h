@@ -35,6 +35,7 @@ inline PlayerConfig MakeFull(int nVariant) {
     cfg.bKeepPlayProgress = true;
     cfg.bAutoAddSimilarFileName = true;
     cfg.bStartHardDecodeEngine = true;
+    cfg.bReconnectLostStreams = true;
     int nKey = 0x06000041 + 100 * nVariant; // Ctrl+Shift+A and on: every key distinct
     for (auto pKey : kHotKeys)
         cfg.stHotKeys.*pKey = nKey++;
@@ -78,6 +79,7 @@ inline QString FirstDifference(const PlayerConfig& a, const PlayerConfig& b) {
     VQ_CMP(bKeepPlayProgress)
     VQ_CMP(bAutoAddSimilarFileName)
     VQ_CMP(bStartHardDecodeEngine)
+    VQ_CMP(bReconnectLostStreams)
     VQ_CMP(strCapPicFolder)
     VQ_CMP(nCapPicSaveType)
     VQ_CMP(nConCapPicMode)

@@ -88,6 +88,8 @@ private slots:
     void clipToolFoldersSurviveWrite();
     void killDuringWriteLeavesWholeFile();
     void configDirFallsBackWhenReadOnly();
+    void fileAndFolderPrivateToOwner();
+    void urlRecordsCappedOnRead();
 
 private:
     QString Path() const { return m_pDir->filePath(QStringLiteral("PlayerConfig.xml")); }
@@ -134,7 +136,8 @@ void TestPlayerConfigFile::writtenFileLayout() {
     for (const char* pPart : {"<Config>", "<PlayerSetting>", "<Common>", "<HotKeys>", "<CapPic>",
                               "<PlaylistFiles />", "<URLRecords />", "<FileCutToolConfig>",
                               "<Fast>83886100</Fast>", "<SartHardDecodeEngine>0</SartHardDecodeEngine>",
-                              "<ExitKeepPlaylistFiles>1</ExitKeepPlaylistFiles>"})
+                              "<ExitKeepPlaylistFiles>1</ExitKeepPlaylistFiles>",
+                              "<ReconnectLostStreams>0</ReconnectLostStreams>"})
         QVERIFY2(baRaw.contains(pPart), pPart);
     // Files written before keep RepeatAB ahead of Exit.
     QVERIFY(baRaw.indexOf("<RepeatAB>") < baRaw.indexOf("<Exit>"));
@@ -421,6 +424,51 @@ void TestPlayerConfigFile::configDirFallsBackWhenReadOnly() {
     PlayerConfig cfgNew = MakeFull(1);
     QVERIFY(!m_store.WritePlayerConfig(strOldFile, &cfgNew));
     QCOMPARE(ReadRaw(strOldFile), baOld);
+}
+
+void TestPlayerConfigFile::fileAndFolderPrivateToOwner() {
+    const QFileDevice::Permissions permOwnerRW = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+    const QFileDevice::Permissions permMask =
+        QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner | QFileDevice::ReadGroup |
+        QFileDevice::WriteGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther | QFileDevice::WriteOther |
+        QFileDevice::ExeOther;
+    // A new file: passwords in URLs and file keys are for its owner only.
+    PlayerConfig cfg = MakeFull(0);
+    QVERIFY(m_store.WritePlayerConfig(Path(), &cfg));
+    QCOMPARE(QFileInfo(Path()).permissions() & permMask, permOwnerRW);
+
+    // A file an earlier version left readable by everyone is narrowed at the next save.
+    const QFileDevice::Permissions permWide =
+        permOwnerRW | QFileDevice::ReadGroup | QFileDevice::ReadOther | QFileDevice::WriteOther;
+    QVERIFY(QFile::setPermissions(Path(), permWide));
+    QCOMPARE(QFileInfo(Path()).permissions() & permMask, permWide);
+    QVERIFY(m_store.WritePlayerConfig(Path(), &cfg));
+    QCOMPARE(QFileInfo(Path()).permissions() & permMask, permOwnerRW);
+    PlayerConfig cfgIn = Defaults();
+    QVERIFY(m_store.ReadPlayerConfig(Path(), &cfgIn));
+    QVERIFY(FirstDifference(cfgIn, cfg).isEmpty());
+
+    // The folder the player makes when its own cannot take the file (here: it
+    // does not exist) is closed to others too. The test mode keeps it apart
+    // from the user's own.
+    const QString strFallback = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
+    QVERIFY(!strFallback.isEmpty());
+    QVERIFY(QDir(strFallback).removeRecursively());
+    QCOMPARE(CPlayerConfigFile::ChooseConfigDir(m_pDir->filePath(QStringLiteral("missing"))), strFallback);
+    QVERIFY(QFileInfo(strFallback).isDir());
+    QCOMPARE(QFileInfo(strFallback).permissions() & permMask, permOwnerRW | QFileDevice::ExeOwner);
+}
+
+void TestPlayerConfigFile::urlRecordsCappedOnRead() {
+    // A file edited by hand with 35 records: the first 30, newest first, are read.
+    PlayerConfig cfgOut = MakeFull(0);
+    for (int i = 0; i < 5; ++i)
+        cfgOut.lstURLRecords.append(QStringLiteral("rtsp://extra/%1").arg(i));
+    QVERIFY(m_store.WritePlayerConfig(Path(), &cfgOut));
+    QCOMPARE(ReadRaw(Path()).count("<URL>"), 35);
+    PlayerConfig cfgIn = Defaults();
+    QVERIFY(m_store.ReadPlayerConfig(Path(), &cfgIn));
+    QCOMPARE(cfgIn.lstURLRecords, cfgOut.lstURLRecords.mid(0, 30));
 }
 
 QTEST_GUILESS_MAIN(TestPlayerConfigFile)
