@@ -112,6 +112,7 @@ bool CVelquinDlg::Init() {
     resize(MIN_WIDTH, MIN_HEIGHT);
     m_pDlgShow->SetMainDlg(this);
     m_pDlgShow->SetVolumeUpKeyText(GetVolumeUpKeyText());
+    m_pDlgShow->SetReconnectLostStreams(m_stPlayerCfg.bReconnectLostStreams);
 
     m_pPlayProgressSlider->setFocusPolicy(Qt::NoFocus);
     m_pPlayProgressSlider->SetMinimum(0);
@@ -576,8 +577,6 @@ bool CVelquinDlg::InitMenus() {
     m_pActOpenFile = m_pOpenMenu->addAction(QString());
     m_pActOpenFolder = m_pOpenMenu->addAction(QString());
     m_pActOpenURL = m_pOpenMenu->addAction(QString());
-    // Streams need the network session library, which this build does not have.
-    m_pActOpenURL->setEnabled(false);
 
     m_pPlayWndLayoutMenu = new QMenu(this);
     m_pPlayWndLayoutMenu->setObjectName(QStringLiteral("m_pPlayWndLayoutMenu"));
@@ -644,6 +643,9 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pBtnOpenFiles, &QPushButton::clicked, this, &CVelquinDlg::On_ShowOpenMenu_OpenBtn));
     bOk &= bool(connect(m_pActOpenFile, &QAction::triggered, this, &CVelquinDlg::On_OpenFiles));
     bOk &= bool(connect(m_pActOpenFolder, &QAction::triggered, this, &CVelquinDlg::On_OpenFolder));
+    // Queued: the modal dialog runs after the menu has closed.
+    bOk &= bool(
+        connect(m_pActOpenURL, &QAction::triggered, this, &CVelquinDlg::On_OpenURL, Qt::QueuedConnection));
     bOk &= bool(connect(m_pBtnPlayOrPause, &QPushButton::clicked, this, &CVelquinDlg::On_PlayOrPause));
     bOk &= bool(connect(m_pBtnStop, &QPushButton::clicked, this, &CVelquinDlg::On_Stop));
     bOk &= bool(connect(m_pBtnReversePlay, &QPushButton::clicked, this, &CVelquinDlg::On_ReversePlay));
@@ -680,9 +682,16 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_KeyPressEvent, this, &CVelquinDlg::On_KeyPressEvent));
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_OpenFiles, this, &CVelquinDlg::On_OpenFiles));
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_OpenFolder, this, &CVelquinDlg::On_OpenFolder));
+    bOk &= bool(
+        connect(m_pDlgShow, &CDlgShow::Sig_OpenURL, this, &CVelquinDlg::On_OpenURL, Qt::QueuedConnection));
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_MarkInvalidFile, this, &CVelquinDlg::On_MarkInvalidFile,
                         Qt::QueuedConnection));
     bOk &= bool(connect(m_pDlgShow, &CDlgShow::Sig_ErrorToStopPlay, this, &CVelquinDlg::ErrorToStopPlay));
+    bOk &= bool(
+        connect(m_pDlgShow, &CDlgShow::Sig_NetStreamStartSound, this, &CVelquinDlg::On_NetStreamStartSound));
+    // A stream's first picture becomes its row's thumbnail; the playlist owns it then.
+    bOk &= bool(
+        connect(m_pDlgShow, &CDlgShow::Sig_UpdateThumbnail, m_pPlaylist, &CPlaylist::On_UpdateThumbnail));
 
     bOk &= bool(connect(m_pBtnListAdd, &QPushButton::clicked, this, &CVelquinDlg::On_AddFiles));
     bOk &= bool(connect(m_pBtnListDelete, &QPushButton::clicked, this, &CVelquinDlg::On_ShowPlaylistDelMenu));
@@ -960,12 +969,17 @@ bool CVelquinDlg::On_KeyPressEvent(QKeyEvent* ev) {
     const int nKey = int(ev->modifiers()) + ev->key();
     const HotKeysCfg& stKeys = m_stPlayerCfg.stHotKeys;
     // Compared in the fixed order of the hot key table, so that of two equal keys
-    // only the first runs. Keys of commands that come later (open URL, fisheye,
-    // capture, full screen) match nothing yet.
+    // only the first runs. Keys of commands that come later (fisheye, capture,
+    // full screen) match nothing yet.
     if (nKey == stKeys.nOpenFiles)
         return On_OpenFiles();
     if (nKey == stKeys.nOpenFolder)
         return On_OpenFolder();
+    if (nKey == stKeys.nOpenURL) {
+        // The modal dialog runs after the key event has been handled.
+        QMetaObject::invokeMethod(this, &CVelquinDlg::On_OpenURL, Qt::QueuedConnection);
+        return true;
+    }
     if (nKey == stKeys.nPlayOrPause)
         return On_PlayOrPause();
     if (nKey == stKeys.nStop)
@@ -1672,6 +1686,12 @@ bool CVelquinDlg::On_Mute() {
     return true;
 }
 
+bool CVelquinDlg::On_NetStreamStartSound(int nWndIndex) {
+    if (!m_pDlgShow || nWndIndex != m_pDlgShow->GetSelWndIndex() || m_bMute)
+        return false;
+    return m_pDlgShow->SetVolume(nWndIndex, true, m_nVolume, false);
+}
+
 bool CVelquinDlg::On_SliderSetVolume(int nPos) {
     if (!m_pDlgShow || nPos < 0 || nPos > 100)
         return false;
@@ -1970,8 +1990,8 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
                 bSelNet = true;
         }
     }
-    // Synchronous play comes with its engine; the button stays greyed out until then.
-    Q_UNUSED(bAnyNet);
+    // One stream anywhere forbids synchronous play.
+    m_pBtnSyncPlay->setEnabled(!bAnyNet && nOpen >= 2);
 
     qDebug() << "SelWndIndex:" << nSel << "PlayState:" << m_pDlgShow->GetPlayState(nSel);
     const bool bSelActive = IsActiveState(m_pDlgShow->GetPlayState(nSel));

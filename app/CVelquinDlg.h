@@ -125,6 +125,9 @@ public slots:
     bool On_ShowOpenMenu_OpenBtn();
     bool On_OpenFiles();
     bool On_OpenFolder();
+    // The open URL dialog; an accepted address plays in the selected window
+    // and joins the playlist (CVelquinDlgUrl.cpp).
+    bool On_OpenURL();
     bool On_AddFiles();
     bool On_OpenFileInSelWnd(OpenInfo* pOpenInfo);
     // Starts the open of pOpenInfo in window nWnd; the window reads the file on a
@@ -161,6 +164,9 @@ public slots:
     bool On_Stop();
     bool On_Mute();
     bool On_SliderSetVolume(int nPos);
+    // A stream started in window nWndIndex: its sound comes on if it is the
+    // selected window and nothing is muted.
+    bool On_NetStreamStartSound(int nWndIndex);
     bool SetVolumeValue(int nPos);
     bool On_GoToBegin();
     bool On_GoToEnd();

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTimer>
+#include <QUrl>
 
 #include "CDlgShow.h"
 #include "CPlaylist.h"
@@ -40,8 +41,15 @@ bool CVelquinDlg::OpenFileList(QStringList lstPaths) {
         // next file's new row. What a row knows (type, key, flags) is read below.
         OpenInfo stInfo;
         stInfo.strFilePath = lstPaths.at(i);
-        stInfo.nMediaType = 1;
-        m_pPlaylist->AddFile(&stInfo);
+        // A stream address becomes a URL row: the thumbnail thread, which reads
+        // files, never sees it.
+        if (IsStreamUrl(QUrl(stInfo.strFilePath))) {
+            stInfo.nMediaType = 2;
+            m_pPlaylist->AddUrl(&stInfo);
+        } else {
+            stInfo.nMediaType = 1;
+            m_pPlaylist->AddFile(&stInfo);
+        }
         const int nRow = m_pPlaylist->GetRowByPath(stInfo.strFilePath);
         if (nRow < 0)
             continue;

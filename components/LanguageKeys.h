@@ -199,6 +199,7 @@
 #define IDS_NetStream_Password                           "IDS_NetStream_Password" // "Password"
 #define IDS_NetStream_PlugInLoadFail                     "IDS_NetStream_PlugInLoadFail" // "Plug-in Load Fail"
 #define IDS_NetStream_ProtocolTypeUnSupport              "IDS_NetStream_ProtocolTypeUnSupport" // "Protocol Type UnSupport"
+#define IDS_NetStream_Reconnecting                       "IDS_NetStream_Reconnecting" // "Reconnecting..."
 #define IDS_NetStream_URLIsEmpty                         "IDS_NetStream_URLIsEmpty" // "URL is empty!"
 #define IDS_NetStream_UserName                           "IDS_NetStream_UserName" // "User Name"
 #define IDS_PlaySetDlg_AutoAddSimilarFiles               "IDS_PlaySetDlg_AutoAddSimilarFiles" // "Auto Add Similar Files"

@@ -2,6 +2,7 @@
 
 #include "CPlayHelper.h"
 #include "NorvantaDS.h"
+#include "SecretKeyBytes.h"
 
 #include <QDeadlineTimer>
 #include <QMutexLocker>
@@ -22,7 +23,6 @@ constexpr int kFrameWaitMs = 4000;
 // index, and then keeps the container's estimate.
 constexpr int kIndexWaitMs = 1500;
 constexpr int kPathBufBytes = 1040;
-constexpr int kKeyBytes = 16;
 
 // Keeps a buffer of at least nBytes, reusing the one there is.
 bool EnsureBuffer(std::unique_ptr<uint8_t[]>* ppBuf, int32_t* pnSize, int nBytes) {
@@ -295,9 +295,9 @@ void GetThumbThread::ExamineFile(const FileQueueItem& item) {
             break;
         }
         if (bHasKey) {
-            char szKey[kKeyBytes] = {};
-            const QByteArray key = item.strDecryptKey.toLocal8Bit();
-            std::memcpy(szKey, key.constData(), static_cast<size_t>(qMin<qsizetype>(key.size(), kKeyBytes)));
+            // The same bytes the play window gives the engine for this key.
+            char szKey[kSecretKeyBytes];
+            SecretKeyToBytes(item.strDecryptKey, szKey);
             Tavrix_SetSecretKey(m_lPort, 1, szKey, 128);
         } else {
             // The port is reused for every file: the key of an earlier file

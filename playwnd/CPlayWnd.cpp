@@ -8,6 +8,7 @@
 #include <QMutexLocker>
 #include <QPainter>
 #include <QStyleOption>
+#include <QThread>
 #include <QTimer>
 #include <QTimerEvent>
 
@@ -22,6 +23,7 @@
 #include "OpenInfo.h"
 #include "OpenJob.h"
 #include "PortCloser.h"
+#include "SecretKeyBytes.h"
 #include "SkinManager.h"
 
 namespace {
@@ -31,7 +33,6 @@ const int kDisplayInfoMs = 3000;
 const int kRefreshMs = 100;
 const int kLowRateRefreshMs = 40;
 const int kAsciiPathSize = 1040;
-const int kSecretKeyBytes = 16;
 const int kRepeatABMs = 500;
 // How long a window going away waits for the workers that may still call it.
 const int kWorkerWaitMs = 30000;
@@ -82,6 +83,7 @@ CPlayWnd::CPlayWnd(int nSubWndIndex, QWidget* pParent)
     // The engine's callbacks emit on its own threads; these arrive queued.
     connect(this, &CPlayWnd::Sig_WidthHeightChange, this, &CPlayWnd::On_WidthHeightChange,
             Qt::QueuedConnection);
+    connect(this, &CPlayWnd::Sig_NetStreamDisconnect, this, &CPlayWnd::On_NetStreamDisconnect);
     connect(this, &CPlayWnd::Sig_DelayDisplayInfoTimer, this, &CPlayWnd::On_DelayDisplayInfoTimer);
     connect(this, &CPlayWnd::Sig_FileDecLowFrameRate, this, &CPlayWnd::On_FileDecLowFrameRate);
     connect(this, &CPlayWnd::Sig_ErrorMsg, this, &CPlayWnd::ErrorMsgBox);
@@ -93,9 +95,14 @@ CPlayWnd::CPlayWnd(int nSubWndIndex, QWidget* pParent)
     m_hDisplayWnd = static_cast<uintptr_t>(m_pDisplayWnd->winId());
     setAcceptDrops(false);
     setMouseTracking(true);
+    AttachNetOpenLink();
 }
 
 CPlayWnd::~CPlayWnd() {
+    // No connect worker posts to this window from here on, and no session calls it.
+    DetachNetOpenLink();
+    EndReconnect();
+    CloseNetSession();
     Close();
     // Opens under way and ports being closed may still call this window: wait
     // for them, then close the ports whose result never came back here.
@@ -293,6 +300,10 @@ bool CPlayWnd::CancelOpen() {
 }
 
 void CPlayWnd::ReleasePortLater() {
+    // A stream's session feeds the port: it goes first, so that nothing feeds a
+    // port on its way out.
+    EndReconnect();
+    CloseNetSession();
     const int32_t nPort = m_lPort;
     if (nPort < 0)
         return;
@@ -334,16 +345,6 @@ void CPlayWnd::ReportOpenFail() {
     emit Sig_ErrorMsg(strText);
 }
 
-bool CPlayWnd::OpenStream(QString strUrl, int nTransmitMode, int nPort, bool bHardDecode) {
-    Q_UNUSED(nTransmitMode);
-    Q_UNUSED(nPort);
-    Q_UNUSED(bHardDecode);
-    // A stream is fed by a network session; without the session library there is
-    // nothing to feed the port with, so the window refuses rather than pretend.
-    qDebug() << "CPlayWnd::OpenStream no network session library in this build, cannot open" << strUrl;
-    return false;
-}
-
 void CPlayWnd::SetSecretKey(QString strKey) {
     if (m_lPort < 0)
         return;
@@ -354,11 +355,10 @@ void CPlayWnd::ApplySecretKey(int32_t nPort, const QString& strKey) {
     if (strKey.size() > kSecretKeyBytes)
         return;
     m_strSecretKey = strKey;
-    // The engine takes the key's 8-bit form as exactly 16 bytes, zero padded.
-    char szNarrow[kSecretKeyBytes * 4 + 1] = {};
-    CPlayHelper::UnicodeToAscii(strKey, szNarrow, sizeof(szNarrow));
-    char szKey[kSecretKeyBytes] = {};
-    std::memcpy(szKey, szNarrow, std::min<size_t>(std::strlen(szNarrow), kSecretKeyBytes));
+    // The engine takes the key's 8-bit form as exactly 16 bytes, zero padded;
+    // the thumbnail thread makes the same bytes.
+    char szKey[kSecretKeyBytes];
+    SecretKeyToBytes(strKey, szKey);
     Tavrix_SetSecretKey(nPort, 1, szKey, 128);
 }
 
@@ -373,6 +373,10 @@ bool CPlayWnd::Play(bool bForce) {
     if (nOldState == 1 && !bForce)
         return false;
     if (m_lPort < 0)
+        return false;
+    // A stopped stream has no session: play opens a new one with what was stored.
+    if (m_nOpenMode == 2 && m_lNetSession < 0 && nOldState == 3 &&
+        !OpenNetSession(m_strFilePath, m_nTransmitMode, m_nNetPort))
         return false;
 
     if (SetRunTimeInfoCallBack(true))
@@ -420,10 +424,19 @@ bool CPlayWnd::Play(bool bForce) {
     // Each start of the engine runs at normal speed: replay the step.
     RestoreSpeed();
 
-    KillTimerField(m_nRefreshTimer);
-    m_nRefreshTimer = startTimer(kRefreshMs);
+    // A stream's session thread starts play too; the timer belongs to the GUI thread.
+    if (QThread::currentThread() == thread())
+        RestartRefreshTimer();
+    else
+        QMetaObject::invokeMethod(
+            this, [this] { RestartRefreshTimer(); }, Qt::QueuedConnection);
     m_nPlayState = 1;
     return true;
+}
+
+void CPlayWnd::RestartRefreshTimer() {
+    KillTimerField(m_nRefreshTimer);
+    m_nRefreshTimer = startTimer(kRefreshMs);
 }
 
 bool CPlayWnd::Pause() {
@@ -447,8 +460,13 @@ bool CPlayWnd::Resume() {
 }
 
 bool CPlayWnd::Stop() {
+    EndReconnect();
     if (m_nPlayState == 0 || m_nPlayState == 3)
         return true;
+    // A stream's session may be starting play on its own thread right now: it
+    // is closed first, so nothing of it runs beside what follows. A stopped
+    // stream has no session; Play makes a new one.
+    CloseNetSession();
     BumpPlaySerial();
 
     // The frame index describes the file, not the play: it survives a stop.
@@ -506,10 +524,14 @@ bool CPlayWnd::Close() {
         return true;
     }
     Stop();
+    // A window that never got to play (state 0 or 4) may still hold a session.
+    CloseNetSession();
     BumpPlaySerial();
     m_bFileRefCreated = false;
     if (m_nOpenMode == 1 && !Tavrix_CloseFile(m_lPort))
         qDebug("Tavrix_CloseFile() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
+    if (m_nOpenMode == 2 && !Tavrix_CloseStream(m_lPort))
+        qDebug("Tavrix_CloseStream() Fail GetLastError()=%d", Tavrix_GetLastError(m_lPort));
     {
         QMutexLocker lock(&m_mtxShared);
         m_strFilePath.clear();
@@ -1207,8 +1229,6 @@ void CPlayWnd::WatermarkCallBack(int32_t nPort, TAVRIX_WATERMARK_INFO* pInfo, vo
 
 void CPlayWnd::DecCallBack(int32_t nPort, char* pBuf, int32_t nSize, TAVRIX_FRAME_INFO* pFrameInfo,
                            void* pUser) {
-    Q_UNUSED(pBuf);
-    Q_UNUSED(nSize);
     if (!pUser || !pFrameInfo || nPort != WndOf(pUser)->m_lPort)
         return;
     const int nType = pFrameInfo->nType;
@@ -1219,6 +1239,7 @@ void CPlayWnd::DecCallBack(int32_t nPort, char* pBuf, int32_t nSize, TAVRIX_FRAM
         pWnd->m_nFrameRate = pFrameInfo->nFrameRate;
         emit pWnd->Sig_FileDecLowFrameRate(pFrameInfo->nFrameRate < 2);
     }
+    pWnd->SaveStreamThumb(pBuf, nSize, pFrameInfo);
 }
 
 void CPlayWnd::EncTypeChangeCallBack(int32_t nPort, void* pUser) {
@@ -1330,6 +1351,11 @@ void CPlayWnd::timerEvent(QTimerEvent* ev) {
         RefreshPlayEx(0);
     } else if (nId == m_nLowRateTimer) {
         RefreshPlayEx(0);
+    } else if (nId == m_nNetTimeoutTimer) {
+        KillTimerField(m_nNetTimeoutTimer);
+        emit Sig_NetStreamDisconnect();
+    } else if (nId == m_nReconnectTimer) {
+        On_ReconnectTick();
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QImage>
 #include <QList>
 #include <QMutex>
 #include <QPoint>
@@ -8,10 +9,14 @@
 #include <QWidget>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
+#include <mutex>
+#include <vector>
 
 #include "IObserverBase.h"
+#include "Item_FileInfo.h"
 #include "Tavrix.h"
 
 class QLabel;
@@ -20,6 +25,7 @@ class QPainter;
 class QTimer;
 class CDlgShow;
 class OpenJob;
+struct NetOpenLink;
 struct OpenInfo;
 
 // One tile of the stage: owns one playback port of the engine and shows what
@@ -35,6 +41,12 @@ struct OpenInfo;
 // OpenAsync reads the file on a worker thread and starts play back on the GUI
 // thread; while that is under way the window holds no port of its own (GetPort
 // answers -1, the state is 0) and IsOpening is true.
+//
+// A network stream is fed by one session of the network library. Its blocks
+// and messages arrive on the session's thread, which opens the engine's stream
+// at the first header and starts play there; everything that belongs to the
+// GUI thread (timers, message boxes, closing) is posted to it. The GUI thread
+// never waits for the network: the session's connect runs on a worker.
 class CPlayWnd : public QWidget, public IObserverBase {
     Q_OBJECT
 
@@ -56,8 +68,9 @@ public:
     // A file that cannot be opened or played shows its message to the user.
     bool OpenAsync(OpenInfo* pInfo);
     bool IsOpening() const { return m_pOpenJob != nullptr; }
-    // Network streams need the network session library, which this build does
-    // not have yet: logs the reason and returns false.
+    // Prepares the port for a live stream and starts a network session for
+    // strUrl; the engine's stream opens when the session's first header comes.
+    // State 4. False when no port or no session can be had.
     bool OpenStream(QString strUrl, int nTransmitMode, int nPort, bool bHardDecode);
     // Stops, closes and frees the port, then takes a fresh one. State 0. An
     // open under way is dropped.
@@ -117,6 +130,31 @@ public:
     // 100 play at full scale (the engine has no software gain yet). bShowInfo
     // puts "Volume: n%" on the picture for 3 s.
     bool SetVolume(bool bSound, int nVolume, bool bShowInfo);
+
+    // ---- network session (CPlayWndNet.cpp) ----
+    // Creates a session and starts its connect on a worker; true once under way.
+    // A connect that fails later closes the window with a message (or, with
+    // reconnecting on, keeps retrying).
+    bool OpenNetSession(QString strUrl, int nTransmitMode, int nPort);
+    // Closes and destroys the session, if any; afterwards none of its blocks or
+    // messages arrives. Waits only for a block being handed over, never for the
+    // network.
+    bool CloseNetSession();
+    // One block of the session (session thread).
+    bool InputNetStreamData(int nDataType, char* pBuf, int nLen);
+    // One message of the session (session thread).
+    bool NetMsgReceived(int nMsgType, char* pContent);
+    static void NetDataCallBack(int32_t nSession, int32_t nDataType, char* pBuf, int32_t nLen, void* pUser);
+    static void NetMsgCallBack(int32_t nSession, int32_t nMsgType, char* pContent, int32_t nLen, void* pUser);
+    // The 40-byte media header made from a media information block of nLen
+    // bytes (three little-endian 16-bit values; missing ones count as 0).
+    static void BuildMediaHeader(const char* pInfo, int nLen, char (&szHeader)[40]);
+    // With reconnecting on, a lost stream keeps its window and is tried again
+    // every 2 s until its source returns, without a message box.
+    void SetReconnectLostStreams(bool bOn) { m_bReconnectLostStreams = bOn; }
+    bool IsReconnecting() const { return m_bReconnecting; }
+    int GetNetSession() const { return m_lNetSession; }
+    bool IsStreamOpened() const { return m_bStreamOpened; }
 
     // ---- keys ----
     // Keys of 1..16 characters, given to the engine as 16 zero-padded bytes.
@@ -179,6 +217,9 @@ signals:
     bool Sig_MousePressEvent(QMouseEvent* ev);
     bool Sig_MouseMoveEvent(QMouseEvent* ev);
     bool Sig_UpdateCtrlStatus();
+    // The first picture of a stream as a 96 x 64 thumbnail; the receiver owns it.
+    void Sig_UpdateThumbnail(QString strFilePath, QImage* pimgThumbnail, Item_FileInfo* pFileInfo);
+    bool Sig_NetStreamDisconnect();
     bool Sig_NetStreamStartSound(int nWndIndex);
     bool Sig_DelayDisplayInfoTimer(bool bEnable);
     bool Sig_FileDecLowFrameRate(bool bIsLowFrameRate);
@@ -194,6 +235,9 @@ public slots:
     bool On_WidthHeightChange();
     bool On_DelayDisplayInfoTimer(bool bEnable);
     bool On_FileDecLowFrameRate(bool bIsLowFrameRate);
+    // The stream ended, failed or stayed silent: the window closes and says so,
+    // or, with reconnecting on, keeps its picture and tries again.
+    bool On_NetStreamDisconnect();
     void ErrorMsgBox(QString strMsg);
     // Watchdog of the A-B repeat, every 500 ms.
     bool On_RepeatABTimer();
@@ -242,9 +286,30 @@ private:
     bool RestoreSpeed();
     bool RepeatABCheck(uint nCur);
     bool IsRepeatFrameInside(uint nFrame) const;
+    void RestartRefreshTimer();
 
-    // Fields of later features (capture, zoom, fisheye, network session,
-    // picture controls) join the class with those features.
+    // Network session helpers (CPlayWndNet.cpp).
+    void AttachNetOpenLink();
+    void DetachNetOpenLink();
+    void StartNetOpen(int32_t nSession, quint64 nSerial);
+    void On_NetOpenDone(quint64 nSerial, int32_t nResult);
+    bool OpenStreamVariant(int nDataType, char* pBuf, int nLen);
+    bool RunStreamVariant(int nDataType, char* pBuf, int nLen);
+    void WaitNetVariant();
+    void PostNetTimeout(bool bStart);
+    void On_NetTimeoutPosted(bool bStart, quint64 nSerial);
+    void On_NetStreamStarted(quint64 nSerial);
+    void On_NetLostPosted(quint64 nSerial);
+    bool CanReconnect() const;
+    void BeginReconnect();
+    void EndReconnect();
+    void On_ReconnectTick();
+    void ShowNetMessage(const char* szKey, const char* szDefault);
+    void RegisterStreamCallbacks(int32_t nPort);
+    bool SaveStreamThumb(const char* pBuf, int nSize, const TAVRIX_FRAME_INFO* pFrameInfo);
+
+    // Fields of later features (capture, zoom, fisheye, picture controls) join
+    // the class with those features.
     int m_nSoundState = -1; // -1 not set since the last reset, 0 off, 1 on
     // A-B repeat points. Written on the GUI thread; the display and file end
     // callbacks read them, hence atomics. With both set the end is not reported.
@@ -271,7 +336,7 @@ private:
     // Number of the current play; the file end callback sends it back with the end.
     std::atomic<quint64> m_nPlaySerial{1};
     quint64 m_nEndReportedSerial = 0; // the play whose end was reported
-    int m_nOpenMode = 0;              // 0 nothing, 1 file, 2 stream
+    std::atomic<int> m_nOpenMode{0};  // 0 nothing, 1 file, 2 stream; read by the decode thread
     QString m_strSecretKey;
     QString m_strFilePath;            // native separators for files; written under m_mtxShared
     std::atomic<int> m_nPlayState{0}; // readers on other threads take it as it is
@@ -297,4 +362,38 @@ private:
     std::atomic<int> m_nVideoHeight{0};
     QColor m_clrBackground = Qt::black; // from the skin
     uintptr_t m_hDisplayWnd = 0;        // native id given to Tavrix_Play
+
+    // ---- network session ----
+    // Session id; -1 none. Written on the GUI thread only, read by the session's
+    // callbacks (which never overlap a close: Orvel_Close waits for them).
+    std::atomic<int32_t> m_lNetSession{-1};
+    // The engine's stream is open for this session; written by the session thread.
+    std::atomic<bool> m_bStreamOpened{false};
+    // Number of the current session. News posted by a session carries its
+    // number; a close moves it on, so what a closed session posted is dropped.
+    std::atomic<quint64> m_nNetSerial{0};
+    int m_nNetTimeoutTimer = 0; // header to first data, 5 s; GUI thread
+    // The session thread asked for the watchdog and no data block has killed
+    // it yet: the first block that goes in posts the kill, later ones do not.
+    std::atomic<bool> m_bNetTimeoutArmed{false};
+    std::shared_ptr<NetOpenLink> m_pNetOpenLink; // lets connect workers find a live window
+    int m_nTransmitMode = 0;
+    int m_nNetPort = 0;
+    std::atomic<uint> m_nNetRefused{0}; // blocks the engine refused, for the log
+    // The gate between a header that opens the engine's stream on the session
+    // thread and a close on the GUI thread. Opening may wait for the GUI thread
+    // (the engine attaches its picture to the widget there), and Orvel_Close
+    // waits for the callback: so a close first shuts the gate, then serves the
+    // GUI thread's share of an opening already under way, and only then closes.
+    std::mutex m_mtxNetGate;
+    std::condition_variable m_cvNetGate;
+    bool m_bNetClosing = false;        // guarded by m_mtxNetGate
+    bool m_bNetVariantRunning = false; // guarded by m_mtxNetGate
+    bool m_bReconnectLostStreams = false;
+    bool m_bReconnecting = false;
+    int m_nReconnectTimer = 0; // 2 s retries while reconnecting
+    // Stream thumbnail: one per OpenStream. The buffers belong to the decode thread.
+    std::atomic<bool> m_bThumbSent{false};
+    std::vector<char> m_vecThumbYuv;
+    std::vector<char> m_vecThumbBmp;
 };

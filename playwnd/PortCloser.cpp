@@ -44,7 +44,9 @@ void PortCloser::CloseLater(int32_t nPort) {
     state.pool.start([nPort, &state] {
         if (!Tavrix_Stop(nPort))
             qDebug("PortCloser Tavrix_Stop() Fail port=%d deError=%u", nPort, Tavrix_GetLastError(nPort));
+        // The port held a file or a stream; closing what it did not hold only fails.
         Tavrix_CloseFile(nPort);
+        Tavrix_CloseStream(nPort);
         if (!Tavrix_FreePort(nPort))
             qDebug("PortCloser Tavrix_FreePort() Fail port=%d GetLastError()=%u", nPort,
                    Tavrix_GetLastError(nPort));

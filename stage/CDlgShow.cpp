@@ -66,6 +66,7 @@ bool CDlgShow::InitPlayWnds() {
         connect(pWnd, &CPlayWnd::Sig_MousePressEvent, this, &CDlgShow::On_MousePressEvent);
         connect(pWnd, &CPlayWnd::Sig_UpdateCtrlStatus, this, &CDlgShow::Sig_UpdateCtrlStatus);
         connect(pWnd, &CPlayWnd::Sig_OpenFinished, this, &CDlgShow::Sig_OpenFinished);
+        connect(pWnd, &CPlayWnd::Sig_UpdateThumbnail, this, &CDlgShow::Sig_UpdateThumbnail);
         // These come from engine threads: always queued, so the receiver may
         // stop or close the window that sent them.
         connect(pWnd, &CPlayWnd::Sig_NetStreamStartSound, this, &CDlgShow::Sig_NetStreamStartSound,
@@ -365,6 +366,13 @@ bool CDlgShow::ClearRepeatAB() {
 
 bool CDlgShow::IsHardDecode(int i) {
     return ValidIndex(i) ? m_pPlayWnd[i]->IsHardDecode() : false;
+}
+
+void CDlgShow::SetReconnectLostStreams(bool bOn) {
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        if (pWnd)
+            pWnd->SetReconnectLostStreams(bOn);
+    }
 }
 
 // ---- commands -----------------------------------------------------------------------------

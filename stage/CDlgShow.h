@@ -6,9 +6,11 @@
 #include <QWidget>
 
 #include "IObserverBase.h"
+#include "Item_FileInfo.h"
 #include "Tavrix.h"
 
 class QGridLayout;
+class QImage;
 class QKeyEvent;
 class QMouseEvent;
 class CPlayWnd;
@@ -74,6 +76,8 @@ public:
     bool GetRepeatB(bool* pbSet, uint* pnFrame);
     bool ClearRepeatAB();
     bool IsHardDecode(int i);
+    // Every window keeps a lost stream and tries it again instead of closing.
+    void SetReconnectLostStreams(bool bOn);
     // Read access to one window, for the stage's own users that need it (tests,
     // rulers); null for a bad index.
     CPlayWnd* GetPlayWnd(int i);
@@ -123,6 +127,8 @@ signals:
     bool Sig_KeyPressEvent(QKeyEvent* ev);
     bool Sig_DbClickPlayWnd(int nPlayWndIndex);
     void Sig_TopLevelChanged();
+    // Relayed from the windows: the first picture of a stream; the receiver owns it.
+    void Sig_UpdateThumbnail(QString strFilePath, QImage* pimgThumbnail, Item_FileInfo* pFileInfo);
     bool Sig_OpenFiles();
     bool Sig_OpenFolder();
     bool Sig_OpenURL();

@@ -1,0 +1,103 @@
+// A key with characters beyond ASCII reaches the engine as the same 16 bytes
+// from the play window and from the thumbnail thread: otherwise a file would
+// play but show no thumbnail, or the other way round. The program is linked
+// with --wrap for Tavrix_SetSecretKey, so every key handed to the engine is
+// seen here, with the thread that handed it.
+
+#include <QApplication>
+#include <QList>
+#include <QMutex>
+#include <QMutexLocker>
+#include <QThread>
+#include <QtTest>
+
+#include "CPlayWnd.h"
+#include "GetThumbThread.h"
+#include "GuiMedia.h"
+
+namespace {
+
+struct KeyCall {
+    QByteArray baKey;
+    bool bGuiThread = false;
+};
+
+QMutex g_mtxCalls;
+QList<KeyCall> g_lstCalls; // guarded by g_mtxCalls
+
+QList<KeyCall> TakeCalls() {
+    QMutexLocker lock(&g_mtxCalls);
+    QList<KeyCall> lstCalls = g_lstCalls;
+    g_lstCalls.clear();
+    return lstCalls;
+}
+
+// The GB18030 bytes of the key, zero padded or cut to 16: the program's 8-bit form.
+QByteArray Gb18030Key(const char* szHex) {
+    QByteArray baKey = QByteArray::fromHex(szHex).left(16);
+    baKey.append(QByteArray(16 - baKey.size(), '\0'));
+    return baKey;
+}
+
+} // namespace
+
+extern "C" {
+bool __real__Z19Tavrix_SetSecretKeyiiPKci(int32_t nPort, int32_t nKeyType, const char* pSecretKey,
+                                          int32_t nKeyLen);
+bool __wrap__Z19Tavrix_SetSecretKeyiiPKci(int32_t nPort, int32_t nKeyType, const char* pSecretKey,
+                                          int32_t nKeyLen) {
+    if (pSecretKey && nKeyLen == 128) {
+        QMutexLocker lock(&g_mtxCalls);
+        g_lstCalls.append({QByteArray(pSecretKey, 16), QThread::currentThread() == qApp->thread()});
+    }
+    return __real__Z19Tavrix_SetSecretKeyiiPKci(nPort, nKeyType, pSecretKey, nKeyLen);
+}
+}
+
+class TestSecretKeyBytes : public QObject {
+    Q_OBJECT
+
+private slots:
+    void bothPathsGiveTheSameBytes_data() {
+        QTest::addColumn<QString>("strKey");
+        QTest::addColumn<QByteArray>("baExpected");
+        // Two bytes per character in GB18030; three and two in UTF-8.
+        QTest::newRow("chinese and cyrillic")
+            << QString::fromUtf8("密钥ключ") << Gb18030Key("c3dcd4bfa7dca7dda7f0a7e9");
+        // 24 bytes in GB18030: the engine takes the first 16.
+        QTest::newRow("cut at 16 bytes")
+            << QString::fromUtf8("ключключключ") << Gb18030Key("a7dca7dda7f0a7e9a7dca7dda7f0a7e9");
+        QTest::newRow("ascii") << QStringLiteral("velquin123") << Gb18030Key("76656c7175696e313233");
+    }
+    void bothPathsGiveTheSameBytes() {
+        QFETCH(QString, strKey);
+        QFETCH(QByteArray, baExpected);
+        const QString strClip = GuiMedia::Clip("h264_aac.mp4");
+        QVERIFY2(QFile::exists(strClip), "test media missing; run make-test-media.sh");
+        TakeCalls();
+
+        // The play window, on the GUI thread.
+        {
+            CPlayWnd wnd(0, nullptr);
+            wnd.OpenFile(strClip, strKey);
+            const QList<KeyCall> lstCalls = TakeCalls();
+            QCOMPARE(lstCalls.size(), 1);
+            QVERIFY(lstCalls.first().bGuiThread);
+            QCOMPARE(lstCalls.first().baKey.toHex(), baExpected.toHex());
+        }
+
+        // The thumbnail thread, on its own thread.
+        GetThumbThread thread;
+        thread.start();
+        QVERIFY(thread.AddFile(strClip, strKey));
+        QList<KeyCall> lstThumb;
+        QTRY_VERIFY_WITH_TIMEOUT(!(lstThumb += TakeCalls()).isEmpty(), 20000);
+        thread.StopThread();
+        QVERIFY(thread.wait(20000));
+        QVERIFY(!lstThumb.first().bGuiThread);
+        QCOMPARE(lstThumb.first().baKey.toHex(), baExpected.toHex());
+    }
+};
+
+QTEST_MAIN(TestSecretKeyBytes)
+#include "TestSecretKeyBytes.moc"
