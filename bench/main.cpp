@@ -10,10 +10,12 @@
 //   velquin-bench reverse FILE [--seconds S] [--no-peer]
 //   velquin-bench index FILE [--no-peer]
 //   velquin-bench avdrift FILE
+//   velquin-bench stream URL [--mode 0|1|2] [--ports N] [--seconds S] [--no-peer]
 #include "AvDriftBench.h"
 #include "BenchPort.h"
 #include "CpuMeter.h"
 #include "PeerDecode.h"
+#include "StreamBench.h"
 #include "ThumbBench.h"
 #include "TransportBench.h"
 
@@ -43,7 +45,8 @@ int Usage() {
         "       velquin-bench stepback FILE FROM COUNT [--no-peer]\n"
         "       velquin-bench reverse FILE [--seconds S] [--no-peer]\n"
         "       velquin-bench index FILE [--no-peer]\n"
-        "       velquin-bench avdrift FILE\n");
+        "       velquin-bench avdrift FILE\n"
+        "       velquin-bench stream URL [--mode 0|1|2] [--ports N] [--seconds S] [--no-peer]\n");
     return 2;
 }
 
@@ -270,6 +273,9 @@ int main(int argc, char** argv) {
         return RunTransport(strCommand, strFile, args.mid(2));
     if (strCommand == "avdrift" && args.size() == 2)
         return RunAvDrift(strFile);
+    StreamOptions streamOptions;
+    if (strCommand == "stream" && ParseStreamOptions(args.mid(2), &streamOptions))
+        return RunStream(args[1], streamOptions);
     ThroughputOptions options;
     if (strCommand == "throughput" && ParseThroughputOptions(args.mid(2), options))
         return RunThroughput(strFile, options);

@@ -132,3 +132,25 @@ if diff <("$BENCH" framemd5 "$ENC" --key velquin123) \
 else
   echo "framemd5: DIFFERS from the ffmpeg tool"
 fi
+
+# Live streams from a local RTSP server (GStreamer's, scripts/rtsp-server.py):
+# the clock source draws its wall clock into every picture, so the time to
+# the first picture and the latency to display stand beside the ffmpeg tool
+# reading the same URL; then sixteen ports on one shared 704x576 25 fps live
+# source for a minute.
+bash "$(dirname "$0")/../scripts/make-test-media.sh" "$OUT/media" >/dev/null
+/usr/bin/python3 "$(dirname "$0")/../scripts/rtsp-server.py" --port 0 --clip "$OUT/media/stream_d1.ts" \
+  >"$OUT/rtsp-server.log" 2>&1 &
+RTSP_PID=$!
+trap 'kill $RTSP_PID 2>/dev/null || true' EXIT
+RTSP_PORT=""
+for _ in $(seq 1 100); do
+  RTSP_PORT=$(awk '/^READY/ {print $2; exit}' "$OUT/rtsp-server.log")
+  [ -n "$RTSP_PORT" ] && break
+  sleep 0.1
+done
+for mode in 0 1 2; do
+  run stream "rtsp://127.0.0.1:$RTSP_PORT/clock" --mode "$mode" --seconds 20
+done
+run stream "rtsp://127.0.0.1:$RTSP_PORT/live" --ports 16 --seconds 60 --no-peer
+kill "$RTSP_PID"
