@@ -4,9 +4,11 @@
 // folder, so that no test reads or writes the files of another; a test of a
 // restart passes the folder of the first dialog to the second.
 
+#include <QApplication>
 #include <QLabel>
 #include <QSize>
 #include <QString>
+#include <QStringList>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -58,4 +60,23 @@ struct MainDlgFixture {
         return pDlg->findChild<CSkinButton*>(QString::fromLatin1(szName));
     }
     static bool Playing(int nState) { return nState == 1 || nState == 2; }
+    // Texts of the visible message boxes titled strTitle ("Information", "ERROR").
+    static QStringList MessageTexts(const QString& strTitle) {
+        QStringList lstTexts;
+        for (QWidget* pWidget : QApplication::topLevelWidgets()) {
+            if (pWidget->objectName() != QLatin1String("NonModalMessageBox") || !pWidget->isVisible())
+                continue;
+            const QLabel* pTitle = pWidget->findChild<QLabel*>(QStringLiteral("m_pLabTitle"));
+            const QLabel* pText = pWidget->findChild<QLabel*>(QStringLiteral("m_pLabText"));
+            if (pTitle && pText && pTitle->text() == strTitle)
+                lstTexts << pText->text();
+        }
+        return lstTexts;
+    }
+    static void CloseMessages() {
+        for (QWidget* pWidget : QApplication::topLevelWidgets()) {
+            if (pWidget->objectName() == QLatin1String("NonModalMessageBox"))
+                delete pWidget;
+        }
+    }
 };

@@ -35,23 +35,7 @@ const auto Playing = MainDlgFixture::Playing;
 
 // Texts of the visible error boxes of the play windows (title "ERROR").
 QStringList ErrorTexts() {
-    QStringList lstTexts;
-    for (QWidget* pWidget : QApplication::topLevelWidgets()) {
-        if (pWidget->objectName() != QLatin1String("NonModalMessageBox") || !pWidget->isVisible())
-            continue;
-        const QLabel* pTitle = pWidget->findChild<QLabel*>(QStringLiteral("m_pLabTitle"));
-        const QLabel* pText = pWidget->findChild<QLabel*>(QStringLiteral("m_pLabText"));
-        if (pTitle && pText && pTitle->text() == QLatin1String("ERROR"))
-            lstTexts << pText->text();
-    }
-    return lstTexts;
-}
-
-void CloseMessages() {
-    for (QWidget* pWidget : QApplication::topLevelWidgets()) {
-        if (pWidget->objectName() == QLatin1String("NonModalMessageBox"))
-            delete pWidget;
-    }
+    return MainDlgFixture::MessageTexts(QStringLiteral("ERROR"));
 }
 
 // A copy of a clip without any metadata: no creation time; under a name
@@ -75,7 +59,7 @@ private slots:
         QVERIFY2(QFile::exists(GuiMedia::Clip("text.mp4")), "test media missing; run make-test-media.sh");
     }
 
-    void cleanup() { CloseMessages(); }
+    void cleanup() { MainDlgFixture::CloseMessages(); }
 
     // ---- a file that cannot be opened ----
 
@@ -136,7 +120,7 @@ private slots:
         for (int nRound = 0; nRound < 2; ++nRound) {
             spyOpen.clear();
             spyEnd.clear();
-            CloseMessages();
+            MainDlgFixture::CloseMessages();
             QVERIFY(fx.pDlg->OpenFileList(lstPaths));
             QCOMPARE(fx.pStage->GetSelWndIndex(), kWnds - 1);
             QTRY_COMPARE_WITH_TIMEOUT(spyOpen.count(), kWnds, kManyTimeoutMs);

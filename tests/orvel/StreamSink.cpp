@@ -11,28 +11,33 @@ extern "C" {
 
 #include <memory>
 
+namespace {
+// An owner for an FFmpeg object whose free function takes the object's address.
+template <auto Free> struct Freer {
+    template <typename T> void operator()(T* p) const { Free(&p); }
+};
+struct IoFreer {
+    void operator()(AVIOContext* p) const {
+        av_freep(&p->buffer);
+        avio_context_free(&p);
+    }
+};
+} // namespace
+
 void StreamSink::OnData(int32_t nSession, int32_t nType, char* pBuf, int32_t nLen, void* pUser) {
     auto* pSelf = static_cast<StreamSink*>(pUser);
+    const bool bInfo = nType == ORVEL_DATA_MEDIAINFO;
     bool bFirstBlock = false;
     {
         std::lock_guard<std::mutex> lock(pSelf->m_mutex);
-        pSelf->m_bAny = true;
-        if (pSelf->m_bClosed || pSelf->m_nMessage != 0) {
-            pSelf->m_strFault = QStringLiteral("block of type %1 after the end").arg(nType);
-        } else if (nType == ORVEL_DATA_MEDIAINFO) {
-            if (!pSelf->m_info.isEmpty() || nLen != 6) {
-                pSelf->m_strFault = QStringLiteral("media information again or of %1 bytes").arg(nLen);
-            }
-            pSelf->m_info = QByteArray(pBuf, nLen);
-        } else if (nType == ORVEL_DATA_MULTI) {
-            if (pSelf->m_info.isEmpty()) {
-                pSelf->m_strFault = QStringLiteral("stream bytes before the media information");
-            }
-            bFirstBlock = pSelf->m_stream.isEmpty();
-            pSelf->m_stream.append(pBuf, nLen);
-        } else {
-            pSelf->m_strFault = QStringLiteral("block of type %1").arg(nType);
+        Seen& seen = pSelf->m_seen;
+        seen.bAny = true;
+        if (pSelf->m_bClosed || seen.nMessage != 0 ||
+            (bInfo ? !seen.info.isEmpty() || nLen != 6 : nType != ORVEL_DATA_MULTI || seen.info.isEmpty())) {
+            seen.strFault = QStringLiteral("block of type %1 and %2 bytes out of order").arg(nType).arg(nLen);
         }
+        bFirstBlock = !bInfo && pSelf->m_stream.isEmpty();
+        (bInfo ? seen.info : pSelf->m_stream).append(pBuf, nLen);
     }
     pSelf->m_cv.notify_all();
     if (bFirstBlock && pSelf->onFirstBlock) {
@@ -42,28 +47,57 @@ void StreamSink::OnData(int32_t nSession, int32_t nType, char* pBuf, int32_t nLe
 
 void StreamSink::OnMessage(int32_t, int32_t nType, char* pContent, int32_t nLen, void* pUser) {
     auto* pSelf = static_cast<StreamSink*>(pUser);
+    qInfo("session message %d \"%s\"", nType, qPrintable(QString::fromUtf8(pContent, nLen)));
     {
         std::lock_guard<std::mutex> lock(pSelf->m_mutex);
-        pSelf->m_bAny = true;
-        if (pSelf->m_bClosed || pSelf->m_nMessage != 0) {
-            pSelf->m_strFault = QStringLiteral("message %1 after the end").arg(nType);
+        if (pSelf->m_bClosed || pSelf->m_seen.nMessage != 0) {
+            pSelf->m_seen.strFault = QStringLiteral("message %1 after the end").arg(nType);
         }
-        pSelf->m_nMessage = nType;
-        pSelf->m_strText = QString::fromUtf8(pContent, nLen);
+        pSelf->m_seen.bAny = true;
+        pSelf->m_seen.nMessage = nType;
     }
     pSelf->m_cv.notify_all();
+}
+
+int32_t StreamSink::Open(const QString& strUrl, int32_t nMode, int32_t nPort, int32_t nTimeoutMs,
+                         int32_t* pRet) {
+    const int32_t nId = Orvel_Create(strUrl.toUtf8().constData(), 0);
+    if (nId < 0) {
+        return -1;
+    }
+    if ((nTimeoutMs > 0 && Orvel_SetTimeout(nId, nTimeoutMs) != ORVEL_OK) ||
+        Orvel_SetTransmitMode(nId, nMode, nPort) != ORVEL_OK ||
+        Orvel_SetMsgCallBack(nId, &StreamSink::OnMessage, this) != ORVEL_OK) {
+        Orvel_Destroy(nId);
+        return -1;
+    }
+    const int32_t nRet = Orvel_Open(nId, &StreamSink::OnData, this);
+    if (pRet != nullptr) {
+        *pRet = nRet;
+    } else if (nRet != ORVEL_OK) {
+        qWarning("Orvel_Open(%s) answered 0x%08x", qPrintable(strUrl), static_cast<uint32_t>(nRet));
+        Orvel_Destroy(nId);
+        return -1;
+    }
+    return nId;
+}
+
+int32_t StreamSink::Destroy(int32_t nSession) {
+    const int32_t nRet = Orvel_Destroy(nSession);
+    MarkClosed();
+    return nRet;
 }
 
 bool StreamSink::WaitBytes(qint64 nBytes, int nTimeoutMs) {
     std::unique_lock<std::mutex> lock(m_mutex);
     return m_cv.wait_for(lock, std::chrono::milliseconds(nTimeoutMs), [&] {
-        return m_stream.size() >= nBytes || m_nMessage != 0;
+        return m_stream.size() >= nBytes || m_seen.nMessage != 0;
     }) && m_stream.size() >= nBytes;
 }
 
 bool StreamSink::WaitMessage(int nTimeoutMs) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    return m_cv.wait_for(lock, std::chrono::milliseconds(nTimeoutMs), [&] { return m_nMessage != 0; });
+    return m_cv.wait_for(lock, std::chrono::milliseconds(nTimeoutMs), [&] { return m_seen.nMessage != 0; });
 }
 
 void StreamSink::MarkClosed() {
@@ -71,41 +105,16 @@ void StreamSink::MarkClosed() {
     m_bClosed = true;
 }
 
-QByteArray StreamSink::MediaInfo() const {
+StreamSink::Seen StreamSink::Snapshot() const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    return m_info;
-}
-
-qint64 StreamSink::Bytes() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_stream.size();
-}
-
-int StreamSink::Message() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_nMessage;
-}
-
-QString StreamSink::MessageText() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_strText;
-}
-
-bool StreamSink::AnyCallback() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_bAny;
-}
-
-QString StreamSink::Fault() const {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    return m_strFault;
+    return m_seen;
 }
 
 int StreamSink::ReadStream(void* pOpaque, uint8_t* pBuf, int nSize) {
     auto* pSelf = static_cast<StreamSink*>(pOpaque);
     std::unique_lock<std::mutex> lock(pSelf->m_mutex);
     pSelf->m_cv.wait_until(lock, pSelf->m_tReadDeadline, [&] {
-        return pSelf->m_stream.size() > pSelf->m_nReadPos || pSelf->m_nMessage != 0;
+        return pSelf->m_stream.size() > pSelf->m_nReadPos || pSelf->m_seen.nMessage != 0;
     });
     const qint64 nLeft = pSelf->m_stream.size() - pSelf->m_nReadPos;
     if (nLeft <= 0) {
@@ -121,55 +130,43 @@ QStringList StreamSink::DecodePictures(int nCount, int nTimeoutMs) {
     m_nReadPos = 0;
     m_tReadDeadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(nTimeoutMs);
     QStringList hashes;
-
     constexpr int kBufBytes = 32768;
-    auto* pIoBuf = static_cast<uint8_t*>(av_malloc(kBufBytes));
-    AVIOContext* pIo =
-        avio_alloc_context(pIoBuf, kBufBytes, 0, this, &StreamSink::ReadStream, nullptr, nullptr);
-    AVFormatContext* pFmt = avformat_alloc_context();
-    pFmt->pb = pIo;
-    auto cleanup = [&](AVCodecContext* pCodec, AVFrame* pFrame, AVPacket* pkt) {
-        av_packet_free(&pkt);
-        av_frame_free(&pFrame);
-        avcodec_free_context(&pCodec);
-        avformat_close_input(&pFmt);
-        av_freep(&pIo->buffer);
-        avio_context_free(&pIo);
-    };
-    if (avformat_open_input(&pFmt, nullptr, nullptr, nullptr) < 0) {
-        cleanup(nullptr, nullptr, nullptr);
+    std::unique_ptr<AVIOContext, IoFreer> io(avio_alloc_context(
+        static_cast<uint8_t*>(av_malloc(kBufBytes)), kBufBytes, 0, this, &ReadStream, nullptr, nullptr));
+    AVFormatContext* pOpened = avformat_alloc_context();
+    pOpened->pb = io.get();
+    if (avformat_open_input(&pOpened, nullptr, nullptr, nullptr) < 0) { // frees pOpened
         return hashes;
     }
-    const int nVideo = av_find_best_stream(pFmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
+    std::unique_ptr<AVFormatContext, Freer<avformat_close_input>> fmt(pOpened);
+    const int nVideo = av_find_best_stream(fmt.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
     const AVCodec* pDecoder =
-        nVideo < 0 ? nullptr : avcodec_find_decoder(pFmt->streams[nVideo]->codecpar->codec_id);
-    AVCodecContext* pCodec = pDecoder ? avcodec_alloc_context3(pDecoder) : nullptr;
-    AVFrame* pFrame = av_frame_alloc();
-    AVPacket* pkt = av_packet_alloc();
-    if (pCodec == nullptr || avcodec_parameters_to_context(pCodec, pFmt->streams[nVideo]->codecpar) < 0) {
-        cleanup(pCodec, pFrame, pkt);
+        nVideo < 0 ? nullptr : avcodec_find_decoder(fmt->streams[nVideo]->codecpar->codec_id);
+    std::unique_ptr<AVCodecContext, Freer<avcodec_free_context>> codec(avcodec_alloc_context3(pDecoder));
+    std::unique_ptr<AVFrame, Freer<av_frame_free>> frame(av_frame_alloc());
+    std::unique_ptr<AVPacket, Freer<av_packet_free>> pkt(av_packet_alloc());
+    if (!pDecoder || !codec ||
+        avcodec_parameters_to_context(codec.get(), fmt->streams[nVideo]->codecpar) < 0) {
         return hashes;
     }
-    pCodec->thread_count = 1; // every picture out at once, in order
-    if (avcodec_open2(pCodec, pDecoder, nullptr) < 0) {
-        cleanup(pCodec, pFrame, pkt);
+    codec->thread_count = 1; // every picture out at once, in order
+    if (avcodec_open2(codec.get(), pDecoder, nullptr) < 0) {
         return hashes;
     }
     std::vector<uint8_t> picture;
-    while (hashes.size() < nCount && av_read_frame(pFmt, pkt) >= 0) {
-        if (pkt->stream_index == nVideo && avcodec_send_packet(pCodec, pkt) >= 0) {
-            while (hashes.size() < nCount && avcodec_receive_frame(pCodec, pFrame) >= 0) {
-                const auto fmt = static_cast<AVPixelFormat>(pFrame->format);
-                picture.resize(av_image_get_buffer_size(fmt, pFrame->width, pFrame->height, 1));
-                av_image_copy_to_buffer(picture.data(), static_cast<int>(picture.size()), pFrame->data,
-                                        pFrame->linesize, fmt, pFrame->width, pFrame->height, 1);
+    while (hashes.size() < nCount && av_read_frame(fmt.get(), pkt.get()) >= 0) {
+        if (pkt->stream_index == nVideo && avcodec_send_packet(codec.get(), pkt.get()) >= 0) {
+            while (hashes.size() < nCount && avcodec_receive_frame(codec.get(), frame.get()) >= 0) {
+                const auto pixFmt = static_cast<AVPixelFormat>(frame->format);
+                picture.resize(av_image_get_buffer_size(pixFmt, frame->width, frame->height, 1));
+                av_image_copy_to_buffer(picture.data(), static_cast<int>(picture.size()), frame->data,
+                                        frame->linesize, pixFmt, frame->width, frame->height, 1);
                 uint8_t digest[16];
                 av_md5_sum(digest, picture.data(), static_cast<int>(picture.size()));
                 hashes << QString::fromLatin1(QByteArray(reinterpret_cast<char*>(digest), 16).toHex());
             }
         }
-        av_packet_unref(pkt);
+        av_packet_unref(pkt.get());
     }
-    cleanup(pCodec, pFrame, pkt);
     return hashes;
 }

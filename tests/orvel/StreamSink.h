@@ -1,13 +1,13 @@
-// What one network session delivered, for the tests to wait on and check: the
-// media information block, the stream bytes, the end message, and any break
-// of the promised order (a block before the media information, anything after
-// the end message or after the test closed the session).
+// What one network session delivered, for the tests to wait on and check,
+// and any break of the promised order (stream bytes before the media
+// information, anything after the end message or after the test closed it).
 #pragma once
 
 #include <QByteArray>
 #include <QString>
 #include <QStringList>
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <functional>
@@ -19,6 +19,13 @@ public:
     static void OnData(int32_t nSession, int32_t nType, char* pBuf, int32_t nLen, void* pUser);
     static void OnMessage(int32_t nSession, int32_t nType, char* pContent, int32_t nLen, void* pUser);
 
+    // Create, time-out (0: the default), transmit mode, both callbacks and Open: the
+    // session id, or -1. With pRet, Open's answer goes there and a session it refused stays.
+    int32_t Open(const QString& strUrl, int32_t nMode, int32_t nPort = 0, int32_t nTimeoutMs = 0,
+                 int32_t* pRet = nullptr);
+    // Orvel_Destroy's answer; a callback from now on is a fault.
+    int32_t Destroy(int32_t nSession);
+
     // Runs inside the data callback at the first stream block (on the session's thread).
     std::function<void(int32_t nSession)> onFirstBlock;
 
@@ -27,16 +34,16 @@ public:
     // The test closed the session: a callback from now on is a fault.
     void MarkClosed();
 
-    QByteArray MediaInfo() const;
-    qint64 Bytes() const;
-    int Message() const;
-    QString MessageText() const;
-    bool AnyCallback() const;
-    QString Fault() const; // empty when the order held
+    struct Seen {
+        QByteArray info; // the media information block
+        int nMessage = 0;
+        bool bAny = false; // any callback at all
+        QString strFault;  // empty when the order held
+    };
+    Seen Snapshot() const;
 
-    // Demuxes and decodes the picture track of the stream as it comes in, until
-    // nCount pictures or nTimeoutMs: the MD5 of each picture as yuv420p, as the
-    // ffmpeg tool's framemd5 writes it.
+    // Demuxes and decodes the picture track as the stream comes in, until nCount
+    // pictures or nTimeoutMs: the MD5 of each picture, as the ffmpeg tool's framemd5.
     QStringList DecodePictures(int nCount, int nTimeoutMs);
 
 private:
@@ -44,13 +51,9 @@ private:
 
     mutable std::mutex m_mutex; // guards everything below
     std::condition_variable m_cv;
-    QByteArray m_info;
+    Seen m_seen;
     QByteArray m_stream;
-    int m_nMessage = 0;
-    QString m_strText;
-    QString m_strFault;
     bool m_bClosed = false;
-    bool m_bAny = false;
     qint64 m_nReadPos = 0; // of DecodePictures
     std::chrono::steady_clock::time_point m_tReadDeadline;
 };
