@@ -1,9 +1,6 @@
-// Sound never stops the picture: a device that cannot be opened leaves the
-// port playing silently (it used to freeze the program), a stream whose
-// channel layout changes mid-way plays on with sound and the decode callback,
-// sound that nobody hears does not hold the picture back over a stretch with
-// no pictures, and the transport works with sound on while the picture
-// follows the sound's clock. SDL's disk driver stands in for a sound card.
+// Sound never stops the picture: an unopenable device, a channel layout change
+// mid-stream, a long stretch without pictures with sound off or on, and the
+// transport with sound on. SDL's disk driver stands in for a sound card.
 #include "IndexWait.h"
 #include "PortProbe.h"
 
@@ -42,8 +39,10 @@ QString Sine(const char* szLayout, int nRate, int nSeconds) {
         .arg(nSeconds);
 }
 
-// Seconds of 1 kHz tone in a stereo 16-bit capture, counted in periods of its left channel.
-double ToneSeconds(const QByteArray& raw) {
+// Seconds of 1 kHz tone in a stereo 16-bit capture file, counted in periods of its left channel.
+double ToneSeconds(const QString& strCapture) {
+    QFile capture(strCapture);
+    const QByteArray raw = capture.open(QIODevice::ReadOnly) ? capture.readAll() : QByteArray();
     const auto* pSamples = reinterpret_cast<const qint16*>(raw.constData());
     const qsizetype nFrames = raw.size() / 4;
     int nCrossings = 0;
@@ -107,6 +106,15 @@ private:
 bool PlaysOn(PortProbe& probe, int nMore) {
     return probe.WaitForFrames(probe.FrameCount() + nMore, kTimeoutMs);
 }
+
+// Plays a clip to its end with sound on, captured into strCapture, and the
+// decoded sound handed to pSound.
+bool PlayWithSound(PortProbe& probe, SoundFrames* pSound, const QString& strClip, const QString& strCapture) {
+    qputenv("SDL_DISKAUDIOFILE", QFile::encodeName(strCapture));
+    probe.SetHashFrames(false);
+    return probe.Open(strClip) && pSound->Register(probe.Port()) && Tavrix_PlaySoundShare(probe.Port()) &&
+           probe.Play(true) && probe.WaitForEnd(kTimeoutMs);
+}
 } // namespace
 
 class TestSoundRobust : public QObject {
@@ -114,202 +122,166 @@ class TestSoundRobust : public QObject {
 
     QTemporaryDir m_dir;
     QString m_strPicturesThenSound;
-    // One second of pictures, then eleven of sound alone, made at first use.
-    QString PicturesThenSound(QString* pstrFailure);
 
 private slots:
-    void initTestCase();
-    void unopenableDeviceLeavesPlayWithoutSound();
-    void channelLayoutChangeMidStream();
-    void soundOffNeverHoldsThePicture();
-    void soundOnPlaysThroughAStretchWithoutPictures();
-    void transportWithSoundOn();
-};
+    void initTestCase() {
+        QVERIFY(m_dir.isValid());
+        // SDL reads the driver name when sound starts; the test environment's dummy driver is replaced here.
+        qputenv("SDL_AUDIODRIVER", "disk");
+        // One second of pictures, then eleven of sound alone. The sound is bulky
+        // (32-bit samples at 192 kHz): it fills the demuxer's queues well before
+        // the end of the file, where the picture's stream ends.
+        m_strPicturesThenSound = m_dir.filePath("pictures_then_sound.mkv");
+        const QString strFailure = RunFfmpeg({"-f", "lavfi", "-i", Pattern(1), "-f", "lavfi", "-i",
+                                              Sine("stereo", 192000, 12), "-c:v", "libx264", "-preset", "ultrafast",
+                                              "-pix_fmt", "yuv420p", "-c:a", "pcm_s32le", m_strPicturesThenSound});
+        QVERIFY2(strFailure.isEmpty(), qPrintable(strFailure));
+        QVERIFY2(QFileInfo(m_strPicturesThenSound).size() >= 17 * 1024 * 1024,
+                 "the clip is smaller than the demuxer's queues");
+    }
 
-void TestSoundRobust::initTestCase() {
-    QVERIFY(m_dir.isValid());
-    // SDL reads the driver name when sound starts; the test environment's dummy driver is replaced here.
-    qputenv("SDL_AUDIODRIVER", "disk");
-}
-
-void TestSoundRobust::unopenableDeviceLeavesPlayWithoutSound() {
-    // The disk driver cannot create a file in a folder that does not exist:
-    // the device fails to open, as a busy or missing sound card does.
-    qputenv("SDL_DISKAUDIOFILE", QFile::encodeName(m_dir.filePath("no/such/folder/capture.raw")));
-    PortProbe probe;
-    probe.SetHashFrames(false);
-    QVERIFY(probe.Open(PortProbe::MediaPath("sine1k.mkv")));
-    QVERIFY(probe.Play(true));
-    // Twice, as a second round of opening the same files asks again.
-    for (int nTry = 0; nTry < 2; ++nTry) {
-        const int32_t nPort = probe.Port();
-        std::future<bool> opened =
-            std::async(std::launch::async, [nPort] { return Tavrix_PlaySoundShare(nPort); });
-        if (opened.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
-            // Nothing can end the stuck call; stop here rather than hang until the test's time limit.
-            qFatal("Tavrix_PlaySoundShare froze on a sound device that cannot be opened");
+    void unopenableDeviceLeavesPlayWithoutSound() {
+        // The disk driver cannot create a file in a folder that does not exist:
+        // the device fails to open, as a busy or missing sound card does.
+        qputenv("SDL_DISKAUDIOFILE", QFile::encodeName(m_dir.filePath("no/such/folder/capture.raw")));
+        PortProbe probe;
+        probe.SetHashFrames(false);
+        QVERIFY(probe.Open(PortProbe::MediaPath("sine1k.mkv")));
+        QVERIFY(probe.Play(true));
+        // Twice, as a second round of opening the same files asks again.
+        for (int nTry = 0; nTry < 2; ++nTry) {
+            const int32_t nPort = probe.Port();
+            std::future<bool> opened =
+                std::async(std::launch::async, [nPort] { return Tavrix_PlaySoundShare(nPort); });
+            if (opened.wait_for(std::chrono::seconds(20)) != std::future_status::ready) {
+                // Nothing can end the stuck call; stop here rather than hang until the test's time limit.
+                qFatal("Tavrix_PlaySoundShare froze on a sound device that cannot be opened");
+            }
+            QVERIFY2(!opened.get(), "sound reported on without a device");
+            QCOMPARE(Tavrix_GetLastError(nPort), uint32_t(TAVRIX_ERR_NO_SOUND_DEVICE));
         }
-        QVERIFY2(!opened.get(), "sound reported on without a device");
-        QCOMPARE(Tavrix_GetLastError(nPort), uint32_t(TAVRIX_ERR_NO_SOUND_DEVICE));
+        // The picture plays on to the end, without sound.
+        QVERIFY(probe.WaitForEnd(kTimeoutMs));
+        QVERIFY(probe.FrameCount() >= 90);
+        QVERIFY(!QFile::exists(m_dir.filePath("no/such/folder/capture.raw")));
     }
-    // The picture plays on to the end, without sound.
-    QVERIFY(probe.WaitForEnd(kTimeoutMs));
-    QVERIFY(probe.FrameCount() >= 90);
-    QVERIFY(!QFile::exists(m_dir.filePath("no/such/folder/capture.raw")));
-}
 
-void TestSoundRobust::channelLayoutChangeMidStream() {
-    // 2 s of stereo, then 2 s of mono, the stamps running on, as a recorder
-    // writes when its microphone setting changes.
-    const QString strJoined = PortProbe::MediaPath("stereo_to_mono.ts");
-    const int kHalfMs = 2000;
-    const QString strRaw = m_dir.filePath("layout.raw");
-    qputenv("SDL_DISKAUDIOFILE", QFile::encodeName(strRaw));
-    PortProbe probe;
-    probe.SetHashFrames(false);
-    SoundFrames sound;
-    QVERIFY(probe.Open(strJoined));
-    QVERIFY(sound.Register(probe.Port()));
-    QVERIFY(Tavrix_PlaySoundShare(probe.Port()));
-    QVERIFY(probe.Play(true));
-    QVERIFY(probe.WaitForEnd(kTimeoutMs));
-    probe.Release(); // closing the port closes the sound device, which writes the capture out
+    void channelLayoutChangeMidStream() {
+        // 2 s of stereo, then 2 s of mono, the stamps running on, as a recorder
+        // writes when its microphone setting changes.
+        const int kHalfMs = 2000;
+        const QString strRaw = m_dir.filePath("layout.raw");
+        PortProbe probe;
+        SoundFrames sound;
+        QVERIFY(PlayWithSound(probe, &sound, PortProbe::MediaPath("stereo_to_mono.ts"), strRaw));
+        probe.Release(); // closing the port closes the sound device, which writes the capture out
 
-    const std::vector<SoundFrames::Frame> frames = sound.Frames();
-    int nStereo = 0, nMono = 0;
-    for (const SoundFrames::Frame& frame : frames) {
-        QVERIFY2(frame.bWhole, qPrintable(QString("a %1-channel frame of odd size").arg(frame.nChannels)));
-        QVERIFY2(frame.nChannels == 1 || frame.nChannels == 2,
-                 qPrintable(QString("%1 channels").arg(frame.nChannels)));
-        // Inside each half (away from the encoder's ramps at its ends) the
-        // half-scale tone peaks near 16384.
-        const int nInHalfMs = frame.nStampMs % kHalfMs;
-        if (frame.nStampMs < 2 * kHalfMs && nInHalfMs > 300 && nInHalfMs < kHalfMs - 300)
-            QVERIFY2(frame.nPeak > 12000 && frame.nPeak < 22000,
-                     qPrintable(QString("peak %1 at %2 ms").arg(frame.nPeak).arg(frame.nStampMs)));
-        (frame.nChannels == 2 ? nStereo : nMono)++;
+        const std::vector<SoundFrames::Frame> frames = sound.Frames();
+        int nStereo = 0, nMono = 0;
+        for (const SoundFrames::Frame& frame : frames) {
+            QVERIFY2(frame.bWhole, qPrintable(QString("a %1-channel frame of odd size").arg(frame.nChannels)));
+            QVERIFY2(frame.nChannels == 1 || frame.nChannels == 2,
+                     qPrintable(QString("%1 channels").arg(frame.nChannels)));
+            // Inside each half (away from the encoder's ramps at its ends) the
+            // half-scale tone peaks near 16384.
+            const int nInHalfMs = frame.nStampMs % kHalfMs;
+            if (frame.nStampMs < 2 * kHalfMs && nInHalfMs > 300 && nInHalfMs < kHalfMs - 300)
+                QVERIFY2(frame.nPeak > 12000 && frame.nPeak < 22000,
+                         qPrintable(QString("peak %1 at %2 ms").arg(frame.nPeak).arg(frame.nStampMs)));
+            (frame.nChannels == 2 ? nStereo : nMono)++;
+        }
+        // About 94 frames of 1024 samples in each half.
+        QVERIFY2(nStereo > 60 && nMono > 60,
+                 qPrintable(QString("%1 stereo, %2 mono frames").arg(nStereo).arg(nMono)));
+
+        const double dTone = ToneSeconds(strRaw);
+        // The sound went on through the change: tone from both halves reached the device.
+        QVERIFY2(dTone > 3.0, qPrintable(QString("%1 s of tone heard").arg(dTone)));
     }
-    // About 94 frames of 1024 samples in each half.
-    QVERIFY2(nStereo > 60 && nMono > 60,
-             qPrintable(QString("%1 stereo, %2 mono frames").arg(nStereo).arg(nMono)));
 
-    QFile capture(strRaw);
-    QVERIFY(capture.open(QIODevice::ReadOnly));
-    const double dTone = ToneSeconds(capture.readAll());
-    // The sound went on through the change: tone from both halves reached the device.
-    QVERIFY2(dTone > 3.0, qPrintable(QString("%1 s of tone heard").arg(dTone)));
-}
-
-QString TestSoundRobust::PicturesThenSound(QString* pstrFailure) {
-    // The sound is bulky (32-bit samples at 192 kHz): it fills the demuxer's
-    // queues well before the end of the file, where the picture's stream ends.
-    if (m_strPicturesThenSound.isEmpty()) {
-        const QString strClip = m_dir.filePath("pictures_then_sound.mkv");
-        *pstrFailure = RunFfmpeg({"-f", "lavfi", "-i", Pattern(1), "-f", "lavfi", "-i",
-                                  Sine("stereo", 192000, 12), "-c:v", "libx264", "-preset", "ultrafast",
-                                  "-pix_fmt", "yuv420p", "-c:a", "pcm_s32le", strClip});
-        if (pstrFailure->isEmpty() && QFileInfo(strClip).size() < 17 * 1024 * 1024)
-            *pstrFailure = "the clip is smaller than the demuxer's queues";
-        if (pstrFailure->isEmpty())
-            m_strPicturesThenSound = strClip;
+    void soundOffNeverHoldsThePicture() {
+        const QString strClip = m_strPicturesThenSound;
+        PortProbe probe;
+        probe.SetHashFrames(false);
+        QVERIFY(probe.Open(strClip));
+        QVERIFY(probe.Play(true)); // sound stays off
+        // The end comes once the sound has been read through; with the decoder
+        // waiting for a picture that never comes, it never would.
+        QVERIFY(probe.WaitForEnd(60000));
+        QCOMPARE(probe.FrameCount(), 25);
     }
-    return m_strPicturesThenSound;
-}
 
-void TestSoundRobust::soundOffNeverHoldsThePicture() {
-    QString strFailure;
-    const QString strClip = PicturesThenSound(&strFailure);
-    QVERIFY2(strFailure.isEmpty(), qPrintable(strFailure));
-    PortProbe probe;
-    probe.SetHashFrames(false);
-    QVERIFY(probe.Open(strClip));
-    QVERIFY(probe.Play(true)); // sound stays off
-    // The end comes once the sound has been read through; with the decoder
-    // waiting for a picture that never comes, it never would.
-    QVERIFY(probe.WaitForEnd(60000));
-    QCOMPARE(probe.FrameCount(), 25);
-}
+    void soundOnPlaysThroughAStretchWithoutPictures() {
+        // Sound that is heard is all heard: reading on to find the next picture
+        // must not leave sound out, however far that picture is.
+        const QString strClip = m_strPicturesThenSound;
+        const QString strRaw = m_dir.filePath("stretch.raw");
+        PortProbe probe;
+        SoundFrames sound;
+        QVERIFY(PlayWithSound(probe, &sound, strClip, strRaw));
+        // Sound is decoded as the device takes it: the last of it is decoded
+        // (and all before it played but the ring's third of a second) about 12 s
+        // after the start.
+        QVERIFY(sound.WaitForStamp(11900, kTimeoutMs));
+        probe.Release();
 
-void TestSoundRobust::soundOnPlaysThroughAStretchWithoutPictures() {
-    // Sound that is heard is all heard: reading on to find the next picture
-    // must not leave sound out, however far that picture is.
-    QString strFailure;
-    const QString strClip = PicturesThenSound(&strFailure);
-    QVERIFY2(strFailure.isEmpty(), qPrintable(strFailure));
-    const QString strRaw = m_dir.filePath("stretch.raw");
-    qputenv("SDL_DISKAUDIOFILE", QFile::encodeName(strRaw));
-    PortProbe probe;
-    probe.SetHashFrames(false);
-    SoundFrames sound;
-    QVERIFY(probe.Open(strClip));
-    QVERIFY(sound.Register(probe.Port()));
-    QVERIFY(Tavrix_PlaySoundShare(probe.Port()));
-    QVERIFY(probe.Play(true));
-    QVERIFY(probe.WaitForEnd(kTimeoutMs));
-    // Sound is decoded as the device takes it: the last of it is decoded
-    // (and all before it played but the ring's third of a second) about 12 s
-    // after the start.
-    QVERIFY(sound.WaitForStamp(11900, kTimeoutMs));
-    probe.Release();
+        const std::vector<SoundFrames::Frame> frames = sound.Frames();
+        for (size_t i = 1; i < frames.size(); ++i)
+            QVERIFY2(frames[i].nStampMs - frames[i - 1].nStampMs <= frames[i - 1].nDurationMs + 2,
+                     qPrintable(QString("sound from %1 ms to %2 ms left out")
+                                    .arg(frames[i - 1].nStampMs + frames[i - 1].nDurationMs)
+                                    .arg(frames[i].nStampMs)));
+        const double dTone = ToneSeconds(strRaw);
+        QVERIFY2(dTone > 11.0, qPrintable(QString("%1 s of the 12 s tone heard").arg(dTone)));
+    }
 
-    const std::vector<SoundFrames::Frame> frames = sound.Frames();
-    for (size_t i = 1; i < frames.size(); ++i)
-        QVERIFY2(frames[i].nStampMs - frames[i - 1].nStampMs <= frames[i - 1].nDurationMs + 2,
-                 qPrintable(QString("sound from %1 ms to %2 ms left out")
-                                .arg(frames[i - 1].nStampMs + frames[i - 1].nDurationMs)
-                                .arg(frames[i].nStampMs)));
-    QFile capture(strRaw);
-    QVERIFY(capture.open(QIODevice::ReadOnly));
-    const double dTone = ToneSeconds(capture.readAll());
-    QVERIFY2(dTone > 11.0, qPrintable(QString("%1 s of the 12 s tone heard").arg(dTone)));
-}
+    void transportWithSoundOn() {
+        qputenv("SDL_DISKAUDIOFILE", QFile::encodeName(m_dir.filePath("transport.raw")));
+        const QString strClip = PortProbe::MediaPath("ch02_20240315103000_20240315103010.mp4");
+        PortProbe probe;
+        probe.SetHashFrames(false);
+        IndexWait index;
+        QVERIFY(probe.TakePort());
+        QVERIFY(index.Register(probe.Port()));
+        QVERIFY(probe.Open(strClip));
+        const int32_t nPort = probe.Port();
+        QVERIFY(Tavrix_PlaySoundShare(nPort));
+        QVERIFY(probe.Play(true));
+        QVERIFY(PlaysOn(probe, 10));
 
-void TestSoundRobust::transportWithSoundOn() {
-    qputenv("SDL_DISKAUDIOFILE", QFile::encodeName(m_dir.filePath("transport.raw")));
-    const QString strClip = PortProbe::MediaPath("ch02_20240315103000_20240315103010.mp4");
-    PortProbe probe;
-    probe.SetHashFrames(false);
-    IndexWait index;
-    QVERIFY(probe.TakePort());
-    QVERIFY(index.Register(probe.Port()));
-    QVERIFY(probe.Open(strClip));
-    const int32_t nPort = probe.Port();
-    QVERIFY(Tavrix_PlaySoundShare(nPort));
-    QVERIFY(probe.Play(true));
-    QVERIFY(PlaysOn(probe, 10));
+        // A pause and a resume: the sound's clock is unknown for a moment and the picture goes on.
+        QVERIFY(Tavrix_Pause(nPort, 1));
+        QVERIFY(Tavrix_Pause(nPort, 0));
+        QVERIFY(PlaysOn(probe, 10));
 
-    // A pause and a resume: the sound's clock is unknown for a moment and the picture goes on.
-    QVERIFY(Tavrix_Pause(nPort, 1));
-    QVERIFY(Tavrix_Pause(nPort, 0));
-    QVERIFY(PlaysOn(probe, 10));
+        // A jump flushes the sound; the picture plays on from the target.
+        QVERIFY(index.Wait(kTimeoutMs));
+        QVERIFY(Tavrix_SetPlayedTimeEx(nPort, 6000));
+        QVERIFY(PlaysOn(probe, 10));
+        QVERIFY2(probe.Frames().back().nStampMs >= 6000,
+                 qPrintable(QString("at %1 ms after the jump").arg(probe.Frames().back().nStampMs)));
 
-    // A jump flushes the sound; the picture plays on from the target.
-    QVERIFY(index.Wait(kTimeoutMs));
-    QVERIFY(Tavrix_SetPlayedTimeEx(nPort, 6000));
-    QVERIFY(PlaysOn(probe, 10));
-    QVERIFY2(probe.Frames().back().nStampMs >= 6000,
-             qPrintable(QString("at %1 ms after the jump").arg(probe.Frames().back().nStampMs)));
+        // Faster and back: the picture leads at speed, the sound again at normal speed.
+        QVERIFY(Tavrix_Fast(nPort));
+        QVERIFY(PlaysOn(probe, 5));
+        QVERIFY(Tavrix_Slow(nPort));
+        QVERIFY(PlaysOn(probe, 5));
 
-    // Faster and back: the picture leads at speed, the sound again at normal speed.
-    QVERIFY(Tavrix_Fast(nPort));
-    QVERIFY(PlaysOn(probe, 5));
-    QVERIFY(Tavrix_Slow(nPort));
-    QVERIFY(PlaysOn(probe, 5));
+        // Sound off and on again mid-play.
+        QVERIFY(Tavrix_StopSoundShare(nPort));
+        QVERIFY(PlaysOn(probe, 5));
+        QVERIFY(Tavrix_PlaySoundShare(nPort));
+        QVERIFY(probe.WaitForEnd(kTimeoutMs));
 
-    // Sound off and on again mid-play.
-    QVERIFY(Tavrix_StopSoundShare(nPort));
-    QVERIFY(PlaysOn(probe, 5));
-    QVERIFY(Tavrix_PlaySoundShare(nPort));
-    QVERIFY(probe.WaitForEnd(kTimeoutMs));
-
-    // Every picture after the jump came in order.
-    const std::vector<PortProbe::Shown> shown = probe.Frames();
-    for (size_t i = 1; i < shown.size(); ++i)
-        if (shown[i].nStampMs >= 6000 && shown[i - 1].nStampMs >= 6000)
-            QVERIFY2(
-                shown[i].nFrameNum > shown[i - 1].nFrameNum, // (fast play may leave pictures out)
-                qPrintable(QString("frame %1 after %2").arg(shown[i].nFrameNum).arg(shown[i - 1].nFrameNum)));
-}
+        // Every picture after the jump came in order.
+        const std::vector<PortProbe::Shown> shown = probe.Frames();
+        for (size_t i = 1; i < shown.size(); ++i)
+            if (shown[i].nStampMs >= 6000 && shown[i - 1].nStampMs >= 6000)
+                QVERIFY2(
+                    shown[i].nFrameNum > shown[i - 1].nFrameNum, // (fast play may leave pictures out)
+                    qPrintable(QString("frame %1 after %2").arg(shown[i].nFrameNum).arg(shown[i - 1].nFrameNum)));
+    }
+};
 
 QTEST_GUILESS_MAIN(TestSoundRobust)
 #include "TestSoundRobust.moc"
