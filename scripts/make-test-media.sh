@@ -290,4 +290,74 @@ if [ ! -s hls/stream.m3u8 ]; then
   mv hls.tmp hls
 fi
 
+# ---- Pictures: snapshots, colour, orientation, capture ------------------------
+
+# Colour bars (the hue and saturation checks need known colours), H.264 at a
+# high quality so the bars keep their colours.
+make bars.mp4 -f lavfi -i "smptebars=size=640x480:rate=25:duration=2" \
+  -c:v libx264 -preset veryfast -crf 12 -g 25 -pix_fmt yuv420p
+# 1080p at 20 frames a second for continuous capture of every frame.
+make capture_1080p20.mp4 -f lavfi -i "testsrc2=size=1920x1080:rate=20:duration=12,drawtext=fontfile=${FONT}:text='%{frame_num}':x=20:y=20:fontsize=96:fontcolor=white:box=1:boxcolor=black" \
+  -c:v libx264 -preset veryfast -g 40 -pix_fmt yuv420p
+# Sound gain: a 1 kHz sine at 0.8 of full scale, which doubled must clip.
+make sine1k_loud.mkv -f lavfi -i "color=c=gray:size=160x120:rate=25:duration=2" \
+  -f lavfi -i "aevalsrc=0.8*sin(2*PI*1000*t):s=48000:c=stereo:d=2" \
+  -c:v libx264 -preset ultrafast -pix_fmt yuv420p -c:a pcm_s16le -shortest
+
+# ---- Private data: analytics sidecar files and text tracks ----------------------
+
+# 4 s at 25 fps from $CREATION, with its analytics sidecar: a Human box over
+# picture pixels 80..160 x 60..180 from 1.0 s (frame 25) until the empty frame
+# at 2.0 s (frame 50) ends it, and a motion zone on the right from 3.0 s until
+# the end (a frame holds at most 1 s). ONVIF coordinates: -1..1, y upwards.
+make overlay_boxes.mp4 -f lavfi -i "$(pattern 4)" \
+  -c:v libx264 -preset veryfast -g 25 -pix_fmt yuv420p -metadata creation_time=$CREATION
+cat > overlay_boxes.analytics.xml <<'XML'
+<?xml version="1.0" encoding="UTF-8"?>
+<tt:MetadataStream xmlns:tt="http://www.onvif.org/ver10/schema">
+  <tt:VideoAnalytics>
+    <tt:Frame UtcTime="2024-03-15T10:20:31.000Z">
+      <tt:Object ObjectId="1">
+        <tt:Appearance>
+          <tt:Shape>
+            <tt:BoundingBox left="-0.5" top="0.5" right="0.0" bottom="-0.5"/>
+            <tt:CenterOfGravity x="-0.25" y="0.0"/>
+          </tt:Shape>
+          <tt:Class><tt:Type Likelihood="0.9">Human</tt:Type></tt:Class>
+        </tt:Appearance>
+      </tt:Object>
+    </tt:Frame>
+    <tt:Frame UtcTime="2024-03-15T10:20:32.000Z"/>
+    <tt:Frame UtcTime="2024-03-15T10:20:33.000Z">
+      <tt:Object ObjectId="2">
+        <tt:Appearance>
+          <tt:Shape>
+            <tt:Polygon>
+              <tt:Point x="0.3" y="0.8"/><tt:Point x="0.9" y="0.8"/>
+              <tt:Point x="0.9" y="-0.8"/><tt:Point x="0.3" y="-0.8"/>
+            </tt:Polygon>
+          </tt:Shape>
+          <tt:Class><tt:Type>Motion</tt:Type></tt:Class>
+        </tt:Appearance>
+      </tt:Object>
+    </tt:Frame>
+  </tt:VideoAnalytics>
+</tt:MetadataStream>
+XML
+# The ffmpeg tool's view of frame 30 cut to 160x120 at (80, 60) and scaled to
+# 320x240, as 32-bit BGRA: what region 0 shows of that rectangle.
+if [ ! -s overlay_crop30.bgra ]; then
+  "${FF[@]}" -i overlay_boxes.mp4 -vf "select=eq(n\,30),crop=160:120:80:60,scale=320:240:flags=bilinear,format=bgra" \
+    -frames:v 1 -f rawvideo overlay_crop30.bgra.tmp
+  mv overlay_crop30.bgra.tmp overlay_crop30.bgra
+fi
+
+# Point-of-sale lines as a text track: "COFFEE 2.50" 0.5-1.5 s, "TOTAL 2.50" 2.0-3.0 s,
+# as SubRip in Matroska and as mov_text in MP4.
+printf '1\n00:00:00,500 --> 00:00:01,500\nCOFFEE 2.50\n\n2\n00:00:02,000 --> 00:00:03,000\nTOTAL 2.50\n' > pos_text.srt
+make pos_text.mkv -f lavfi -i "$(pattern 4)" -i pos_text.srt -map 0:v -map 1:s \
+  -c:v libx264 -preset veryfast -g 25 -pix_fmt yuv420p -c:s srt -metadata creation_time=$CREATION
+make pos_text.mp4 -f lavfi -i "$(pattern 4)" -i pos_text.srt -map 0:v -map 1:s \
+  -c:v libx264 -preset veryfast -g 25 -pix_fmt yuv420p -c:s mov_text -metadata creation_time=$CREATION
+
 echo "media ready in $(pwd)"

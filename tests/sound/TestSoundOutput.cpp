@@ -54,12 +54,15 @@ class TestSoundOutput : public QObject {
     Q_OBJECT
 
     QTemporaryDir m_dir;
-    // Plays the sine clip in real time; nVolume < 0 leaves sound off. Empty text or what failed.
-    QString Capture(const QString& strName, int nVolume, QByteArray& raw);
+    // Plays a sine clip in real time; nVolume < 0 leaves sound off, nGain is
+    // the gain on top (percent). Empty text or what failed.
+    QString Capture(const QString& strName, int nVolume, QByteArray& raw, int nGain = 0,
+                    const QString& strClip = "sine1k.mkv");
 
 private slots:
     void initTestCase();
     void volumeScalesTheTone();
+    void gainGoesAboveFullVolumeAndClipsCleanly();
 };
 
 void TestSoundOutput::initTestCase() {
@@ -68,16 +71,18 @@ void TestSoundOutput::initTestCase() {
     qputenv("SDL_AUDIODRIVER", "disk");
 }
 
-QString TestSoundOutput::Capture(const QString& strName, int nVolume, QByteArray& raw) {
+QString TestSoundOutput::Capture(const QString& strName, int nVolume, QByteArray& raw, int nGain,
+                                 const QString& strClip) {
     const QString strRaw = m_dir.filePath(strName + ".raw");
     qputenv("SDL_DISKAUDIOFILE", QFile::encodeName(strRaw));
     PortProbe probe;
     probe.SetHashFrames(false);
-    if (!probe.Open(PortProbe::MediaPath("sine1k.mkv")) || !probe.Play(true))
+    if (!probe.Open(PortProbe::MediaPath(strClip)) || !probe.Play(true))
         return QString("open or play failed, error %1").arg(Tavrix_GetLastError(probe.Port()));
     if (nVolume >= 0) {
         // As a play window does: sound is switched on after play starts, then the volume set.
-        if (!Tavrix_PlaySoundShare(probe.Port()) || !Tavrix_SetVolume(probe.Port(), uint16_t(nVolume)))
+        if (!Tavrix_PlaySoundShare(probe.Port()) || !Tavrix_SetVolume(probe.Port(), uint16_t(nVolume)) ||
+            !Tavrix_AdjustWaveAudio(probe.Port(), nGain))
             return QString("sound failed, error %1").arg(Tavrix_GetLastError(probe.Port()));
     }
     if (!probe.WaitForEnd(60000))
@@ -116,6 +121,41 @@ void TestSoundOutput::volumeScalesTheTone() {
     QVERIFY2(strFailure.isEmpty(), qPrintable(strFailure));
     QVERIFY2(Measure(off).totalRms < 50.0,
              qPrintable(QString("rms %1 with sound off").arg(Measure(off).totalRms)));
+}
+
+void TestSoundOutput::gainGoesAboveFullVolumeAndClipsCleanly() {
+    // 150 % and 200 % of the half-scale tone stay below full scale: plain gain.
+    for (int nGain : {50, 100}) {
+        QByteArray raw;
+        const QString strFailure = Capture(QString("gain%1").arg(nGain), 65535, raw, nGain);
+        QVERIFY2(strFailure.isEmpty(), qPrintable(strFailure));
+        const ToneFacts facts = Measure(raw);
+        const double dWanted = kFullRms * (100 + nGain) / 100.0;
+        QVERIFY2(
+            facts.seconds > 3.5 && qAbs(facts.rms - dWanted) < 0.05 * dWanted,
+            qPrintable(QString("gain %1: rms %2 over %3 s").arg(nGain).arg(facts.rms).arg(facts.seconds)));
+    }
+    // 0.8 of full scale doubled: the peaks are cut flat at the limits, never
+    // wrapped round (a wrapped sample flips sign, adding zero crossings).
+    QByteArray raw;
+    const QString strFailure = Capture("clipped", 65535, raw, 100, "sine1k_loud.mkv");
+    QVERIFY2(strFailure.isEmpty(), qPrintable(strFailure));
+    const ToneFacts facts = Measure(raw);
+    QVERIFY2(facts.seconds > 1.7 && facts.seconds < 2.1,
+             qPrintable(QString("tone of %1 s").arg(facts.seconds)));
+    const auto* pSamples = reinterpret_cast<const qint16*>(raw.constData());
+    int nAtTop = 0, nAtBottom = 0;
+    for (qsizetype i = 0; i < raw.size() / 2; ++i) {
+        nAtTop += pSamples[i] == 32767;
+        nAtBottom += pSamples[i] == -32768;
+    }
+    QVERIFY2(nAtTop > 1000 && nAtBottom > 1000,
+             qPrintable(QString("%1 at the top, %2 at the bottom").arg(nAtTop).arg(nAtBottom)));
+    int32_t nPort = -1;
+    QVERIFY(Tavrix_GetPort(&nPort));
+    QVERIFY(!Tavrix_AdjustWaveAudio(nPort, 101));
+    QCOMPARE(Tavrix_GetLastError(nPort), uint32_t(TAVRIX_ERR_PARA_OVER));
+    Tavrix_FreePort(nPort);
 }
 
 QTEST_GUILESS_MAIN(TestSoundOutput)

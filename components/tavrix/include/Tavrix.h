@@ -331,3 +331,102 @@ bool Tavrix_SetEncryptTypeCallBack(int32_t nPort, int32_t nType, TavrixEncryptTy
 // rowBytes = nWidth * 3 rounded up to 4). Not tied to a port.
 bool Tavrix_ConvertToBmp(const char* pBuf, int32_t nBufLen, int32_t nWidth, int32_t nHeight, int32_t nType,
                          char* pBmp, int32_t nBmpCap, int32_t* pnBmpLen);
+
+// ---- snapshots and picture files -------------------------------------------------
+//
+// A snapshot is the picture on screen at the picture's own size, as the
+// colour and orientation settings of region 0 make it (rotated, flipped,
+// colour-adjusted), without the display region's zoom, the private data or
+// anything a draw callback paints: the recorded picture, as shown.
+
+// The snapshot as a BMP file image (24-bit BGR, bottom-up rows padded to 4
+// bytes, converted as Tavrix_ConvertToBmp converts). False with
+// TAVRIX_ERR_ORDER when no picture has been shown since the last play began,
+// TAVRIX_ERR_PARA_OVER when nBufSize is too small (*pnSize then tells the
+// bytes needed).
+bool Tavrix_GetBMP(int32_t nPort, char* pBmpBuf, uint32_t nBufSize, uint32_t* pnSize);
+// The snapshot as a baseline JPEG file image (4:2:0, full range, quality
+// high enough that it differs from the BMP by no more than 40 dB PSNR would
+// show). Errors as Tavrix_GetBMP.
+bool Tavrix_GetJPEG(int32_t nPort, char* pJpegBuf, uint32_t nBufSize, uint32_t* pnSize);
+// One YV12 picture (nType 3) written as a BMP or JPEG file. szFileName is the
+// path in the program's 8-bit encoding. The file is written under a
+// temporary name and renamed when complete, so a failed write (disk full,
+// folder gone) never leaves a partial picture behind. Not tied to a port.
+bool Tavrix_ConvertToBmpFile(const char* pBuf, int32_t nBufLen, int32_t nWidth, int32_t nHeight, int32_t nType,
+                             const char* szFileName);
+bool Tavrix_ConvertToJpegFile(const char* pBuf, int32_t nBufLen, int32_t nWidth, int32_t nHeight, int32_t nType,
+                              const char* szFileName);
+
+// ---- picture controls -------------------------------------------------------------
+//
+// The settings belong to the port and last until it is freed; they apply to
+// every picture shown from then on, and a paused port shows its picture again
+// with the new settings at once. They act on what the window shows, on the
+// snapshots and on the display callback's pictures; the decode callback gets
+// the pictures as decoded. Only region 0 has them: region 1 (the navigator)
+// shows region 0's picture whole.
+
+// Brightness, contrast, saturation and hue, each 0..128 with 64 neutral.
+// Neutral values leave the picture bit for bit as decoded.
+bool Tavrix_SetColor(int32_t nPort, uint32_t nRegionNum, int32_t nBrightness, int32_t nContrast,
+                     int32_t nSaturation, int32_t nHue);
+bool Tavrix_GetColor(int32_t nPort, uint32_t nRegionNum, int32_t* pBrightness, int32_t* pContrast,
+                     int32_t* pSaturation, int32_t* pHue);
+// -1 as recorded, 0 a quarter turn anticlockwise (left), 1 a quarter turn
+// clockwise (right), 2 half a turn. Region 1 accepts the call and follows
+// region 0.
+bool Tavrix_SetRotateAngle(int32_t nPort, uint32_t nRegionNum, int32_t nAngle);
+enum : uint32_t { TAVRIX_FLIP_NONE = 0, TAVRIX_FLIP_HORIZONTAL = 1, TAVRIX_FLIP_VERTICAL = 2 };
+// Mirror images (bits TAVRIX_FLIP_*), applied after the rotation.
+bool Tavrix_SetFlip(int32_t nPort, uint32_t nRegionNum, uint32_t nFlip);
+uint32_t Tavrix_GetFlip(int32_t nPort, uint32_t nRegionNum);
+
+// A rectangle in picture pixels (after rotation); right and bottom are
+// exclusive edges.
+struct TAVRIX_RECT {
+    int32_t nLeft;
+    int32_t nTop;
+    int32_t nRight;
+    int32_t nBottom;
+};
+// Region 0 is the window given to Tavrix_Play: pSrcRect chooses the part of
+// the picture it shows, scaled to the whole window (null, or the whole
+// picture, shows it all); hDestWnd is ignored. Region 1 shows the whole
+// picture in the widget hDestWnd (a navigator) while bEnable is true, with
+// the draw callback of region 1 painted over it; pSrcRect is ignored.
+// A rectangle outside the picture, or under 2 x 2 pixels, gives
+// TAVRIX_ERR_PARA_OVER.
+bool Tavrix_SetDisplayRegion(int32_t nPort, uint32_t nRegionNum, const TAVRIX_RECT* pSrcRect, uintptr_t hDestWnd,
+                             bool bEnable);
+
+// Private data drawn over region 0 (see the README for the carriers: an
+// analytics sidecar file and subtitle tracks). Each kind is on after open.
+enum : int32_t {
+    TAVRIX_RENDER_ANA_INTEL_DATA = 1, // analytics objects: boxes with their class
+    TAVRIX_RENDER_MD = 2,             // motion zones
+    TAVRIX_RENDER_ADD_POS = 4,        // text lines (point of sale): subtitle tracks
+    TAVRIX_RENDER_ADD_PIC = 8,        // picture overlays (no carrier yet: nothing to draw)
+    TAVRIX_RENDER_FIRE_DETECT = 16,   // fire detection boxes
+    TAVRIX_RENDER_TEM = 32            // temperature readings
+};
+// Temperature shapes for Tavrix_RenderPrivateDataEx with TAVRIX_RENDER_TEM.
+enum : int32_t { TAVRIX_TEM_REGION = 1, TAVRIX_TEM_LINE = 2, TAVRIX_TEM_POINT = 4 };
+bool Tavrix_RenderPrivateData(int32_t nPort, int32_t nIntelType, bool bTrue);
+bool Tavrix_RenderPrivateDataEx(int32_t nPort, int32_t nIntelType, int32_t nSubType, bool bTrue);
+
+// Motion flow while slowed down: 0 off; 1 shows blended in-between pictures
+// between two frames (the frame counter and the callbacks see the real
+// frames only); 2 (a graphics-card interpolator) is not available:
+// TAVRIX_ERR_NOT_SUPPORT.
+bool Tavrix_MotionFlow(int32_t nPort, uint32_t nMode);
+
+// Software gain on top of full volume: nCoefficient 0..100 adds that many
+// percent (100 doubles the amplitude); samples clip at full scale.
+bool Tavrix_AdjustWaveAudio(int32_t nPort, int32_t nCoefficient);
+
+// Pictures of the current play of a file that missed their time: shown to
+// the callbacks but not to the window (the window was behind), or left out
+// above normal speed. Counted from each Tavrix_Play; live streams count
+// theirs in Tavrix_GetStreamStats.
+uint32_t Tavrix_GetLateFrames(int32_t nPort);

@@ -148,7 +148,9 @@ void SDLCALL AudioOutput::Callback(void* pUser, Uint8* pStream, int nLen) {
 
 void AudioOutput::Fill(int16_t* pOut, size_t nSamples) {
     const TimePoint now = std::chrono::steady_clock::now();
-    const int64_t nVolume = m_nVolume.load();
+    // Volume and gain in one factor: 65535 * 100 is full scale at no gain.
+    const int64_t nScale = static_cast<int64_t>(m_nVolume.load()) * (100 + m_nGainPercent.load());
+    const bool bUnity = nScale == 65535 * 100;
     size_t nDone = 0;
     {
         std::lock_guard<std::mutex> lock(m_mtx);
@@ -159,7 +161,10 @@ void AudioOutput::Fill(int16_t* pOut, size_t nSamples) {
             const size_t nChunk = std::min({nSamples - nDone, m_nCount, nCap - m_nReadPos});
             const int16_t* pSrc = m_vecRing.data() + m_nReadPos;
             for (size_t i = 0; i < nChunk; ++i) {
-                pOut[nDone + i] = static_cast<int16_t>(pSrc[i] * nVolume / 65535);
+                // With gain the product can pass full scale: it is clipped at
+                // the 16-bit limits, never wrapped round.
+                const int64_t n = bUnity ? pSrc[i] : pSrc[i] * nScale / (65535 * 100);
+                pOut[nDone + i] = static_cast<int16_t>(std::clamp<int64_t>(n, INT16_MIN, INT16_MAX));
             }
             nDone += nChunk;
             m_nCount -= nChunk;

@@ -39,6 +39,9 @@ public:
     int Channels() const { return m_nChannels; }
     // 0 silent .. 65535 full scale, linear.
     void SetVolume(uint16_t nVolume) { m_nVolume = nVolume; }
+    // Software gain on top of the volume, 0..100 percent more; samples clip
+    // at full scale.
+    void SetGainPercent(int nPercent) { m_nGainPercent = nPercent; }
     void SetPaused(bool bPaused);
     // Blocks while the ring is full; false once *pbAbort is set (see Wake)
     // or the device is closed. nStampUs is the stream time of the first sample
@@ -78,6 +81,7 @@ private:
     int m_nRate = 0;                 // fixed once opened
     int m_nChannels = 0;             // fixed once opened
     std::atomic<uint32_t> m_nVolume{65535};
+    std::atomic<int> m_nGainPercent{0};
 
     mutable std::mutex m_mtx;
     std::condition_variable m_cvSpace;

@@ -35,6 +35,7 @@ bool LivePlayer::Start(std::shared_ptr<FrameSink> pSink, const Settings& setting
     try {
         m_pRenderer = std::make_unique<LiveRenderer>(m_nPort, m_pCallbacks, m_pCounters);
         m_pRenderer->SetSink(std::move(pSink));
+        m_pRenderer->SetPictureControls(settings.pAdjuster, settings.pSnapshots);
         m_pRenderer->Start(settings.nDisplayBuf, settings.bRealTime);
         m_pDemuxer =
             std::make_unique<LiveDemuxer>(m_nPort, m_pCallbacks, m_pCounters, m_pSource, m_nSystemFormat);

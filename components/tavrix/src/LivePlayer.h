@@ -22,6 +22,8 @@ namespace tavrix {
 
 class CallbackSet;
 class LiveRenderer;
+class PictureAdjuster;
+class SnapshotEncoder;
 class StreamSource;
 class VideoDecoder;
 struct PlayReadings;
@@ -34,6 +36,8 @@ public:
         bool bRealTime = true;
         bool bHardware = false;
         uint32_t nDecodeThreads = 0;
+        std::shared_ptr<PictureAdjuster> pAdjuster;  // the port's picture settings
+        std::shared_ptr<SnapshotEncoder> pSnapshots; // and its snapshot keeper
     };
 
     // pHardwareActive (the port's) hears whether hardware decoding runs.

@@ -33,6 +33,12 @@ LiveRenderer::~LiveRenderer() {
     Join();
 }
 
+void LiveRenderer::SetPictureControls(std::shared_ptr<PictureAdjuster> pAdjuster,
+                                      std::shared_ptr<SnapshotEncoder> pSnapshots) {
+    m_pAdjuster = std::move(pAdjuster);
+    m_pSnapshots = std::move(pSnapshots);
+}
+
 void LiveRenderer::Start(size_t nRingSize, bool bRealTime) {
     Abort();
     Join();
@@ -50,10 +56,20 @@ void LiveRenderer::Start(size_t nRingSize, bool bRealTime) {
     m_nShown = 0;
     m_bShownAny = false;
     m_pLast.reset();
+    if (m_pSnapshots) {
+        m_pSnapshots->Forget(); // a snapshot names a picture of this play
+    }
+    if (m_pAdjuster) {
+        // A change of settings shows the picture on screen again with them.
+        m_pAdjuster->SetListener(this, [this] { RequestRefresh(); });
+    }
     m_thread = std::thread(&LiveRenderer::Run, this);
 }
 
 void LiveRenderer::Abort() {
+    if (m_pAdjuster) {
+        m_pAdjuster->ClearListener(this); // returns once no call into this renderer runs
+    }
     {
         std::lock_guard<std::mutex> lock(m_mtx);
         m_bAbort = true;
@@ -216,9 +232,17 @@ void LiveRenderer::Run() {
         if (m_bRefreshPending) {
             m_bRefreshPending = false;
             std::shared_ptr<FrameSink> pSink = m_pSink;
-            if (m_pLast && pSink) {
+            if (m_pLast) {
+                // The settings may have changed: the snapshots follow them
+                // even without a window.
                 lock.unlock();
-                pSink->Present(*m_pLast);
+                PrepareShown(*m_pLast);
+                if (m_pSnapshots) {
+                    m_pSnapshots->Keep(m_pLast->Picture(), m_pLast->nFrameNum, nullptr);
+                }
+                if (pSink) {
+                    pSink->Present(*m_pLast);
+                }
                 lock.lock();
             }
             continue;
@@ -252,6 +276,10 @@ void LiveRenderer::Show(std::unique_ptr<VideoFrame> pFrame, std::unique_lock<std
     // Counted first: whoever the callback tells finds it in the counters.
     m_pCounters->nShownFrames.fetch_add(1);
     m_bShownAny = true;
+    PrepareShown(*pFrame);
+    if (m_pSnapshots) {
+        m_pSnapshots->Keep(pFrame->Picture(), nIndex, nullptr);
+    }
     CallDisplay(*pFrame, nIndex);
     if (pSink) {
         pSink->Present(*pFrame);
@@ -265,20 +293,27 @@ void LiveRenderer::CallDisplay(VideoFrame& frame, uint32_t nIndex) {
     if (cb.pfn == nullptr || !frame.pFrame) {
         return;
     }
-    if (frame.vecYv12.empty() && !m_yuv.ToYv12(frame.pFrame.get(), &frame.vecYv12)) {
+    const AVFrame* pPicture = frame.Picture();
+    if (frame.vecYv12.empty() && !m_yuv.ToYv12(pPicture, &frame.vecYv12)) {
         return;
     }
     TAVRIX_DISPLAY_INFO info{};
     info.nPort = m_nPort;
     info.pBuf = reinterpret_cast<char*>(frame.vecYv12.data());
     info.nBufLen = static_cast<int32_t>(frame.vecYv12.size());
-    info.nWidth = frame.pFrame->width;
-    info.nHeight = frame.pFrame->height;
+    info.nWidth = pPicture->width;
+    info.nHeight = pPicture->height;
     info.nStamp = static_cast<int32_t>(frame.nPtsUs / 1000);
     info.nType = TAVRIX_FRAME_YV12;
     info.nUser = cb.pUser;
     info.nFrameNum = nIndex;
     cb.pfn(&info);
+}
+
+void LiveRenderer::PrepareShown(VideoFrame& frame) {
+    if (m_pAdjuster) {
+        m_pAdjuster->Prepare(frame);
+    }
 }
 
 } // namespace tavrix

@@ -23,6 +23,8 @@
 #include "FrameClock.h"
 #include "FrameSink.h"
 #include "FrameTarget.h"
+#include "PictureAdjuster.h"
+#include "SnapshotEncoder.h"
 #include "StreamCounters.h"
 #include "VideoFrame.h"
 #include "YuvConverter.h"
@@ -44,6 +46,10 @@ public:
     ~LiveRenderer() override;
     LiveRenderer(const LiveRenderer&) = delete;
     LiveRenderer& operator=(const LiveRenderer&) = delete;
+
+    // The port's picture settings and snapshot keeper; before Start.
+    void SetPictureControls(std::shared_ptr<PictureAdjuster> pAdjuster,
+                            std::shared_ptr<SnapshotEncoder> pSnapshots);
 
     void Start(size_t nRingSize, bool bRealTime);
     // Refuses pictures from now on and wakes a waiting decoder; then Join.
@@ -74,6 +80,8 @@ private:
     void UpdateCatchUp(TimePoint now);
     void Show(std::unique_ptr<VideoFrame> pFrame, std::unique_lock<std::mutex>* pLock);
     void CallDisplay(VideoFrame& frame, uint32_t nIndex);
+    // Makes frame.pShown right for the current picture settings.
+    void PrepareShown(VideoFrame& frame);
 
     const int m_nPort;
     CallbackSet* const m_pCallbacks;
@@ -92,6 +100,9 @@ private:
     int64_t m_nIncomingUs = 0;                         // guarded by m_mtx
     std::shared_ptr<FrameSink> m_pSink;                // guarded by m_mtx
     std::atomic<bool> m_bShownAny{false};
+
+    std::shared_ptr<PictureAdjuster> m_pAdjuster;  // set before Start; its own lock
+    std::shared_ptr<SnapshotEncoder> m_pSnapshots; // set before Start; its own lock
 
     // Owned by the render thread while it runs.
     bool m_bAnchored = false;

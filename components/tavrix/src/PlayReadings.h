@@ -20,6 +20,7 @@ struct PlayReadings {
     std::atomic<int32_t> nWidth{0};     // size of the last decoded picture
     std::atomic<int32_t> nHeight{0};
     std::atomic<uint32_t> nDamagedFrames{0}; // pictures shown as the decoder concealed them
+    std::atomic<uint32_t> nLateFrames{0};    // pictures of this play that missed their time
 
     void Reset() {
         nFrameNum = 0;
@@ -28,6 +29,7 @@ struct PlayReadings {
         bShown = false;
         bEnded = false;
         bPaused = false;
+        nLateFrames = 0;
     }
 
     // Threads that keep pace with the picture wait here; the render thread

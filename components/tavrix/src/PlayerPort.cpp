@@ -9,6 +9,7 @@
 #include "LivePlayer.h"
 #include "PathCodec.h"
 #include "ReversePlayer.h"
+#include "SubtitleTrackReader.h"
 #include "TimeLine.h"
 #include "VideoDecoder.h"
 #include "VideoRenderer.h"
@@ -129,6 +130,7 @@ bool PlayerPort::OpenFile(const char* szPath) {
     m_pDemuxer = std::move(pDemuxer);
     m_bPaused = false;
     StartIndex(strUtf8);
+    LoadOverlays(strUtf8);
     return true;
 }
 
@@ -176,6 +178,7 @@ void PlayerPort::CloseFileLocked() {
     StopThreads();
     m_pReverse.reset();
     m_pIndex.reset(); // aborts a scan under way and joins its thread
+    DropOverlays();
     m_pDemuxer.reset();
     {
         std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
@@ -273,6 +276,7 @@ bool PlayerPort::BuildThreads(std::shared_ptr<FrameSink> pSink, bool bPaused) {
     }
     auto pRenderer = std::make_unique<VideoRenderer>(m_nPort, &m_callbacks, &m_readings);
     pRenderer->SetSink(std::move(pSink));
+    pRenderer->SetPictureControls(m_pAdjuster, m_pSnapshots);
     // The sound leads the pictures while it knows what plays. (Takes the sound
     // lock under the renderer's; nothing holding the sound lock calls the renderer.)
     pRenderer->SetMasterClock([this](std::chrono::steady_clock::time_point now, int64_t* pnPtsUs) {
@@ -808,17 +812,15 @@ bool PlayerPort::Refresh(uint32_t nRegion) {
         return Fail(TAVRIX_ERR_PARA_OVER);
     }
     std::lock_guard<std::mutex> lock(m_mtxControl);
+    // Both regions come from one sink, which shows the picture in each.
     if (!m_pDemuxer && m_pLive) {
-        if (nRegion == 0) {
-            m_pLive->RequestRefresh();
-        }
+        m_pLive->RequestRefresh();
         return true;
     }
     if (!m_pDemuxer) {
         return Fail(TAVRIX_ERR_ORDER);
     }
-    // Region 1 (the navigator) has no window of its own yet.
-    if (nRegion == 0 && m_pRenderer) {
+    if (m_pRenderer) {
         m_pRenderer->RequestRefresh();
     }
     return true;
@@ -904,6 +906,7 @@ bool PlayerPort::PlaySound() {
             return Fail(TAVRIX_ERR_NO_SOUND_DEVICE);
         }
         m_pOutput->SetVolume(m_nVolume);
+        m_pOutput->SetGainPercent(m_nGainPercent);
         if (bPaused) {
             m_pOutput->SetPaused(true);
         }

@@ -29,7 +29,9 @@
 #include "CallbackSet.h"
 #include "FrameSink.h"
 #include "MediaInfo.h"
+#include "PictureAdjuster.h"
 #include "PlayReadings.h"
+#include "SnapshotEncoder.h"
 #include "StreamCounters.h"
 
 #include <atomic>
@@ -47,8 +49,10 @@ class AudioOutput;
 class Demuxer;
 class FrameIndex;
 class LivePlayer;
+class OverlayTrack;
 class ReversePlayer;
 class StreamSource;
+class SubtitleTrackReader;
 class VideoDecoder;
 class VideoRenderer;
 
@@ -121,8 +125,37 @@ public:
     bool StopSound();
     bool SetVolume(uint16_t nVolume);
 
+    // Pictures (PlayerPortPicture.cpp): colour and orientation settings,
+    // snapshots, motion flow, sound gain. None takes the control lock, so
+    // each may be called from a callback.
+    bool SetColour(int nBrightness, int nContrast, int nSaturation, int nHue);
+    PictureAdjuster::Settings PictureSettings() const { return m_pAdjuster->Current(); }
+    bool SetRotate(int nRotate);
+    bool SetFlip(uint32_t nFlip);
+    bool SetMotionFlow(uint32_t nMode);
+    bool AdjustWaveAudio(int nCoefficient);
+    uint32_t LateFrames() const { return m_readings.nLateFrames.load(); }
+    bool Snapshot(SnapshotEncoder::Format format, char* pBuf, uint32_t nBufSize, uint32_t* pnSize);
+
+    // Display regions and private data (PlayerPortRegions.cpp). Any thread;
+    // the render thread's sink reads them for each picture.
+    std::shared_ptr<FrameSink> Sink(); // the sink of the play under way, or null
+    void SetSourceRect(const TAVRIX_RECT* pRect); // region 0; null: the whole picture
+    bool SourceRect(TAVRIX_RECT* pOut) const;     // false: the whole picture
+    void SetNavigatorWindow(uintptr_t nWindowId); // region 1; 0: none
+    uintptr_t NavigatorWindow() const;
+    void SetOverlayKinds(uint32_t nKinds, bool bOn);        // TAVRIX_RENDER_* bits
+    void SetTemperatureShapes(uint32_t nShapes, bool bOn);  // TAVRIX_TEM_* bits
+    uint32_t OverlayKinds() const { return m_nOverlayKinds.load(); }
+    uint32_t TemperatureShapes() const { return m_nTemShapes.load(); }
+    // The private data of the open file; null without a file.
+    std::shared_ptr<const OverlayTrack> Overlays() const;
+
 private:
     void CloseFileLocked();
+    // The open file's private data: loaded at open, dropped at close (control lock held).
+    void LoadOverlays(const std::string& strUtf8Path);
+    void DropOverlays();
     // Stream mode; all with the control lock held.
     // The port plays a stream, or is set up for one that is not open yet.
     bool IsStreamPort() const { return m_pLive != nullptr || m_bLivePort.load(); }
@@ -206,6 +239,22 @@ private:
     mutable std::mutex m_mtxSound;
     std::shared_ptr<AudioOutput> m_pOutput; // guarded by m_mtxSound
     uint16_t m_nVolume = 65535;             // guarded by m_mtxSound
+    int m_nGainPercent = 0;                 // added on top of the volume; guarded by m_mtxSound
+
+    // Picture settings and the last shown picture: the render threads read
+    // and feed them, any thread may change or read them.
+    const std::shared_ptr<PictureAdjuster> m_pAdjuster = std::make_shared<PictureAdjuster>(m_nPort);
+    const std::shared_ptr<SnapshotEncoder> m_pSnapshots = std::make_shared<SnapshotEncoder>(m_nPort);
+
+    // Display regions and private data.
+    mutable std::mutex m_mtxRegions;
+    bool m_bSourceRect = false;           // guarded by m_mtxRegions
+    TAVRIX_RECT m_rcSource{};             // guarded by m_mtxRegions
+    uintptr_t m_nNavigatorWindow = 0;     // guarded by m_mtxRegions
+    std::shared_ptr<OverlayTrack> m_pOverlays; // guarded by m_mtxRegions
+    std::unique_ptr<SubtitleTrackReader> m_pSubtitleReader; // guarded by m_mtxControl
+    std::atomic<uint32_t> m_nOverlayKinds{0x3F}; // every kind on after open
+    std::atomic<uint32_t> m_nTemShapes{0x7};
 };
 
 } // namespace tavrix

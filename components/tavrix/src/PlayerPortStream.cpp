@@ -178,6 +178,8 @@ bool PlayerPort::PlayStream() {
     settings.bRealTime = m_bRealTime.load();
     settings.bHardware = m_nDecodeEngineWanted.load() == 1;
     settings.nDecodeThreads = m_nDecodeThreads.load();
+    settings.pAdjuster = m_pAdjuster;
+    settings.pSnapshots = m_pSnapshots;
     m_readings.Reset();
     std::shared_ptr<AudioOutput> pOut = CurrentOutput();
     if (pOut) {

@@ -2,8 +2,8 @@
 // the per-port last error, which the caller reads after a false.
 #include "Tavrix.h"
 
-#include "PlayerPort.h"
-#include "PortTable.h"
+#include "PortCall.h"
+#include "RegionSinks.h"
 #include "WidgetPresenter.h"
 
 using tavrix::PlayerPort;
@@ -12,24 +12,11 @@ using tavrix::PortTable;
 namespace {
 
 std::shared_ptr<PlayerPort> Lookup(int32_t nPort) {
-    std::shared_ptr<PlayerPort> pPort = PortTable::Instance().Get(nPort);
-    if (!pPort) {
-        PortTable::Instance().SetLastError(nPort, TAVRIX_ERR_NO_PORT);
-    }
-    return pPort;
+    return tavrix::LookupPort(nPort);
 }
 
-// Runs an operation of the port and records its error number on failure.
 template <typename Fn> bool Run(int32_t nPort, Fn fn) {
-    std::shared_ptr<PlayerPort> pPort = Lookup(nPort);
-    if (!pPort) {
-        return false;
-    }
-    const bool bOk = fn(*pPort);
-    if (!bOk) {
-        PortTable::Instance().SetLastError(nPort, pPort->LastError());
-    }
-    return bOk;
+    return tavrix::RunOnPort(nPort, fn);
 }
 
 template <typename T, typename Fn> T Read(int32_t nPort, Fn fn) {
@@ -134,9 +121,10 @@ bool Tavrix_GetStreamStats(int32_t nPort, TAVRIX_STREAM_STATS* pStats) {
 // ---- transport -----------------------------------------------------------------
 
 bool Tavrix_Play(int32_t nPort, uintptr_t hWnd) {
-    return Run(nPort, [nPort, hWnd](PlayerPort& port) {
-        return port.Play(hWnd, [nPort, hWnd, &port]() -> std::shared_ptr<tavrix::FrameSink> {
-            return tavrix::WidgetPresenter::Create(nPort, hWnd, &port.Callbacks());
+    return Run(nPort, [hWnd](PlayerPort& port) {
+        // The sink shows both display regions (see TavrixRegions.cpp).
+        return port.Play(hWnd, [hWnd, &port]() -> std::shared_ptr<tavrix::FrameSink> {
+            return tavrix::RegionSinks::Create(&port, hWnd);
         });
     });
 }

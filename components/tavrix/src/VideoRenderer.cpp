@@ -10,10 +10,19 @@ namespace tavrix {
 namespace {
 // Three pictures ahead keep the clock fed without holding much memory.
 constexpr size_t kRingSize = 3;
+// Motion flow shows an in-between picture about this often: 25 a second,
+// the pace of ordinary camera footage.
+constexpr auto kFlowInterval = std::chrono::milliseconds(40);
 } // namespace
 
 VideoRenderer::VideoRenderer(int nPort, CallbackSet* pCallbacks, PlayReadings* pReadings)
-    : m_nPort(nPort), m_pCallbacks(pCallbacks), m_pReadings(pReadings), m_yuv(nPort) {}
+    : m_nPort(nPort), m_pCallbacks(pCallbacks), m_pReadings(pReadings), m_yuv(nPort), m_blender(nPort) {}
+
+void VideoRenderer::SetPictureControls(std::shared_ptr<PictureAdjuster> pAdjuster,
+                                       std::shared_ptr<SnapshotEncoder> pSnapshots) {
+    m_pAdjuster = std::move(pAdjuster);
+    m_pSnapshots = std::move(pSnapshots);
+}
 
 VideoRenderer::~VideoRenderer() {
     Stop();
@@ -36,10 +45,21 @@ void VideoRenderer::Start(bool bRealTime, bool bPaused) {
     m_pReadings->bPaused = bPaused;
     m_pLast.reset();
     m_clock = FrameClock();
+    if (m_pSnapshots) {
+        m_pSnapshots->Forget(); // a snapshot names a picture of this play
+    }
+    if (m_pAdjuster) {
+        // A change of settings shows the picture on screen again with them
+        // (a paused port would otherwise keep the old look).
+        m_pAdjuster->SetListener(this, [this] { RequestRefresh(); });
+    }
     m_thread = std::thread(&VideoRenderer::Run, this);
 }
 
 void VideoRenderer::Stop() {
+    if (m_pAdjuster) {
+        m_pAdjuster->ClearListener(this); // returns once no call into this renderer runs
+    }
     {
         std::lock_guard<std::mutex> lock(m_mtx);
         m_bAbort = true;
@@ -224,9 +244,17 @@ void VideoRenderer::Run() {
         if (m_bRefreshPending) {
             m_bRefreshPending = false;
             std::shared_ptr<FrameSink> pSink = m_pSink;
-            if (m_pLast && pSink) {
+            if (m_pLast) {
+                // The settings may have changed: the snapshots follow them
+                // even without a window.
                 lock.unlock();
-                pSink->Present(*m_pLast);
+                PrepareShown(*m_pLast);
+                if (m_pSnapshots) {
+                    m_pSnapshots->Keep(m_pLast->Picture(), m_pLast->nFrameNum, nullptr);
+                }
+                if (pSink) {
+                    pSink->Present(*m_pLast);
+                }
                 lock.lock();
             }
             continue;
@@ -274,10 +302,17 @@ void VideoRenderer::Run() {
             const auto tDue = m_clock.DueTime(front.nClockUs, now);
             if (now < tDue) {
                 // Wake early for commands; the loop re-evaluates the front.
-                m_cvWork.wait_until(lock, tDue, [this] {
+                // With motion flow the wait is cut into slices, each ending
+                // with an in-between picture.
+                const bool bFlow = MotionFlowWanted();
+                const auto tWake = bFlow ? std::min(tDue, now + kFlowInterval) : tDue;
+                const bool bCommand = m_cvWork.wait_until(lock, tWake, [this] {
                     return m_bAbort || m_bRefreshPending || m_bPaused || m_bResetClock ||
                            m_nSpeedStep != m_clock.SpeedStep();
                 });
+                if (bFlow && !bCommand && tWake < tDue) {
+                    PresentInBetween(tDue, &lock);
+                }
                 continue;
             }
             // Behind the clock with the next picture already due: show this
@@ -286,6 +321,7 @@ void VideoRenderer::Run() {
             // keeps pace with the clock.
             if (m_deqRing.size() > 1 && !m_deqRing[1]->bEos &&
                 m_clock.DueTime(m_deqRing[1]->nClockUs, now) <= now) {
+                m_pReadings->nLateFrames.fetch_add(1);
                 if (m_clock.SpeedStep() > 0) {
                     m_deqRing.pop_front();
                     m_cvSpace.notify_all();
@@ -302,6 +338,7 @@ void VideoRenderer::Run() {
         std::shared_ptr<FrameSink> pSink = bToWindow ? m_pSink : nullptr;
         lock.unlock();
         m_cvSpace.notify_all();
+        PrepareShown(*pFrame);
         Publish(*pFrame);
         CallDisplay(*pFrame);
         lock.lock();
@@ -310,6 +347,7 @@ void VideoRenderer::Run() {
         lock.unlock();
         if (pSink) {
             pSink->Present(*pFrame);
+            m_tLastShown = std::chrono::steady_clock::now();
         }
         m_pLast = std::move(pFrame);
         lock.lock();
@@ -317,7 +355,14 @@ void VideoRenderer::Run() {
 }
 
 void VideoRenderer::Publish(const VideoFrame& frame) {
-    m_pReadings->nFrameNum = frame.nFrameNum;
+    if (m_pSnapshots) {
+        // The counter moves with the kept picture, under the keeper's lock:
+        // a snapshot taken between two readings of the counter is a frame
+        // between them.
+        m_pSnapshots->Keep(frame.Picture(), frame.nFrameNum, &m_pReadings->nFrameNum);
+    } else {
+        m_pReadings->nFrameNum = frame.nFrameNum;
+    }
     m_pReadings->nPlayedMs = frame.nPtsUs / 1000;
     m_pReadings->nSourceMs = frame.nSourcePtsUs / 1000;
     m_pReadings->bShown = true;
@@ -329,20 +374,72 @@ void VideoRenderer::CallDisplay(VideoFrame& frame) {
     if (cb.pfn == nullptr || !frame.pFrame) {
         return;
     }
-    if (frame.vecYv12.empty() && !m_yuv.ToYv12(frame.pFrame.get(), &frame.vecYv12)) {
+    const AVFrame* pPicture = frame.Picture();
+    if (frame.vecYv12.empty() && !m_yuv.ToYv12(pPicture, &frame.vecYv12)) {
         return;
     }
     TAVRIX_DISPLAY_INFO info{};
     info.nPort = m_nPort;
     info.pBuf = reinterpret_cast<char*>(frame.vecYv12.data());
     info.nBufLen = static_cast<int32_t>(frame.vecYv12.size());
-    info.nWidth = frame.pFrame->width;
-    info.nHeight = frame.pFrame->height;
+    info.nWidth = pPicture->width;
+    info.nHeight = pPicture->height;
     info.nStamp = static_cast<int32_t>(frame.nPtsUs / 1000);
     info.nType = TAVRIX_FRAME_YV12;
     info.nUser = cb.pUser;
     info.nFrameNum = frame.nFrameNum;
     cb.pfn(&info);
+}
+
+void VideoRenderer::PrepareShown(VideoFrame& frame) {
+    if (m_pAdjuster) {
+        m_pAdjuster->Prepare(frame);
+    }
+}
+
+bool VideoRenderer::MotionFlowWanted() const {
+    return m_pAdjuster && m_pAdjuster->MotionFlow() == 1 && m_clock.SpeedStep() < 0 && m_pLast && m_pSink &&
+           !m_deqRing.empty() && !m_deqRing.front()->bEos && m_deqRing.front()->pFrame;
+}
+
+void VideoRenderer::PresentInBetween(std::chrono::steady_clock::time_point tDue,
+                                     std::unique_lock<std::mutex>* pLock) {
+    if (!MotionFlowWanted()) {
+        return;
+    }
+    // A reference to the next picture: a closing gate may drop it from the
+    // ring while the blend runs without the lock.
+    VideoFrame next;
+    next.pFrame = MakeFrame();
+    if (!next.pFrame || av_frame_ref(next.pFrame.get(), m_deqRing.front()->pFrame.get()) < 0) {
+        return;
+    }
+    std::shared_ptr<FrameSink> pSink = m_pSink;
+    pLock->unlock();
+    const auto now = std::chrono::steady_clock::now();
+    const auto nSpanUs = std::chrono::duration_cast<std::chrono::microseconds>(tDue - m_tLastShown).count();
+    const auto nDoneUs = std::chrono::duration_cast<std::chrono::microseconds>(now - m_tLastShown).count();
+    if (nSpanUs > 0 && nDoneUs > 0 && nDoneUs < nSpanUs) {
+        PrepareShown(*m_pLast);
+        PrepareShown(next);
+        const int nWeight = static_cast<int>(nDoneUs * 256 / nSpanUs);
+        VideoFrame blend;
+        blend.pFrame = m_blender.Blend(m_pLast->Picture(), next.Picture(), nWeight);
+        if (blend.pFrame) {
+            // Already as the settings make it: marked so nothing applies them again.
+            blend.nShownSerial = m_pLast->nShownSerial;
+            blend.nShownRotate = m_pLast->nShownRotate;
+            blend.nShownFlip = m_pLast->nShownFlip;
+            blend.nPtsUs = m_pLast->nPtsUs;
+            blend.nDurationUs = m_pLast->nDurationUs;
+            blend.nSourcePtsUs = m_pLast->nSourcePtsUs;
+            blend.nClockUs = m_pLast->nClockUs;
+            blend.nFrameNum = m_pLast->nFrameNum;
+            blend.nSerial = m_pLast->nSerial;
+            pSink->Present(blend);
+        }
+    }
+    pLock->lock();
 }
 
 void VideoRenderer::FireFileEnd() {

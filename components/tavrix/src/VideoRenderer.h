@@ -9,7 +9,10 @@
 #include "FrameClock.h"
 #include "FrameSink.h"
 #include "FrameTarget.h"
+#include "MotionBlender.h"
+#include "PictureAdjuster.h"
 #include "PlayReadings.h"
+#include "SnapshotEncoder.h"
 #include "VideoFrame.h"
 #include "YuvConverter.h"
 
@@ -30,6 +33,10 @@ public:
     ~VideoRenderer() override;
     VideoRenderer(const VideoRenderer&) = delete;
     VideoRenderer& operator=(const VideoRenderer&) = delete;
+
+    // The port's picture settings and snapshot keeper; before Start.
+    void SetPictureControls(std::shared_ptr<PictureAdjuster> pAdjuster,
+                            std::shared_ptr<SnapshotEncoder> pSnapshots);
 
     void Start(bool bRealTime, bool bPaused);
     // Aborts and joins; drops queued pictures and the last one.
@@ -71,6 +78,12 @@ private:
     void Run();
     void FollowMaster(const VideoFrame& front, std::chrono::steady_clock::time_point now);
     void CallDisplay(VideoFrame& frame);
+    // Makes frame.pShown right for the current picture settings.
+    void PrepareShown(VideoFrame& frame);
+    // Motion flow: while waiting for the front picture's instant tDue, the
+    // window gets blends of the last picture and the front one.
+    bool MotionFlowWanted() const; // m_mtx held
+    void PresentInBetween(std::chrono::steady_clock::time_point tDue, std::unique_lock<std::mutex>* pLock);
     void Publish(const VideoFrame& frame);
     void FireFileEnd();
 
@@ -99,8 +112,13 @@ private:
     std::shared_ptr<FrameSink> m_pSink;                // guarded by m_mtx
     MasterClock m_fnMaster;                            // guarded by m_mtx
 
+    std::shared_ptr<PictureAdjuster> m_pAdjuster;  // set before Start; its own lock
+    std::shared_ptr<SnapshotEncoder> m_pSnapshots; // set before Start; its own lock
+
     // Owned by the render thread while it runs.
     std::unique_ptr<VideoFrame> m_pLast;
+    std::chrono::steady_clock::time_point m_tLastShown; // when m_pLast reached the window
+    MotionBlender m_blender;
     FrameClock m_clock;
     YuvConverter m_yuv;
     std::thread m_thread;

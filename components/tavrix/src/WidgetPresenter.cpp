@@ -56,11 +56,12 @@ AVPixelFormat PlainFormat(AVPixelFormat eFormat, bool* pbFullRange) {
 
 } // namespace
 
-WidgetPresenter::WidgetPresenter(int nPort, CallbackSet* pCallbacks, std::shared_ptr<SurfaceLink> pLink)
-    : m_nPort(nPort), m_pCallbacks(pCallbacks), m_pLink(std::move(pLink)) {}
+WidgetPresenter::WidgetPresenter(int nPort, CallbackSet* pCallbacks, std::shared_ptr<SurfaceLink> pLink,
+                                 int nRegion)
+    : m_nPort(nPort), m_pCallbacks(pCallbacks), m_nRegion(nRegion), m_pLink(std::move(pLink)) {}
 
 std::shared_ptr<WidgetPresenter> WidgetPresenter::Create(int nPort, uintptr_t nWindowId,
-                                                         CallbackSet* pCallbacks) {
+                                                         CallbackSet* pCallbacks, int nRegion) {
     auto pLink = std::make_shared<SurfaceLink>();
     bool bAttached = false;
     RunOnGuiThread([&] {
@@ -75,7 +76,7 @@ std::shared_ptr<WidgetPresenter> WidgetPresenter::Create(int nPort, uintptr_t nW
         EngineLog::Warn(nPort, "no widget with window id %llu", static_cast<unsigned long long>(nWindowId));
         return nullptr;
     }
-    return std::shared_ptr<WidgetPresenter>(new WidgetPresenter(nPort, pCallbacks, pLink));
+    return std::shared_ptr<WidgetPresenter>(new WidgetPresenter(nPort, pCallbacks, pLink, nRegion));
 }
 
 WidgetPresenter::~WidgetPresenter() {
@@ -94,12 +95,52 @@ WidgetPresenter::~WidgetPresenter() {
 }
 
 void WidgetPresenter::Present(const VideoFrame& frame) {
-    const AVFrame* pFrame = frame.pFrame.get();
+    PresentPart(frame, nullptr, OverlayFn());
+}
+
+void WidgetPresenter::PresentPart(const VideoFrame& frame, const TAVRIX_RECT* pSource,
+                                  const OverlayFn& fnOverlay) {
+    const AVFrame* pFrame = frame.Picture();
     const int nW = m_pLink->nWidth.load();
     const int nH = m_pLink->nHeight.load();
     if (pFrame == nullptr || nW <= 0 || nH <= 0) {
         return;
     }
+    QRectF rcSource(0, 0, pFrame->width, pFrame->height);
+    // A rectangle made for another size or orientation of the picture (the
+    // window learns of the change after the picture) shows the whole picture.
+    const bool bPart = pSource != nullptr && pSource->nLeft >= 0 && pSource->nTop >= 0 &&
+                       pSource->nRight <= pFrame->width && pSource->nBottom <= pFrame->height &&
+                       pSource->nRight - pSource->nLeft >= 2 && pSource->nBottom - pSource->nTop >= 2 &&
+                       !(pSource->nLeft == 0 && pSource->nTop == 0 && pSource->nRight == pFrame->width &&
+                         pSource->nBottom == pFrame->height);
+    if (bPart) {
+        if (!m_pCrop) {
+            m_pCrop.reset(av_frame_alloc());
+        }
+        // The crop shares the picture's buffers: only the plane pointers move.
+        if (m_pCrop && av_frame_ref(m_pCrop.get(), pFrame) >= 0) {
+            m_pCrop->crop_left = static_cast<size_t>(pSource->nLeft);
+            m_pCrop->crop_top = static_cast<size_t>(pSource->nTop);
+            m_pCrop->crop_right = static_cast<size_t>(pFrame->width - pSource->nRight);
+            m_pCrop->crop_bottom = static_cast<size_t>(pFrame->height - pSource->nBottom);
+            // Unaligned: the rectangle exactly (odd edges round the chroma planes down).
+            if (av_frame_apply_cropping(m_pCrop.get(), AV_FRAME_CROP_UNALIGNED) >= 0) {
+                pFrame = m_pCrop.get();
+                rcSource = QRectF(pSource->nLeft, pSource->nTop, pSource->nRight - pSource->nLeft,
+                                  pSource->nBottom - pSource->nTop);
+            }
+        }
+    }
+    struct CropRelease {
+        AVFrame* p;
+        ~CropRelease() {
+            if (p != nullptr) {
+                av_frame_unref(p);
+            }
+        }
+    } release{m_pCrop.get()};
+
     bool bFullRange = pFrame->color_range == AVCOL_RANGE_JPEG;
     const AVPixelFormat eFormat = PlainFormat(static_cast<AVPixelFormat>(pFrame->format), &bFullRange);
     const ScaleSetup setup{pFrame->width, pFrame->height, eFormat, nW, nH, bFullRange};
@@ -126,11 +167,20 @@ void WidgetPresenter::Present(const VideoFrame& frame) {
         m_pCallbacks->ReportRunTime(1, TAVRIX_RT_RENDER);
         return;
     }
-    const CallbackSet::Draw draw = m_pCallbacks->GetDraw(0);
-    if (draw.pfn != nullptr) {
+    const CallbackSet::Draw draw = m_pCallbacks->GetDraw(m_nRegion);
+    if (fnOverlay || draw.pfn != nullptr) {
         QPainter painter(&img);
-        draw.pfn(m_nPort, &painter, draw.pUser);
+        if (fnOverlay) {
+            fnOverlay(painter, rcSource, QSize(nW, nH));
+        }
+        if (draw.pfn != nullptr) {
+            draw.pfn(m_nPort, &painter, draw.pUser);
+        }
     }
+    Publish(img);
+}
+
+void WidgetPresenter::Publish(QImage& img) {
     {
         std::lock_guard<std::mutex> lock(m_pLink->mtx);
         m_pLink->img.swap(img);
