@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QStandardPaths>
 #include <QDesktopServices>
 #include <QDirIterator>
 #include <QDragEnterEvent>
@@ -230,8 +231,14 @@ void CVelquinDlg::SetDefaultConfig() {
     m_stPlayerCfg.bAutoAddSimilarFileName = false;
     m_stPlayerCfg.bStartHardDecodeEngine = false;
     m_stPlayerCfg.stHotKeys = HotKeysCfg();
-    m_stPlayerCfg.strCapPicFolder =
-        QDir::toNativeSeparators(QCoreApplication::applicationDirPath() + QStringLiteral("/Screenshot/"));
+    // Beside the program, as the configuration files are; an installed program
+    // cannot write there, and snapshots then go to the user's pictures folder.
+    QString strCapRoot = QCoreApplication::applicationDirPath();
+    if (!QFileInfo(strCapRoot).isWritable()) {
+        const QString strPictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+        strCapRoot = (strPictures.isEmpty() ? QDir::homePath() : strPictures) + QStringLiteral("/Velquin");
+    }
+    m_stPlayerCfg.strCapPicFolder = QDir::toNativeSeparators(strCapRoot + QStringLiteral("/Screenshot/"));
     m_stPlayerCfg.nCapPicSaveType = 1;
     m_stPlayerCfg.nConCapPicMode = 0;
     m_stPlayerCfg.nConCapPicGap = 1;
@@ -619,7 +626,7 @@ bool CVelquinDlg::InitMenus() {
     m_pPlaylistDelMenu->addAction(m_pActListDelete);
     m_pPlaylistDelMenu->addAction(m_pActListRemoveInvalid);
     m_pPlaylistDelMenu->addAction(m_pActListClear);
-    return true;
+    return InitPictureMenus();
 }
 
 bool CVelquinDlg::InitObjectNames() {
@@ -653,6 +660,8 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pBtnLastFrame, &QPushButton::clicked, this, &CVelquinDlg::On_FrameBackward));
     bOk &= bool(connect(m_pBtnNextFrame, &QPushButton::clicked, this, &CVelquinDlg::On_FrameForward));
     bOk &= bool(connect(m_pBtnFast, &QPushButton::clicked, this, &CVelquinDlg::On_Fast));
+    bOk &= bool(connect(m_pBtnCapPic, &QPushButton::clicked, this, &CVelquinDlg::On_CapPic));
+    bOk &= bool(connect(m_pBtnConCapPic, &QPushButton::clicked, this, &CVelquinDlg::On_ConCapPic));
     bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_ChangeValue, this,
                         &CVelquinDlg::On_SetPlayProgress));
     bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_MousePress, this,
@@ -664,6 +673,7 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_MouseMoveValue, this,
                         &CVelquinDlg::On_PlayProgressSliderMouseMoveValue));
     bOk &= bool(connect(m_pBtnMute, &QPushButton::clicked, this, &CVelquinDlg::On_Mute));
+    bOk &= bool(connect(m_pBtnPartZoom, &QPushButton::clicked, this, &CVelquinDlg::On_PartZoom));
     bOk &= bool(connect(m_pBtnLayout, &QPushButton::clicked, this, &CVelquinDlg::On_ShowSelectMultiWndsDlg));
     bOk &= bool(connect(m_pLayoutGroup, &QActionGroup::triggered, this, &CVelquinDlg::On_SwitchLayoutMode));
     bOk &= bool(
@@ -767,8 +777,13 @@ void CVelquinDlg::RetranslateWidgets() {
     }
     m_pBtnMax->setToolTip(m_bMaximized ? Text(IDS_MainWnd_RestoreWindow, QStringLiteral("Restore window"))
                                        : Text(IDS_MainWnd_Maximize, QStringLiteral("Maximize")));
-    m_pBtnPartZoom->setToolTip(Text(IDS_Global_Part, QStringLiteral("Partial Zoom")));
-    m_pBtnConCapPic->setToolTip(Text(IDS_Global_ContinuousCapture, QStringLiteral("Continuous Capture")));
+    m_pBtnPartZoom->setToolTip(m_pDlgShow && m_pDlgShow->IsPartZoom()
+                                   ? Text(IDS_Global_CancelPart, QStringLiteral("Cancel Partial Zoom"))
+                                   : Text(IDS_Global_Part, QStringLiteral("Partial Zoom")));
+    m_pBtnConCapPic->setToolTip(
+        m_pDlgShow && m_pDlgShow->IsConCapping()
+            ? Text(IDS_Global_ConCapPicCancel, QStringLiteral("Cancel Continuous Capture"))
+            : Text(IDS_Global_ContinuousCapture, QStringLiteral("Continuous Capture")));
     m_pBtnTopMode->setToolTip(Text(IDS_MainWnd_NeverTop, QStringLiteral("Never")));
     m_pBtnFullScreen->setToolTip(
         m_bFullScreen ? Text(IDS_MainWnd_FullScreenCancel, QStringLiteral("Cancel Full Screen"))
@@ -822,6 +837,7 @@ void CVelquinDlg::RetranslateMenus() {
     m_pActListClear->setText(Text(IDS_MainWnd_ClearPlaylist, QStringLiteral("Clear the Playlist")));
     m_pActListOpenFolder->setText(Text(IDS_MainWnd_OpenFolderOfFile, QStringLiteral("Open folder of file")));
     m_pActListSetSecret->setText(Text(IDS_MainWnd_SetSecret, QStringLiteral("Enter Key")));
+    RetranslatePictureMenus();
 }
 
 bool CVelquinDlg::On_ChangeLanguageCN_EN() {
@@ -948,8 +964,12 @@ void CVelquinDlg::mouseDoubleClickEvent(QMouseEvent* ev) {
         On_ShowMaximized();
 }
 
-bool CVelquinDlg::On_DlgShowMousePressEvent(QMouseEvent* /*ev*/) {
-    // The right click menu of the stage comes with the menus; nothing else to do.
+bool CVelquinDlg::On_DlgShowMousePressEvent(QMouseEvent* ev) {
+    if (ev && ev->button() == Qt::RightButton && m_pDlgShow && m_pDlgShow->isVisible()) {
+        const QRect rcStage(m_pDlgShow->mapToGlobal(QPoint(0, 0)), m_pDlgShow->size());
+        if (rcStage.contains(ev->globalPosition().toPoint()))
+            ShowRightMenu();
+    }
     update();
     return true;
 }
@@ -1009,6 +1029,8 @@ bool CVelquinDlg::On_KeyPressEvent(QKeyEvent* ev) {
         return On_GoToBegin();
     if (nKey == stKeys.nGotoEnd)
         return On_GoToEnd();
+    if (nKey == stKeys.nCapPic)
+        return On_CapPic();
     if (nKey == stKeys.nRepeatAB)
         return On_ABRepeat();
     if (nKey == stKeys.nExit)
@@ -1217,6 +1239,9 @@ bool CVelquinDlg::ReplayWnd(int nWnd) {
         m_pDlgShow->SetVolume(nWnd, true, m_nVolume, false);
     else
         m_pDlgShow->SetVolume(nWnd, false, 0, false);
+    // The replay keeps the turn and the private data choices.
+    m_pDlgShow->SetRotateAngle(m_pDlgShow->GetRotateAngle());
+    ApplyPrivateDataMask(nWnd);
     if (nWnd == m_pDlgShow->GetSelWndIndex())
         On_UpdateCtrlsState();
     return true;
@@ -2006,9 +2031,16 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
     m_pBtnFast->setEnabled(bSync || bSelFile);
     m_pBtnReversePlay->setEnabled(!bSync && bSelFile);
     m_pBtnReversePlay->SetSelected(bSelActive && m_pDlgShow->IsBackPlay());
+    m_pBtnPartZoom->setEnabled(bSelActive);
+    m_pBtnPartZoom->SetSelected(bSelActive && m_pDlgShow->IsPartZoom());
     m_pBtnSyncPlay->SetSelected(bSync);
-    // Fisheye, partial zoom, capture and full screen keep their greyed out state
-    // until those features join.
+    // Snapshots and continuous capture of the selected window; a hardware
+    // decoded stream hands no pictures to continuous capture.
+    m_pBtnCapPic->setEnabled(bSelActive);
+    m_pBtnConCapPic->setEnabled(bSelActive && !(bSelNet && m_pDlgShow->IsHardDecode(nSel)));
+    m_pBtnConCapPic->SetSelected(m_pDlgShow->IsConCapping());
+    // Fisheye and full screen keep their greyed out state until those
+    // features join.
 
     ApplyStyle(m_pBtnMax, m_bMaximized ? STYLE_MAX_RESTORE : STYLE_MAX_NORMAL);
     ApplyStyle(m_pBtnMute, m_bMute ? STYLE_MUTE_ON : (m_nVolume > 100 ? STYLE_MUTE_BOOST : STYLE_MUTE_OFF));

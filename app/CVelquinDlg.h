@@ -199,6 +199,22 @@ public slots:
     bool On_DlgShowMouseMoveEvent(QMouseEvent* ev);
     bool On_MarkInvalidFile(QString strFilePath, bool bState);
 
+    // Picture, capture and zoom commands of the selected window
+    // (CVelquinDlgPicture.cpp).
+    bool On_SwitchThrowFrame(QAction* pAction);
+    bool On_SwitchMotionFlow(QAction* pAction);
+    bool On_SwitchImgRotate(QAction* pAction);
+    bool On_SwitchImgFlip(QAction* pAction);
+    bool On_SwitchImageScaleMode(QAction* pAction);
+    bool On_SwitchPlayWndPrecentMode(QAction* pAction);
+    bool On_ShowIVSInfo(QAction* pAction);
+    bool On_AdjustSelWndColor(int nBrightness, int nContrast, int nSaturation, int nHue);
+    bool On_ShowColorAdjustDlg();
+    bool On_PartZoom();
+    // Capture (CVelquinDlgCapture.cpp).
+    bool On_CapPic();
+    bool On_ConCapPic();
+
 protected:
     void keyPressEvent(QKeyEvent* ev) override;
     void mousePressEvent(QMouseEvent* ev) override;
@@ -225,6 +241,15 @@ private:
     QWidget* BuildCtrlBar();
     CSkinButton* MakeButton(QWidget* pParent, const char* szName, int nWidth, int nHeight);
     bool InitMenus();
+    // The stage's right-click menu: its picture entries, states and popup
+    // (CVelquinDlgPicture.cpp).
+    bool InitPictureMenus();
+    void RetranslatePictureMenus();
+    bool ShowRightMenu();
+    // A window that opened a file: its private data choices and the
+    // remembered colour go to the engine again.
+    void ApplyPrivateDataMask(int nWnd);
+    void ApplyRememberedColor(int nWnd);
     bool InitObjectNames();
     bool InitConnections();
     bool LoadLanguage();
@@ -330,6 +355,26 @@ private:
     QAction* m_pActListClear = nullptr;
     QAction* m_pActListOpenFolder = nullptr;
     QAction* m_pActListSetSecret = nullptr;
+    // Stage right-click menu and its picture entries (CVelquinDlgPicture.cpp).
+    QMenu* m_pMainRightMenu = nullptr;
+    QMenu* m_pThrowFrameMenu = nullptr;
+    QActionGroup* m_pThrowFrameGroup = nullptr;
+    QMenu* m_pMotionFlowMenu = nullptr;
+    QActionGroup* m_pMotionFlowGroup = nullptr;
+    QMenu* m_pImageCtrlMenu = nullptr;
+    QMenu* m_pImgTurnMenu = nullptr;
+    QActionGroup* m_pImgTurnGroup = nullptr;
+    QActionGroup* m_pImgFlipGroup = nullptr; // not exclusive: two mirror bits
+    QMenu* m_pIVSInfoMenu = nullptr;
+    QActionGroup* m_pIVSInfoGroup = nullptr;
+    QMenu* m_pImgScaleMenu = nullptr;
+    QActionGroup* m_pImgScaleGroup = nullptr;
+    QMenu* m_pPlayWndPrecentMenu = nullptr;
+    QActionGroup* m_pPlayWndPrecentGroup = nullptr;
+    QAction* m_pActColorAdjust = nullptr;
+    QAction* m_pActCapPic = nullptr;
+    QAction* m_pActConCapPic = nullptr;
+    QAction* m_pActPartZoom = nullptr;
 
     // Widget tree
     QVBoxLayout* m_pRootLayout = nullptr; // "verticalLayout_4"

@@ -140,6 +140,7 @@ bool CVelquinDlg::FinishPlayFileInWnd(int nWnd, OpenInfo* pOpenInfo) {
         m_pDlgShow->SetVolume(nWnd, true, m_nVolume, false);
     else
         m_pDlgShow->SetVolume(nWnd, false, 0, false);
+    ApplyPrivateDataMask(nWnd);
 
     // Saved position: the exit stores the played windows first, with their
     // progress, then every row with none; the first entry of this path that has a
@@ -158,6 +159,8 @@ bool CVelquinDlg::FinishPlayFileInWnd(int nWnd, OpenInfo* pOpenInfo) {
         On_UpdateCtrlsState();
         On_PlayerTimer();
     }
+    // Every window that opens takes the colour last chosen.
+    ApplyRememberedColor(nWnd);
 
     if (!m_pPlayerTimer) {
         m_pPlayerTimer = new QTimer(this);

@@ -11,8 +11,12 @@
 //   velquin-bench index FILE [--no-peer]
 //   velquin-bench avdrift FILE
 //   velquin-bench stream URL [--mode 0|1|2] [--ports N] [--seconds S] [--no-peer]
+//   velquin-bench concap FILE [--seconds S]
+//   velquin-bench snapshot FILE [--format bmp|jpeg] [--count N]
 #include "AvDriftBench.h"
 #include "BenchPort.h"
+#include "ConCapBench.h"
+#include "SnapshotBench.h"
 #include "CpuMeter.h"
 #include "PeerDecode.h"
 #include "StreamBench.h"
@@ -46,7 +50,9 @@ int Usage() {
         "       velquin-bench reverse FILE [--seconds S] [--no-peer]\n"
         "       velquin-bench index FILE [--no-peer]\n"
         "       velquin-bench avdrift FILE\n"
-        "       velquin-bench stream URL [--mode 0|1|2] [--ports N] [--seconds S] [--no-peer]\n");
+        "       velquin-bench stream URL [--mode 0|1|2] [--ports N] [--seconds S] [--no-peer]\n"
+        "       velquin-bench concap FILE [--seconds S]\n"
+        "       velquin-bench snapshot FILE [--format bmp|jpeg] [--count N]\n");
     return 2;
 }
 
@@ -271,6 +277,26 @@ int main(int argc, char** argv) {
         return RunFirstFrame(strFile);
     if (strCommand == "seek" || strCommand == "stepback" || strCommand == "reverse" || strCommand == "index")
         return RunTransport(strCommand, strFile, args.mid(2));
+    if (strCommand == "concap" && args.size() == 2)
+        return ConCapBench(args[1], 10).Run();
+    if (strCommand == "concap" && args.size() == 4 && args[2] == "--seconds" && args[3].toInt() > 0)
+        return ConCapBench(args[1], args[3].toInt()).Run();
+    if (strCommand == "snapshot" && args.size() >= 2) {
+        QString strFormat = "bmp";
+        int nCount = 20;
+        bool bOk = true;
+        for (int i = 2; bOk && i + 1 < args.size(); i += 2) {
+            if (args[i] == "--format")
+                strFormat = args[i + 1];
+            else if (args[i] == "--count")
+                nCount = args[i + 1].toInt(&bOk);
+            else
+                bOk = false;
+        }
+        if (bOk && args.size() % 2 == 0 && nCount > 0 && (strFormat == "bmp" || strFormat == "jpeg"))
+            return SnapshotBench(args[1], strFormat == "jpeg", nCount).Run();
+        return Usage();
+    }
     if (strCommand == "avdrift" && args.size() == 2)
         return RunAvDrift(strFile);
     StreamOptions streamOptions;

@@ -71,6 +71,11 @@ run seek "$OUT/hd_25fps_10s.mp4" "${HD_FRAMES[@]}"
 # 25 steps back from mid-group across a key frame (frame 100).
 run stepback "$OUT/hd_25fps_10s.mp4" 124 25
 run reverse "$OUT/hd_25fps_10s.mp4" --seconds 10
+# Continuous capture of every frame of 1080p in real time, JPEG and BMP,
+# against plain play and the ffmpeg tool writing the same frames as JPEG.
+run concap "$OUT/hd_25fps_10s.mp4" --seconds 10
+run snapshot "$OUT/hd_25fps_10s.mp4" --format bmp --count 20
+run snapshot "$OUT/hd_25fps_10s.mp4" --format jpeg --count 20
 run index "$OUT/d1_25fps_10min.mp4"
 run index "$OUT/d1_25fps_10min.ts"
 

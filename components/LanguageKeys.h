@@ -115,6 +115,8 @@
 #define IDS_MainWnd_ConfirmClearPlaylist                 "IDS_MainWnd_ConfirmClearPlaylist" // "List of files will be cleared, please confirm whether this operation?"
 #define IDS_MainWnd_DelFileInPlaylist                    "IDS_MainWnd_DelFileInPlaylist" // "Delete Files" or "Delete the Selected File"
 #define IDS_MainWnd_FileRefNotDone                       "IDS_MainWnd_FileRefNotDone" // "Generate file index,please wait..."
+#define IDS_MainWnd_FlipHorizontal                       "IDS_MainWnd_FlipHorizontal" // "Flip horizontal"
+#define IDS_MainWnd_FlipVertical                         "IDS_MainWnd_FlipVertical" // "Flip vertical"
 #define IDS_MainWnd_FullScreen                           "IDS_MainWnd_FullScreen" // "Full Screen"
 #define IDS_MainWnd_FullScreenCancel                     "IDS_MainWnd_FullScreenCancel" // "Cancel Full Screen"
 #define IDS_MainWnd_GetDecryptKeyWarning                 "IDS_MainWnd_GetDecryptKeyWarning" // "Please enter the correct key of the file. If the file failed to play, contact the provider of the video to get the correct key and try again."

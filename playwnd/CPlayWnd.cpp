@@ -22,6 +22,7 @@
 #include "NonModalMessageBox.h"
 #include "OpenInfo.h"
 #include "OpenJob.h"
+#include "PartZoomWnd.h"
 #include "PortCloser.h"
 #include "SecretKeyBytes.h"
 #include "SkinManager.h"
@@ -481,6 +482,9 @@ bool CPlayWnd::Stop() {
         qDebug("Tavrix_Stop() Fail deError=%d", Tavrix_GetLastError(m_lPort));
     update();
     m_nPlayState = 3;
+    // Stopped, the display child covers the window again; the next play's
+    // first frame shapes it by the aspect mode.
+    ApplyDisplayMode();
     return true;
 }
 
@@ -488,6 +492,7 @@ void CPlayWnd::ResetPlayState() {
     m_nPlaySpeed = 0;
     m_bFileRefCreated = false;
     m_strSecretKey.clear();
+    EndPartZoom();
     m_bBackPlay = false;
     SetDisplayInfo(QString());
     m_nSoundState = -1;
@@ -495,7 +500,9 @@ void CPlayWnd::ResetPlayState() {
     m_nVideoWidth = 0;
     m_nVideoHeight = 0;
     m_nThrowBFrame = 0;
+    ResetPictureControls();
     ClearRepeatAB();
+    ResetConCap();
     {
         QMutexLocker lock(&m_mtxShared);
         std::memset(m_stWatermark, 0, sizeof(m_stWatermark));
@@ -917,12 +924,15 @@ bool CPlayWnd::SetVolume(bool bSound, int nVolume, bool bShowInfo) {
 
     if (bSound) {
         const float fScale = nVolume / 100.0f;
-        // Above 100% the engine has no software gain yet: it plays at full scale.
+        // The engine's volume ends at full scale; above 100% a software gain
+        // adds the rest, and at or below it the gain must be off again.
         const uint16_t wVolume = fScale >= 1.0f ? 65535 : static_cast<uint16_t>(fScale * 65535);
         if (!Tavrix_SetVolume(m_lPort, wVolume)) {
             qDebug("CPlayWnd::SetVolume() Tavrix_SetVolume Fail dwErr=%d", Tavrix_GetLastError(m_lPort));
             return false;
         }
+        if (!Tavrix_AdjustWaveAudio(m_lPort, fScale > 1.0f ? nVolume - 100 : 0))
+            qDebug("CPlayWnd::SetVolume() Tavrix_AdjustWaveAudio Fail dwErr=%d", Tavrix_GetLastError(m_lPort));
     }
 
     if (bShowInfo) {
@@ -1121,20 +1131,27 @@ void CPlayWnd::DisplayCallBack(TAVRIX_DISPLAY_INFO* pstDisplayInfo) {
         else if (pWnd->m_bRepeatArmed.exchange(false))
             emit pWnd->Sig_RepeatABFrameOut(nFrame);
     }
+    if (pWnd->m_bConCapping)
+        pWnd->PostConCapData(pstDisplayInfo);
 }
 
 void CPlayWnd::DrawCallBack0(int32_t nPort, void* hDc, void* pUser) {
     Q_UNUSED(nPort);
     if (!pUser)
         return;
-    WndOf(pUser)->DrawInfoText(static_cast<QPainter*>(hDc));
+    CPlayWnd* pWnd = WndOf(pUser);
+    pWnd->DrawInfoText(static_cast<QPainter*>(hDc));
+    // Fisheye material does not zoom.
+    if (!pWnd->m_bSRFile)
+        pWnd->DrawZoomRect0(static_cast<QPainter*>(hDc));
 }
 
 void CPlayWnd::DrawCallBack1(int32_t nPort, void* hDc, void* pUser) {
-    // Region 1 is the partial zoom navigator; nothing is drawn there until zoom exists.
+    // Region 1 is the partial zoom navigator: the region on view is marked there.
     Q_UNUSED(nPort);
-    Q_UNUSED(hDc);
-    Q_UNUSED(pUser);
+    if (!pUser || WndOf(pUser)->m_bSRFile)
+        return;
+    WndOf(pUser)->DrawZoomRect1(static_cast<QPainter*>(hDc));
 }
 
 void CPlayWnd::DrawInfoText(QPainter* pPainter) {
@@ -1159,7 +1176,11 @@ void CPlayWnd::DrawInfoText(QPainter* pPainter) {
     pPainter->save();
     pPainter->setFont(font);
     pPainter->setPen(QColor(255, 255, 0));
-    pPainter->drawText(rcText, Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap, strText);
+    const int nFlags = Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap;
+    // A snapshot's path is clickable: the press handler needs the height of
+    // the wrapped lines as drawn.
+    m_nInfoTextHeight = m_bShowCapPath ? pPainter->boundingRect(rcText, nFlags, strText).height() : 0;
+    pPainter->drawText(rcText, nFlags, strText);
     pPainter->restore();
 }
 
@@ -1297,13 +1318,16 @@ void CPlayWnd::RunTimeInfoCallBack(int32_t nPort, TAVRIX_RUNTIME_INFO* pInfo, vo
 
 bool CPlayWnd::On_WidthHeightChange() {
     ApplyDisplayMode();
+    // A region of the old frame size means nothing in the new one.
+    if (m_bPartZoom)
+        On_PartZoomReset();
     return true;
 }
 
 void CPlayWnd::ApplyDisplayMode() {
-    // Aspect and size modes come with the picture controls; until then the
-    // picture fills the window.
-    m_pDisplayWnd->setGeometry(rect());
+    // A resize or a new frame size lays the picture area out again by the
+    // aspect mode; a size percent mode does not survive it.
+    SetImageScaleMode(m_nDisplayMode);
 }
 
 bool CPlayWnd::On_DelayDisplayInfoTimer(bool bEnable) {
@@ -1344,6 +1368,7 @@ void CPlayWnd::timerEvent(QTimerEvent* ev) {
     if (nId == m_nDisplayInfoTimer) {
         KillTimerField(m_nDisplayInfoTimer);
         SetDisplayInfo(QString());
+        ClearCapPath();
         if (m_nPlayState == 2)
             RefreshPlayEx(0);
     } else if (nId == m_nRefreshTimer) {
@@ -1356,21 +1381,60 @@ void CPlayWnd::timerEvent(QTimerEvent* ev) {
         emit Sig_NetStreamDisconnect();
     } else if (nId == m_nReconnectTimer) {
         On_ReconnectTick();
+    } else if (nId == m_nZoomWndHideTimer) {
+        KillTimerField(m_nZoomWndHideTimer);
+        if (m_pPartZoomWnd)
+            m_pPartZoomWnd->hide();
+    } else if (nId == m_nZoomRefreshTimer) {
+        // Play redraws region 1 with each frame; a paused picture needs this.
+        if (m_nPlayState == 2)
+            RefreshPlayEx(1);
     }
 }
 
 void CPlayWnd::mousePressEvent(QMouseEvent* ev) {
+    // A click on the snapshot's path line opens its folder.
+    if (CapPathClicked(ev))
+        return;
     emit Sig_LButtonClickPlayWnd(m_nSubWndIndex);
+    ZoomMousePress(ev);
     emit Sig_MousePressEvent(ev);
 }
 
 void CPlayWnd::mouseDoubleClickEvent(QMouseEvent* ev) {
-    if (ev->button() == Qt::LeftButton)
-        emit Sig_DbClickPlayWnd(m_nSubWndIndex);
+    if (ev->button() != Qt::LeftButton)
+        return;
+    // The navigator goes at once, before the stage acts on the double click.
+    if (m_pPartZoomWnd && m_pPartZoomWnd->isVisible())
+        m_pPartZoomWnd->hide();
+    emit Sig_DbClickPlayWnd(m_nSubWndIndex);
 }
 
 void CPlayWnd::mouseMoveEvent(QMouseEvent* ev) {
+    ZoomMouseMove(ev);
     emit Sig_MouseMoveEvent(ev);
+}
+
+void CPlayWnd::mouseReleaseEvent(QMouseEvent* ev) {
+    if (!ZoomMouseRelease(ev))
+        QWidget::mouseReleaseEvent(ev);
+}
+
+void CPlayWnd::wheelEvent(QWheelEvent* ev) {
+    if (!ZoomWheel(ev))
+        QWidget::wheelEvent(ev);
+}
+
+void CPlayWnd::enterEvent(QEnterEvent* ev) {
+    if (m_bPartZoom)
+        SetZoomCursor(true);
+    QWidget::enterEvent(ev);
+}
+
+void CPlayWnd::leaveEvent(QEvent* ev) {
+    if (m_bPartZoom)
+        SetZoomCursor(false);
+    QWidget::leaveEvent(ev);
 }
 
 void CPlayWnd::paintEvent(QPaintEvent* ev) {
@@ -1399,4 +1463,10 @@ void CPlayWnd::SkinChanged() {
     const QColor clr = SkinManager::GetResColor(kSkinResPlayWnd, 0);
     if (clr.isValid())
         m_clrBackground = clr;
+    m_strCursorPath = SkinManager::GetOtherResPath(kSkinResPlayWnd, 1);
+    const QColor clrZoom = SkinManager::GetResColor(kSkinResPlayWnd, 2);
+    if (clrZoom.isValid())
+        m_clrZoomRect = clrZoom;
+    if (m_bPartZoom)
+        SetZoomCursor(true);
 }

@@ -20,11 +20,15 @@
 #include "Tavrix.h"
 
 class QLabel;
+class QEnterEvent;
 class QMouseEvent;
 class QPainter;
 class QTimer;
+class QWheelEvent;
+class CConCapThread;
 class CDlgShow;
 class OpenJob;
+class PartZoomWnd;
 struct NetOpenLink;
 struct OpenInfo;
 
@@ -126,10 +130,68 @@ public:
 
     // ---- sound ----
     bool EnableSound(bool bOn);
-    // nVolume in percent, clamped to 0..200; only in state 1 or 2. Values above
-    // 100 play at full scale (the engine has no software gain yet). bShowInfo
-    // puts "Volume: n%" on the picture for 3 s.
+    // nVolume in percent, clamped to 0..200; only in state 1 or 2. Above 100
+    // the engine plays at full scale with a software gain of nVolume - 100 per
+    // cent. bShowInfo puts "Volume: n%" on the picture for 3 s.
     bool SetVolume(bool bSound, int nVolume, bool bShowInfo);
+
+    // ---- picture controls (CPlayWndPicture.cpp) ----
+    // Colour of the picture, each 0..128, 64 neutral.
+    void SetColor(int nBrightness, int nContrast, int nSaturation, int nHue);
+    void GetColor(int* pnBrightness, int* pnContrast, int* pnSaturation, int* pnHue);
+    // -1 as recorded, 0 left 90 degrees, 1 right 90 degrees, 2 180 degrees.
+    bool SetRotateAngle(int nAngle);
+    int GetRotateAngle() const { return m_nRotateAngle; }
+    // Mirror bits: 1 left-right, 2 upside down (applied after the rotation).
+    bool SetFlip(uint nFlip);
+    uint GetFlip() const { return m_nFlip; }
+    // Shape of the picture area: 0 covers the window, 1 the picture's own
+    // ratio, 2 4:3, 3 16:9. Also lays out the display child again.
+    bool SetImageScaleMode(int nMode);
+    int GetImageScaleMode() const { return m_nDisplayMode; }
+    // Size of the picture area: 1 source size, 2 double, 3 half, 4 a quarter.
+    bool SetDisplayPercentMode(int nMode);
+    int GetDisplayPercentMode() const { return m_nScaleMode; }
+    bool GetSourceSize(int* pnWidth, int* pnHeight);
+    // The picture size of a percent mode (1..4) for a source size; false for other modes.
+    static bool PercentSize(int nMode, int nSrcW, int nSrcH, int* pnWidth, int* pnHeight);
+    // One kind of private data (1, 2, 4, 8, 16 or 32) drawn or not.
+    bool RenderPrivateData(uint nType, bool bOn);
+    uint GetPrivateDataMask() const { return m_dwPrivateDataMask; }
+    bool SetMotionFlow(int nMode);
+    int GetMotionFlow() const { return m_nMotionFlow; }
+
+    // ---- capture (CPlayWndCapture.cpp) ----
+    // Snapshot with its outcome shown on the picture: 0 failed, 1 done,
+    // 2 no space, 3 the file could not be written. nFormat 0 BMP, 1 JPEG.
+    int CapPic(int nFormat, QString strFolder);
+    int CapOnePic(int nFormat, QString strFolder, QString* pstrPath);
+    // Starts or ends continuous capture: nMode 0 every nGap seconds, 1 every
+    // nGap frames; ends by itself after nMaxNum pictures.
+    bool ConCapPic(bool bStart, int nMode, int nGap, int nMaxNum, QString strFolder, int nFormat);
+    bool IsConCapping() const { return m_bConCapping; }
+    // Display thread: offers one shown frame to continuous capture.
+    bool PostConCapData(TAVRIX_DISPLAY_INFO* pstDisplayInfo);
+    // GUI thread: the capture worker failed to write one of this window's pictures.
+    bool OnConCapFail();
+    // The stage's capture worker; null before the worker goes (the display
+    // thread then no longer reaches it).
+    void SetConCapThread(CConCapThread* pThread);
+    // Path of the last snapshot while its line shows on the picture.
+    QString GetCapPath() const;
+
+    // ---- partial zoom (CPlayWndZoom.cpp) ----
+    // The region of the picture shown in the whole window; right and bottom
+    // are exclusive edges, in picture pixels (width times m_nSRWidthFactor).
+    struct ZoomRegion {
+        int nHeight = 0;
+        int nWidth = 0;
+        TAVRIX_RECT rcRegion{0, 0, 0, 0};
+    };
+    bool SetPartZoom(bool bOn);
+    bool IsPartZoom() const { return m_bPartZoom; }
+    ZoomRegion GetZoomRegion(ZoomRegion* pOut = nullptr) const;
+    PartZoomWnd* GetPartZoomWnd() const { return m_pPartZoomWnd; }
 
     // ---- network session (CPlayWndNet.cpp) ----
     // Creates a session and starts its connect on a worker; true once under way.
@@ -243,6 +305,11 @@ public slots:
     bool On_RepeatABTimer();
     // Frame-exact side of the repeat: a shown frame left the range.
     bool On_RepeatABFrameOut(uint nFrame);
+    // Partial zoom (CPlayWndZoom.cpp).
+    bool On_PartZoomReset();
+    bool On_PartZoomRectMove(int nXOffset, int nYOffset);
+    bool On_PartZoomScalePlus();
+    bool On_PartZoomScaleMinus();
 
 protected:
     void timerEvent(QTimerEvent* ev) override;
@@ -251,6 +318,10 @@ protected:
     void mouseMoveEvent(QMouseEvent* ev) override;
     void paintEvent(QPaintEvent* ev) override;
     void resizeEvent(QResizeEvent* ev) override;
+    void mouseReleaseEvent(QMouseEvent* ev) override;
+    void wheelEvent(QWheelEvent* ev) override;
+    void enterEvent(QEnterEvent* ev) override;
+    void leaveEvent(QEvent* ev) override;
 
 private:
     bool GetPortOrReport();
@@ -288,6 +359,39 @@ private:
     bool IsRepeatFrameInside(uint nFrame) const;
     void RestartRefreshTimer();
 
+    // Capture helpers (CPlayWndCapture.cpp). A press on the snapshot's path
+    // line opens its folder; true when the press was taken.
+    bool CapPathClicked(QMouseEvent* ev);
+    // Ends continuous capture (Stop, Close); pictures already taken are still written.
+    void ResetConCap();
+    // The display thread ended a capture (0 count reached, 1 no space): the
+    // GUI thread tells the user.
+    void On_ConCapEndPosted(int nReason);
+    // The snapshot path line is gone (with its text).
+    void ClearCapPath();
+
+    // Partial zoom helpers (CPlayWndZoom.cpp). The mouse handlers answer true
+    // when they took the event.
+    bool ZoomMousePress(QMouseEvent* ev);
+    bool ZoomMouseMove(QMouseEvent* ev);
+    bool ZoomMouseRelease(QMouseEvent* ev);
+    bool ZoomWheel(QWheelEvent* ev);
+    bool ClampZoomPoint(const QPoint& pt, QPoint* pOut);
+    bool ComputeZoomRegion(bool bIn, float fPercent);
+    // One wheel step in or out from the region on view.
+    bool ZoomStep(bool bIn);
+    // Picture size as on view: a quarter turn exchanges the sides.
+    bool ZoomPictureSize(int* pnWidth, int* pnHeight);
+    // Zoom off whatever the play state (Stop, Close).
+    void EndPartZoom();
+    // The zoom cursor over the window, or the default one.
+    void SetZoomCursor(bool bZoom);
+    void UpdateMainWndRegion();
+    bool ShowPartZoomWnd();
+    // Draws the selection (region 0) or the region in the navigator (region 1).
+    void DrawZoomRect0(QPainter* pPainter);
+    void DrawZoomRect1(QPainter* pPainter);
+
     // Network session helpers (CPlayWndNet.cpp).
     void AttachNetOpenLink();
     void DetachNetOpenLink();
@@ -308,8 +412,53 @@ private:
     void RegisterStreamCallbacks(int32_t nPort);
     bool SaveStreamThumb(const char* pBuf, int nSize, const TAVRIX_FRAME_INFO* pFrameInfo);
 
-    // Fields of later features (capture, zoom, fisheye, picture controls) join
-    // the class with those features.
+    // ---- picture controls ----
+    // Mask, motion flow and orientation back to their start values, on the
+    // window and on the port it keeps (ResetPlayState).
+    void ResetPictureControls();
+    int m_nScaleMode = 0;                 // display size percent mode, 0 none set
+    int m_nRotateAngle = -1;              // -1 none, 0 left, 1 right, 2 half a turn
+    uint m_nFlip = 0;                     // mirror bits
+    uint m_dwPrivateDataMask = 63;        // private data kinds drawn
+    int m_nMotionFlow = 0;
+    int m_nSRWidthFactor = 1;             // 2 for fisheye material shown side by side
+    std::atomic<int> m_nInfoTextHeight{0}; // height of the drawn path line; render thread writes
+    std::atomic<bool> m_bShowCapPath{false};
+
+    // ---- capture ----
+    std::vector<char> m_pCapBuf; // snapshot buffer, reused
+    int m_nCapBufSize = 0;
+    std::atomic<bool> m_bConCapping{false};
+    int m_nConCapMode = 0;
+    int m_nConCapGap = 0;
+    int m_nConCapMaxNum = 0;
+    QString m_strConCapFolder;
+    int m_nConCapFormat = 0;
+    // Bytes of this window's pictures that may wait for the worker at once
+    // (each queued picture owns a copy of its frame); a frame that would pass
+    // it is skipped.
+    size_t m_nConCapBufSize = 0;
+    int m_nConCapCount = 0;
+    int m_nConCapFrameGap = -1;
+    int m_nConCapLastStamp = 0;
+    // Guards the settings and counters above between the GUI thread, which
+    // starts a capture, and the display thread, which takes its frames.
+    std::mutex m_mtxConCap;
+    QString m_strCapPath; // guarded by m_mtxShared
+    CConCapThread* m_pConCapThread = nullptr; // written under m_mtxConCap
+
+    // ---- partial zoom ----
+    bool m_bPartZoom = false;
+    ZoomRegion m_stZoomRegion; // read by the draw callbacks without a lock
+    bool m_bZoomDragging = false;
+    QPoint m_ptZoomBegin;
+    QPoint m_ptZoomEnd;
+    PartZoomWnd* m_pPartZoomWnd = nullptr;
+    int m_nZoomWndHideTimer = 0;
+    int m_nZoomRefreshTimer = 0;
+    QString m_strCursorPath;
+    QColor m_clrZoomRect = QColor(255, 0, 0);
+
     int m_nSoundState = -1; // -1 not set since the last reset, 0 off, 1 on
     // A-B repeat points. Written on the GUI thread; the display and file end
     // callbacks read them, hence atomics. With both set the end is not reported.

@@ -10,6 +10,7 @@
 #include <QPainter>
 #include <QStyleOption>
 
+#include "CConCapThread.h"
 #include "CPlayWnd.h"
 #include "OpenInfo.h"
 #include "SkinManager.h"
@@ -35,6 +36,17 @@ CDlgShow::CDlgShow(QWidget* pParent) : QWidget(pParent) {
 }
 
 CDlgShow::~CDlgShow() {
+    // The worker goes first: it may still report on a window.
+    if (m_pConCapThread) {
+        // A window still playing must not post to the worker once it is gone.
+        for (CPlayWnd* pWnd : m_pPlayWnd) {
+            if (pWnd)
+                pWnd->SetConCapThread(nullptr);
+        }
+        m_pConCapThread->StopThread();
+        m_pConCapThread->wait();
+        m_pConCapThread.reset();
+    }
     for (CPlayWnd*& pWnd : m_pPlayWnd) {
         if (!pWnd)
             continue;

@@ -5,6 +5,8 @@
 #include <QString>
 #include <QWidget>
 
+#include <memory>
+
 #include "IObserverBase.h"
 #include "Item_FileInfo.h"
 #include "Tavrix.h"
@@ -13,6 +15,7 @@ class QGridLayout;
 class QImage;
 class QKeyEvent;
 class QMouseEvent;
+class CConCapThread;
 class CPlayWnd;
 struct OpenInfo;
 
@@ -114,6 +117,34 @@ public:
     bool BackPlay(bool bBack);
     bool CloseByFilePath(QString strPath);
 
+    // ---- picture controls of the selected window (CDlgShowPicture.cpp) ----
+    void SetColor(int nBrightness, int nContrast, int nSaturation, int nHue);
+    void GetColor(int* pnBrightness, int* pnContrast, int* pnSaturation, int* pnHue);
+    bool SetRotateAngle(int nAngle);
+    int GetRotateAngle();         // -1 also when missing
+    bool SetFlip(uint nFlip);
+    uint GetFlip();
+    bool SetImageScaleMode(int nMode);
+    int GetImageScaleMode();      // -1 when missing
+    bool SetDisplayPercentMode(int nMode);
+    int GetDisplayPercentMode();  // -1 when missing
+    bool RenderPrivateData(int i, uint nType, bool bOn);
+    uint GetPrivateDataMask();    // 0 when missing
+    bool SetMotionFlow(int nMode);
+    int GetMotionFlow();          // -1 when missing
+    bool SetPartZoom(bool bOn);
+    bool IsPartZoom();
+
+    // ---- capture (CDlgShowCapture.cpp) ----
+    // Snapshot of the selected window: its result (0 failed, 1 done, 2 no
+    // space, 3 write failed).
+    int CapOnePic(int nFormat, QString strFolder);
+    // Starts (or with bStart false ends) continuous capture of the selected
+    // window; the worker starts with the first capture.
+    bool StartConCap(bool bStart, int nMode, int nGap, int nMaxNum, QString strFolder, int nSaveType);
+    bool IsConCapping(); // of the selected window
+    CConCapThread* GetConCapThread() const { return m_pConCapThread.get(); }
+
     // IObserverBase: the skin notice.
     void SkinChanged() override;
 
@@ -145,6 +176,8 @@ public slots:
     bool On_MousePressEvent(QMouseEvent* ev);
     bool On_MouseMoveEvent(QMouseEvent* ev);
     bool On_Update();
+    // The capture worker failed to write a picture of window nSubWndIndex.
+    bool On_ConCapPicFail(int nSubWndIndex);
 
 protected:
     void mousePressEvent(QMouseEvent* ev) override;
@@ -172,4 +205,7 @@ private:
     QColor m_clrWndBorder = QColor(60, 60, 60);
     QColor m_clrSelWndBorder = QColor(0, 160, 230);
     QString m_strVolumeUpKeyText;
+    // One capture worker serves all windows; it runs from the first
+    // continuous capture until the stage goes.
+    std::unique_ptr<CConCapThread> m_pConCapThread;
 };
