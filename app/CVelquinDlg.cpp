@@ -1239,8 +1239,7 @@ bool CVelquinDlg::ReplayWnd(int nWnd) {
         m_pDlgShow->SetVolume(nWnd, true, m_nVolume, false);
     else
         m_pDlgShow->SetVolume(nWnd, false, 0, false);
-    // The replay keeps the turn and the private data choices.
-    m_pDlgShow->SetRotateAngle(m_pDlgShow->GetRotateAngle());
+    // Stop put the private data back to all kinds; the replay keeps the choices.
     ApplyPrivateDataMask(nWnd);
     if (nWnd == m_pDlgShow->GetSelWndIndex())
         On_UpdateCtrlsState();

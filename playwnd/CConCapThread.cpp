@@ -55,7 +55,8 @@ bool CConCapThread::StopThread() {
 
 void CConCapThread::run() {
     qInfo() << "CConCapThread Start";
-    m_bStop = false;
+    // m_bStop is not cleared here: a stop asked for before the thread got
+    // going must still end it (the worker is started once per stage).
     while (!m_bStop) {
         std::unique_ptr<CConCapNode> pNode;
         if (!m_lstNode.PopNode(&pNode, kIdleWaitMs))

@@ -13,6 +13,7 @@
 #include <QUrl>
 
 #include <algorithm>
+#include <mutex>
 
 #include "CConCapThread.h"
 #include "CLanguageParser.h"
@@ -37,8 +38,21 @@ QString CapText(const char* szKey, const char* szDefault) {
 }
 
 // Local time to the millisecond, so names sort in the order they were taken.
+// Two pictures in one millisecond (two windows capturing into one folder)
+// would share a name and the second would replace the first: a later one
+// takes the next free millisecond instead, so no picture is lost.
 QString CapFileName(int nFormat) {
-    const QDateTime now = QDateTime::currentDateTime();
+    static std::mutex s_mtx;
+    static qint64 s_nLastMs = 0;
+    QDateTime now = QDateTime::currentDateTime();
+    {
+        std::lock_guard<std::mutex> lock(s_mtx);
+        qint64 nMs = now.toMSecsSinceEpoch();
+        if (nMs <= s_nLastMs)
+            nMs = s_nLastMs + 1;
+        s_nLastMs = nMs;
+        now = QDateTime::fromMSecsSinceEpoch(nMs);
+    }
     const QDate d = now.date();
     const QTime t = now.time();
     const char* szFormat = nFormat == 0 ? "picture%04d%02d%02d_%02d%02d%02d%03d.bmp"
@@ -246,6 +260,17 @@ void CPlayWnd::SetConCapThread(CConCapThread* pThread) {
 bool CPlayWnd::PostConCapData(TAVRIX_DISPLAY_INFO* pstDisplayInfo) {
     if (!pstDisplayInfo || !CConCapThread::IsValidFrame(pstDisplayInfo))
         return false;
+    // The disk query may take long on a slow or network folder: it runs
+    // without the lock that Stop and Close take on the GUI thread.
+    QString strFolder;
+    {
+        std::lock_guard<std::mutex> lock(m_mtxConCap);
+        if (!m_pConCapThread || !m_bConCapping)
+            return false;
+        strFolder = m_strConCapFolder;
+    }
+    unsigned long long nFree = 0;
+    const bool bFreeKnown = CPlayHelper::GetDiskFreeSpaceW(strFolder, &nFree);
     std::lock_guard<std::mutex> lock(m_mtxConCap);
     if (!m_pConCapThread || !m_bConCapping)
         return false;
@@ -262,8 +287,7 @@ bool CPlayWnd::PostConCapData(TAVRIX_DISPLAY_INFO* pstDisplayInfo) {
         return true;
     }
 
-    unsigned long long nFree = 0;
-    if (!CPlayHelper::GetDiskFreeSpaceW(m_strConCapFolder, &nFree)) {
+    if (!bFreeKnown) {
         qDebug("CPlayWnd::PostConCapData GetDiskFreeSpace fail");
         return false;
     }

@@ -12,8 +12,8 @@ FramePtr MotionBlender::BlendYuv420(const AVFrame* pFrom, const AVFrame* pTo, in
     pOut->format = AV_PIX_FMT_YUV420P;
     pOut->width = pFrom->width;
     pOut->height = pFrom->height;
-    if (av_frame_get_buffer(pOut.get(), 0) < 0) {
-        return nullptr;
+    if (av_frame_get_buffer(pOut.get(), 0) < 0 || av_frame_copy_props(pOut.get(), pFrom) < 0) {
+        return nullptr; // (the colour range and space come with the properties)
     }
     // (a * (256 - w) + b * w + 128) >> 8: a rounded weighted mean in integers.
     const int nKeep = 256 - nWeight;

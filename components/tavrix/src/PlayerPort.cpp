@@ -179,6 +179,7 @@ void PlayerPort::CloseFileLocked() {
     m_pReverse.reset();
     m_pIndex.reset(); // aborts a scan under way and joins its thread
     DropOverlays();
+    m_pSnapshots->Forget(); // no snapshot of a file that is closed
     m_pDemuxer.reset();
     {
         std::lock_guard<std::mutex> lockInfo(m_mtxInfo);

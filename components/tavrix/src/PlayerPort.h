@@ -134,7 +134,9 @@ public:
     bool SetFlip(uint32_t nFlip);
     bool SetMotionFlow(uint32_t nMode);
     bool AdjustWaveAudio(int nCoefficient);
-    uint32_t LateFrames() const { return m_readings.nLateFrames.load(); }
+    uint32_t LateFrames() const {
+        return m_bLivePort.load() ? m_streamCounters.nLateFrames.load() : m_readings.nLateFrames.load();
+    }
     bool Snapshot(SnapshotEncoder::Format format, char* pBuf, uint32_t nBufSize, uint32_t* pnSize);
 
     // Display regions and private data (PlayerPortRegions.cpp). Any thread;

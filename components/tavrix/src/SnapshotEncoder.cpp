@@ -17,8 +17,35 @@ extern "C" {
 }
 
 namespace tavrix {
+namespace {
+
+// The process's file creation mask, read without changing it: setting it to
+// read it would leave another thread's files open to all for a moment.
+mode_t ProcessUmask() {
+    static const mode_t s_nMask = [] {
+        mode_t nMask = 022;
+        if (FILE* pStatus = std::fopen("/proc/self/status", "r")) {
+            char szLine[256];
+            while (std::fgets(szLine, sizeof(szLine), pStatus) != nullptr) {
+                unsigned int nValue = 0;
+                if (std::sscanf(szLine, "Umask: %o", &nValue) == 1) {
+                    nMask = static_cast<mode_t>(nValue);
+                    break;
+                }
+            }
+            std::fclose(pStatus);
+        }
+        return nMask;
+    }();
+    return s_nMask;
+}
+
+} // namespace
 
 void SnapshotEncoder::Keep(const AVFrame* pPicture, uint32_t nFrameNum, std::atomic<uint32_t>* pnCounter) {
+    if (pPicture == nullptr) {
+        return;
+    }
     FramePtr pRef = MakeFrame();
     if (pRef && pPicture != nullptr && av_frame_ref(pRef.get(), pPicture) < 0) {
         pRef.reset();
@@ -223,9 +250,12 @@ bool SnapshotEncoder::WriteFileAtomically(const std::string& strUtf8Path,
     }
     int nErrno = bOk ? 0 : errno;
     // mkstemp makes the file readable by its owner only; a picture is for anyone the umask allows.
-    const mode_t nMask = umask(0);
-    umask(nMask);
-    if (bOk && fchmod(nFd, 0666 & ~nMask) != 0) {
+    if (bOk && fchmod(nFd, 0666 & ~ProcessUmask()) != 0) {
+        nErrno = errno;
+        bOk = false;
+    }
+    // On disk before the rename: after a crash the name holds the whole picture or nothing.
+    if (bOk && fsync(nFd) != 0) {
         nErrno = errno;
         bOk = false;
     }

@@ -235,6 +235,8 @@ void VideoRenderer::Run() {
         if (m_bPaused != bClockPaused) {
             bClockPaused = m_bPaused;
             bClockPaused ? m_clock.Pause(now) : m_clock.Resume(now);
+            // In-between pictures count from the resume, not from before the pause.
+            m_tLastShown = now;
             continue;
         }
         if (m_nSpeedStep != m_clock.SpeedStep()) {
@@ -295,6 +297,7 @@ void VideoRenderer::Run() {
             // The first picture after a jump, or a single step, sets the clock.
             m_bResetClock = false;
             m_clock.Rebase(front.nClockUs, now);
+            m_tLastShown = now;
         }
         bool bToWindow = m_pSink != nullptr;
         if (m_bRealTime && !bStep) {
@@ -424,8 +427,11 @@ void VideoRenderer::PresentInBetween(std::chrono::steady_clock::time_point tDue,
         PrepareShown(next);
         const int nWeight = static_cast<int>(nDoneUs * 256 / nSpanUs);
         VideoFrame blend;
-        blend.pFrame = m_blender.Blend(m_pLast->Picture(), next.Picture(), nWeight);
-        if (blend.pFrame) {
+        // The blend is of pictures the settings have made already: it is the
+        // shown picture, so the overlays follow its rotation and flips.
+        blend.pShown = m_blender.Blend(m_pLast->Picture(), next.Picture(), nWeight);
+        blend.pFrame = MakeFrame();
+        if (blend.pShown && blend.pFrame && av_frame_ref(blend.pFrame.get(), m_pLast->pFrame.get()) >= 0) {
             // Already as the settings make it: marked so nothing applies them again.
             blend.nShownSerial = m_pLast->nShownSerial;
             blend.nShownRotate = m_pLast->nShownRotate;
