@@ -36,18 +36,16 @@ public:
         m_nav.show();
     }
     ~RegionPort() {
-        if (m_nPort >= 0) {
+        if (m_nPort >= 0)
             Tavrix_FreePort(m_nPort);
-        }
     }
 
     bool Open(const QString& strPath) {
         if (!Tavrix_GetPort(&m_nPort) || !m_index.Register(m_nPort) ||
             !Tavrix_RegisterDrawFunEx(m_nPort, 0, &RegionPort::OnDraw0, this) ||
             !Tavrix_RegisterDrawFunEx(m_nPort, 1, &RegionPort::OnDraw1, this) ||
-            !Tavrix_SetDisplayCallBackEx(m_nPort, &RegionPort::OnDisplay, this)) {
+            !Tavrix_SetDisplayCallBackEx(m_nPort, &RegionPort::OnDisplay, this))
             return false;
-        }
         return Tavrix_OpenFile(m_nPort, QFile::encodeName(strPath).constData()) &&
                Tavrix_Play(m_nPort, static_cast<uintptr_t>(m_wnd.winId())) && Tavrix_Pause(m_nPort, 1) &&
                m_index.Wait(kTimeoutMs);
@@ -61,12 +59,9 @@ public:
             std::lock_guard<std::mutex> lock(m_mtx);
             m_nShownFrame = -1;
         }
-        if (!Tavrix_SetCurrentFrameNum(m_nPort, nFrame)) {
+        if (!Tavrix_SetCurrentFrameNum(m_nPort, nFrame) ||
+            !QTest::qWaitFor([&] { return Shown() == int64_t{nFrame}; }, kTimeoutMs))
             return QImage();
-        }
-        if (!QTest::qWaitFor([&] { return Shown() == int64_t{nFrame}; }, kTimeoutMs)) {
-            return QImage();
-        }
         return Fresh();
     }
 
@@ -74,13 +69,10 @@ public:
     // before the call are in it.
     QImage Fresh(int nRegion = 0) {
         const int nBefore = Count(nRegion);
-        if (!Tavrix_RefreshPlayEx(m_nPort, static_cast<uint32_t>(nRegion))) {
-            return QImage();
-        }
         // The GUI thread keeps serving events meanwhile: presenting may need it.
-        if (!QTest::qWaitFor([&] { return Count(nRegion) > nBefore; }, kTimeoutMs)) {
+        if (!Tavrix_RefreshPlayEx(m_nPort, static_cast<uint32_t>(nRegion)) ||
+            !QTest::qWaitFor([&] { return Count(nRegion) > nBefore; }, kTimeoutMs))
             return QImage();
-        }
         std::lock_guard<std::mutex> lock(m_mtx);
         return m_img[nRegion];
     }
@@ -129,17 +121,15 @@ bool SameIn(const QImage& a, const QImage& b, const QRect& rc) {
 
 // Mean absolute difference per channel of two RGB32 pictures of one size.
 double MeanDiff(const QImage& a, const QImage& b) {
-    if (a.size() != b.size() || a.isNull()) {
+    if (a.size() != b.size() || a.isNull())
         return 1e9;
-    }
     double dSum = 0;
     for (int y = 0; y < a.height(); ++y) {
         const QRgb* pa = reinterpret_cast<const QRgb*>(a.constScanLine(y));
         const QRgb* pb = reinterpret_cast<const QRgb*>(b.constScanLine(y));
-        for (int x = 0; x < a.width(); ++x) {
+        for (int x = 0; x < a.width(); ++x)
             dSum += std::abs(qRed(pa[x]) - qRed(pb[x])) + std::abs(qGreen(pa[x]) - qGreen(pb[x])) +
                     std::abs(qBlue(pa[x]) - qBlue(pb[x]));
-        }
     }
     return dSum / (3.0 * a.width() * a.height());
 }

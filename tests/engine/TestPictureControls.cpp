@@ -242,7 +242,6 @@ void TestPictureControls::snapshotsAndFilesMatchTheDecoder() {
     QCOMPARE(nW, kWidth);
     QCOMPARE(nH, kHeight);
     const QByteArray truth = ToolPicture("h264_aac.mp4", int(nFrame), QString(), "bgr24");
-    QCOMPARE(truth.size(), pixels.size());
     QVERIFY2(pixels == truth, qPrintable(QString("max difference %1").arg(MaxDiff(pixels, truth))));
 
     // JPEG: a baseline image close to the BMP.
@@ -250,7 +249,6 @@ void TestPictureControls::snapshotsAndFilesMatchTheDecoder() {
     QVERIFY(jpeg.startsWith("\xFF\xD8"));
     const double dPsnr = Psnr(ToolDecodeJpeg(jpeg, m_dir.path()), pixels);
     QVERIFY2(dPsnr >= 40.0, qPrintable(QString("PSNR %1 dB").arg(dPsnr)));
-    qInfo("JPEG snapshot: %lld bytes, %.1f dB from the BMP", static_cast<long long>(jpeg.size()), dPsnr);
 
     // Picture files from the display callback's YV12: the same conversion as
     // the snapshot, and nothing at all where the folder is missing.

@@ -83,13 +83,11 @@ void TestSpeed::initTestCase() {
     QVERIFY(m_dir.isValid());
     m_strClip = m_dir.filePath("long.mp4");
     QProcess ffmpeg;
-    ffmpeg.start("ffmpeg", {"-hide_banner", "-loglevel", "error",
-                            "-nostdin",     "-y",        "-f",
-                            "lavfi",        "-i",        "testsrc2=size=160x120:rate=25:duration=180",
-                            "-c:v",         "libx264",   "-preset",
-                            "ultrafast",    "-g",        "25",
-                            "-bf",          "2",         "-pix_fmt",
-                            "yuv420p",      m_strClip});
+    ffmpeg.start("ffmpeg", QString("-hide_banner -loglevel error -nostdin -y -f lavfi -i "
+                                   "testsrc2=size=160x120:rate=25:duration=180 -c:v libx264 -preset ultrafast "
+                                   "-g 25 -bf 2 -pix_fmt yuv420p")
+                                   .split(' ')
+                               << m_strClip);
     QVERIFY(ffmpeg.waitForFinished(60000));
     QCOMPARE(ffmpeg.exitCode(), 0);
 }
@@ -126,11 +124,7 @@ void TestSpeed::playedTimeFollowsSpeed() {
     const double dRatio = dPlayedMs / dWallMs;
     const double dWanted = step >= 0 ? double(1 << step) : 1.0 / double(1 << -step);
     QVERIFY2(qAbs(dRatio - dWanted) <= kTolerance * dWanted,
-             qPrintable(QString("played %1 ms in %2 ms, ratio %3, wanted %4")
-                            .arg(dPlayedMs)
-                            .arg(dWallMs)
-                            .arg(dRatio)
-                            .arg(dWanted)));
+             qPrintable(QString("played %1 ms in %2 ms, wanted ratio %3").arg(dPlayedMs).arg(dWallMs).arg(dWanted)));
 }
 
 void TestSpeed::ladderEndsAndNeedsPlay() {

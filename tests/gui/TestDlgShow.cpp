@@ -36,215 +36,201 @@ class TestDlgShow : public QObject {
     Q_OBJECT
 
 private slots:
-    void layoutCountResetsSelectionOutside();
-    void layoutCountRefusesBadCounts();
-    void doubleClickOneWindowAsksFullScreen();
-    void doubleClickNineWindowsMaximisesAndRestores();
-    void closeByFilePathTakesEitherSeparator();
-    void aggregateStateFollowsSelection();
-    void pauseAllToggleRestoresExactlyThePlaying();
-};
+    void layoutCountResetsSelectionOutside() {
+        CDlgShow stage;
+        stage.resize(600, 450);
+        stage.show();
+        QVERIFY(stage.SetPlayWndNum(9));
+        QCOMPARE(VisibleWnds(stage), Range(9));
 
-void TestDlgShow::layoutCountResetsSelectionOutside() {
-    CDlgShow stage;
-    stage.resize(600, 450);
-    stage.show();
-    QVERIFY(stage.SetPlayWndNum(9));
-    QCOMPARE(VisibleWnds(stage), Range(9));
+        // Selection 3 of 9 lies inside a 4-window layout and stays.
+        QVERIFY(stage.On_ChangeSelWnd(3));
+        QSignalSpy spySel(&stage, &CDlgShow::Sig_ChangeSelWnd);
+        QVERIFY(stage.SetPlayWndNum(4));
+        QCOMPARE(stage.GetSelWndIndex(), 3);
+        QCOMPARE(spySel.count(), 0);
+        QCOMPARE(VisibleWnds(stage), Range(4));
 
-    // Selection 3 of 9 lies inside a 4-window layout and stays.
-    QVERIFY(stage.On_ChangeSelWnd(3));
-    QSignalSpy spySel(&stage, &CDlgShow::Sig_ChangeSelWnd);
-    QVERIFY(stage.SetPlayWndNum(4));
-    QCOMPARE(stage.GetSelWndIndex(), 3);
-    QCOMPARE(spySel.count(), 0);
-    QCOMPARE(VisibleWnds(stage), Range(4));
+        // Selection 5 of 9 does not: it goes back to 0, announced before the relayout.
+        QVERIFY(stage.SetPlayWndNum(9));
+        QVERIFY(stage.On_ChangeSelWnd(5));
+        spySel.clear();
+        QSignalSpy spyCtrl(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
+        QVERIFY(stage.SetPlayWndNum(4));
+        QCOMPARE(stage.GetSelWndIndex(), 0);
+        QCOMPARE(spySel.count(), 1);
+        QCOMPARE(spySel.at(0).at(0).toInt(), 0);
+        QCOMPARE(spyCtrl.count(), 1);
+        QCOMPARE(stage.GetPlayWndNum(), 4);
 
-    // Selection 5 of 9 does not: it goes back to 0, announced before the relayout.
-    QVERIFY(stage.SetPlayWndNum(9));
-    QVERIFY(stage.On_ChangeSelWnd(5));
-    spySel.clear();
-    QSignalSpy spyCtrl(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
-    QVERIFY(stage.SetPlayWndNum(4));
-    QCOMPARE(stage.GetSelWndIndex(), 0);
-    QCOMPARE(spySel.count(), 1);
-    QCOMPARE(spySel.at(0).at(0).toInt(), 0);
-    QCOMPARE(spyCtrl.count(), 1);
-    QCOMPARE(stage.GetPlayWndNum(), 4);
-
-    // A click outside the layout cannot select a hidden window.
-    QVERIFY(!stage.On_ChangeSelWnd(7));
-    QCOMPARE(stage.GetSelWndIndex(), 0);
-}
-
-void TestDlgShow::layoutCountRefusesBadCounts() {
-    CDlgShow stage;
-    stage.show();
-    QVERIFY(stage.SetPlayWndNum(9));
-    QVERIFY(stage.On_ChangeSelWnd(8));
-    QSignalSpy spySel(&stage, &CDlgShow::Sig_ChangeSelWnd);
-    QSignalSpy spyCtrl(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
-    QSignalSpy spyUpdate(&stage, &CDlgShow::Sig_Update);
-    for (int nNum : {9, 2, 0, -4, 3, 17, 25}) {
-        QVERIFY2(!stage.SetPlayWndNum(nNum), qPrintable(QString::number(nNum)));
+        // A click outside the layout cannot select a hidden window.
+        QVERIFY(!stage.On_ChangeSelWnd(7));
+        QCOMPARE(stage.GetSelWndIndex(), 0);
     }
-    QCOMPARE(stage.GetPlayWndNum(), 9);
-    QCOMPARE(stage.GetSelWndIndex(), 8);
-    QCOMPARE(spySel.count(), 0);
-    QCOMPARE(spyCtrl.count(), 0);
-    QCOMPARE(spyUpdate.count(), 0);
-    QCOMPARE(VisibleWnds(stage), Range(9));
 
-    // Bad indexes answer the neutral values.
-    QCOMPARE(stage.GetPlayState(-1), 0);
-    QCOMPARE(stage.GetPlayState(16), 0);
-    QCOMPARE(stage.GetOpenMode(99), 0);
-    QVERIFY(stage.GetWndFilePath(16).isEmpty());
-    QCOMPARE(stage.GetFileTime(-2), 0u);
-    QVERIFY(!stage.Stop(16));
-    QVERIFY(!stage.Play(-1));
-    QVERIFY(!stage.SetVolume(16, true, 50, false));
-    QVERIFY(stage.GetPlayWnd(16) == nullptr);
-    OpenInfo info = FileInfo(Clip("h264_aac.mp4"));
-    QVERIFY(!stage.OpenFileInWnd(16, &info));
-    QVERIFY(!stage.OpenFileInWnd(0, nullptr));
-}
+    void layoutCountRefusesBadCounts() {
+        CDlgShow stage;
+        stage.show();
+        QVERIFY(stage.SetPlayWndNum(9));
+        QVERIFY(stage.On_ChangeSelWnd(8));
+        QSignalSpy spySel(&stage, &CDlgShow::Sig_ChangeSelWnd);
+        QSignalSpy spyCtrl(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
+        QSignalSpy spyUpdate(&stage, &CDlgShow::Sig_Update);
+        for (int nNum : {9, 2, 0, -4, 3, 17, 25}) {
+            QVERIFY2(!stage.SetPlayWndNum(nNum), qPrintable(QString::number(nNum)));
+        }
+        QCOMPARE(stage.GetPlayWndNum(), 9);
+        QCOMPARE(stage.GetSelWndIndex(), 8);
+        QCOMPARE(spySel.count(), 0);
+        QCOMPARE(spyCtrl.count(), 0);
+        QCOMPARE(spyUpdate.count(), 0);
+        QCOMPARE(VisibleWnds(stage), Range(9));
 
-void TestDlgShow::doubleClickOneWindowAsksFullScreen() {
-    CDlgShow stage;
-    stage.resize(320, 240);
-    stage.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&stage));
-    QSignalSpy spyDbl(&stage, &CDlgShow::Sig_DbClickPlayWnd);
+        // Bad indexes answer the neutral values.
+        QCOMPARE(stage.GetPlayState(-1), 0);
+        QVERIFY(!stage.Play(16));
+        QVERIFY(stage.GetPlayWnd(16) == nullptr);
+        OpenInfo info = FileInfo(Clip("h264_aac.mp4"));
+        QVERIFY(!stage.OpenFileInWnd(16, &info));
+        QVERIFY(!stage.OpenFileInWnd(0, nullptr));
+    }
 
-    QTest::mouseDClick(stage.GetPlayWnd(0), Qt::LeftButton);
-    QCOMPARE(spyDbl.count(), 1);
-    QCOMPARE(spyDbl.at(0).at(0).toInt(), 0);
-    QVERIFY(!stage.IsMaxWnd());
-    QCOMPARE(VisibleWnds(stage), Range(1));
-    // In the one-window layout the window fills the stage: no margin.
-    QCOMPARE(stage.GetPlayWnd(0)->geometry(), stage.rect());
-}
+    void doubleClickOneWindowAsksFullScreen() {
+        CDlgShow stage;
+        stage.resize(320, 240);
+        stage.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&stage));
+        QSignalSpy spyDbl(&stage, &CDlgShow::Sig_DbClickPlayWnd);
 
-void TestDlgShow::doubleClickNineWindowsMaximisesAndRestores() {
-    CDlgShow stage;
-    stage.resize(600, 450);
-    stage.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&stage));
-    QVERIFY(stage.SetPlayWndNum(9));
-    QSignalSpy spyDbl(&stage, &CDlgShow::Sig_DbClickPlayWnd);
-    QSignalSpy spySel(&stage, &CDlgShow::Sig_ChangeSelWnd);
+        QTest::mouseDClick(stage.GetPlayWnd(0), Qt::LeftButton);
+        QCOMPARE(spyDbl.count(), 1);
+        QCOMPARE(spyDbl.at(0).at(0).toInt(), 0);
+        QVERIFY(!stage.IsMaxWnd());
+        QCOMPARE(VisibleWnds(stage), Range(1));
+        // In the one-window layout the window fills the stage: no margin.
+        QCOMPARE(stage.GetPlayWnd(0)->geometry(), stage.rect());
+    }
 
-    QTest::mouseDClick(stage.GetPlayWnd(5), Qt::LeftButton);
-    QCOMPARE(stage.GetSelWndIndex(), 5);
-    QVERIFY(stage.IsMaxWnd());
-    QCOMPARE(VisibleWnds(stage), QList<int>{5});
-    QCOMPARE(spySel.count(), 1);
-    QCOMPARE(spyDbl.count(), 0); // full screen is for the one-window layout only
-    QTRY_VERIFY(stage.GetPlayWnd(5)->width() > stage.width() / 2);
+    void doubleClickNineWindowsMaximisesAndRestores() {
+        CDlgShow stage;
+        stage.resize(600, 450);
+        stage.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&stage));
+        QVERIFY(stage.SetPlayWndNum(9));
+        QSignalSpy spyDbl(&stage, &CDlgShow::Sig_DbClickPlayWnd);
+        QSignalSpy spySel(&stage, &CDlgShow::Sig_ChangeSelWnd);
 
-    // A click on the maximised window changes nothing.
-    QTest::mouseClick(stage.GetPlayWnd(5), Qt::LeftButton);
-    QCOMPARE(spySel.count(), 1);
+        QTest::mouseDClick(stage.GetPlayWnd(5), Qt::LeftButton);
+        QCOMPARE(stage.GetSelWndIndex(), 5);
+        QVERIFY(stage.IsMaxWnd());
+        QCOMPARE(VisibleWnds(stage), QList<int>{5});
+        QCOMPARE(spySel.count(), 1);
+        QCOMPARE(spyDbl.count(), 0); // full screen is for the one-window layout only
+        QTRY_VERIFY(stage.GetPlayWnd(5)->width() > stage.width() / 2);
 
-    QTest::mouseDClick(stage.GetPlayWnd(5), Qt::LeftButton);
-    QVERIFY(!stage.IsMaxWnd());
-    QCOMPARE(stage.GetSelWndIndex(), 5);
-    QCOMPARE(VisibleWnds(stage), Range(9));
-    QTRY_VERIFY(stage.GetPlayWnd(5)->width() < stage.width() / 2);
-}
+        // A click on the maximised window changes nothing.
+        QTest::mouseClick(stage.GetPlayWnd(5), Qt::LeftButton);
+        QCOMPARE(spySel.count(), 1);
 
-void TestDlgShow::closeByFilePathTakesEitherSeparator() {
-    CDlgShow stage;
-    QVERIFY(stage.SetPlayWndNum(4));
-    const QString strClip = Clip("h264_aac.mp4");
-    const QString strOther = Clip("mpeg4.mp4");
+        QTest::mouseDClick(stage.GetPlayWnd(5), Qt::LeftButton);
+        QVERIFY(!stage.IsMaxWnd());
+        QCOMPARE(stage.GetSelWndIndex(), 5);
+        QCOMPARE(VisibleWnds(stage), Range(9));
+        QTRY_VERIFY(stage.GetPlayWnd(5)->width() < stage.width() / 2);
+    }
 
-    OpenInfo info = FileInfo(strClip);
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QVERIFY(stage.OpenFileInWnd(3, &info));
-    // Window 12 lies outside the layout and is still closed.
-    QVERIFY(stage.OpenFileInWnd(12, &info));
-    QVERIFY(stage.GetPlayWnd(12)->Pause());
-    // Opened but not started: left alone.
-    QVERIFY(stage.GetPlayWnd(2)->Open(&info));
-    OpenInfo infoOther = FileInfo(strOther);
-    QVERIFY(stage.OpenFileInWnd(1, &infoOther));
+    void closeByFilePathTakesEitherSeparator() {
+        CDlgShow stage;
+        QVERIFY(stage.SetPlayWndNum(4));
+        const QString strClip = Clip("h264_aac.mp4");
+        const QString strOther = Clip("mpeg4.mp4");
 
-    QSignalSpy spyCtrl(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
-    QString strBackslashed = strClip;
-    strBackslashed.replace('/', '\\');
-    QVERIFY(stage.CloseByFilePath(strBackslashed));
-    QCOMPARE(stage.GetPlayState(0), 0);
-    QCOMPARE(stage.GetPlayState(3), 0);
-    QCOMPARE(stage.GetPlayState(12), 0);
-    QCOMPARE(stage.GetPlayState(2), 4);
-    QCOMPARE(stage.GetPlayState(1), 1);
-    QCOMPARE(stage.GetWndFilePath(1), QDir::toNativeSeparators(strOther));
-    QCOMPARE(spyCtrl.count(), 1);
+        OpenInfo info = FileInfo(strClip);
+        QVERIFY(stage.OpenFileInWnd(0, &info));
+        QVERIFY(stage.OpenFileInWnd(3, &info));
+        // Window 12 lies outside the layout and is still closed.
+        QVERIFY(stage.OpenFileInWnd(12, &info));
+        QVERIFY(stage.GetPlayWnd(12)->Pause());
+        // Opened but not started: left alone.
+        QVERIFY(stage.GetPlayWnd(2)->Open(&info));
+        OpenInfo infoOther = FileInfo(strOther);
+        QVERIFY(stage.OpenFileInWnd(1, &infoOther));
 
-    // Nothing to close: still true, nothing announced.
-    QVERIFY(stage.CloseByFilePath(Clip("no_such_clip.mp4")));
-    QCOMPARE(spyCtrl.count(), 1);
-    QCOMPARE(stage.GetPlayState(1), 1);
-}
+        QSignalSpy spyCtrl(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
+        QString strBackslashed = strClip;
+        strBackslashed.replace('/', '\\');
+        QVERIFY(stage.CloseByFilePath(strBackslashed));
+        QCOMPARE(stage.GetPlayState(0), 0);
+        QCOMPARE(stage.GetPlayState(3), 0);
+        QCOMPARE(stage.GetPlayState(12), 0);
+        QCOMPARE(stage.GetPlayState(2), 4);
+        QCOMPARE(stage.GetPlayState(1), 1);
+        QCOMPARE(stage.GetWndFilePath(1), QDir::toNativeSeparators(strOther));
+        QCOMPARE(spyCtrl.count(), 1);
 
-void TestDlgShow::aggregateStateFollowsSelection() {
-    CDlgShow stage;
-    QVERIFY(stage.SetPlayWndNum(4));
-    OpenInfo info = FileInfo(Clip("hevc.mkv"));
-    QVERIFY(stage.OpenFileInWnd(2, &info));
+        // Nothing to close: still true, nothing announced.
+        QVERIFY(stage.CloseByFilePath(Clip("no_such_clip.mp4")));
+        QCOMPARE(spyCtrl.count(), 1);
+        QCOMPARE(stage.GetPlayState(1), 1);
+    }
 
-    QCOMPARE(stage.GetPlayState(), 0); // window 0 is empty
-    QVERIFY(!stage.PlayOrPause());     // nothing to play there
-    QVERIFY(stage.On_ChangeSelWnd(2));
-    QCOMPARE(stage.GetPlayState(), 1);
-    QCOMPARE(stage.GetSelWndFilePath(), QDir::toNativeSeparators(Clip("hevc.mkv")));
+    void aggregateStateFollowsSelection() {
+        CDlgShow stage;
+        QVERIFY(stage.SetPlayWndNum(4));
+        OpenInfo info = FileInfo(Clip("hevc.mkv"));
+        QVERIFY(stage.OpenFileInWnd(2, &info));
 
-    QVERIFY(stage.PlayOrPause());
-    QCOMPARE(stage.GetPlayState(), 2);
-    QCOMPARE(stage.GetPlayState(2), 2);
-    QVERIFY(stage.PlayOrPause());
-    QCOMPARE(stage.GetPlayState(), 1);
-    QVERIFY(stage.SyncStop());
-    QCOMPARE(stage.GetPlayState(), 3);
-    QCOMPARE(stage.GetPlayedTime(), 0u);
-    // A stopped window plays again from the stage.
-    QVERIFY(stage.PlayOrPause());
-    QCOMPARE(stage.GetPlayState(), 1);
-    QVERIFY(!stage.Play(2)); // already playing
-}
+        QCOMPARE(stage.GetPlayState(), 0); // window 0 is empty
+        QVERIFY(!stage.PlayOrPause());     // nothing to play there
+        QVERIFY(stage.On_ChangeSelWnd(2));
+        QCOMPARE(stage.GetPlayState(), 1);
+        QCOMPARE(stage.GetSelWndFilePath(), QDir::toNativeSeparators(Clip("hevc.mkv")));
 
-void TestDlgShow::pauseAllToggleRestoresExactlyThePlaying() {
-    CDlgShow stage;
-    QVERIFY(stage.SetPlayWndNum(9));
-    OpenInfo info = FileInfo(Clip("mpeg4.mp4"));
-    for (int i : {0, 1, 2, 3})
-        QVERIFY(stage.OpenFileInWnd(i, &info));
-    QVERIFY(stage.GetPlayWnd(3)->Pause());     // paused by hand
-    QVERIFY(stage.GetPlayWnd(4)->Open(&info)); // opened, not started
-    // Window 10 is hidden by the layout and still playing: it pauses too.
-    QVERIFY(stage.OpenFileInWnd(10, &info));
+        QVERIFY(stage.PlayOrPause());
+        QCOMPARE(stage.GetPlayState(), 2);
+        QCOMPARE(stage.GetPlayState(2), 2);
+        QVERIFY(stage.PlayOrPause());
+        QCOMPARE(stage.GetPlayState(), 1);
+        QVERIFY(stage.SyncStop());
+        QCOMPARE(stage.GetPlayState(), 3);
+        QCOMPARE(stage.GetPlayedTime(), 0u);
+        // A stopped window plays again from the stage.
+        QVERIFY(stage.PlayOrPause());
+        QCOMPARE(stage.GetPlayState(), 1);
+        QVERIFY(!stage.Play(2)); // already playing
+    }
 
-    QSignalSpy spyCtrl(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
-    QVERIFY(stage.PauseAllToggle());
-    for (int i : {0, 1, 2, 3, 10})
-        QCOMPARE(stage.GetPlayState(i), 2);
-    QCOMPARE(stage.GetPlayState(4), 4);
-    QCOMPARE(stage.GetPlayState(5), 0);
-    const uint nPausedAt = stage.GetPlayWnd(0)->GetCurrentFrameNum();
-    const uint nLast = stage.GetPlayWnd(0)->GetFileTotalFrames() - 1;
+    void pauseAllToggleRestoresExactlyThePlaying() {
+        CDlgShow stage;
+        QVERIFY(stage.SetPlayWndNum(9));
+        OpenInfo info = FileInfo(Clip("mpeg4.mp4"));
+        for (int i : {0, 1, 2, 3})
+            QVERIFY(stage.OpenFileInWnd(i, &info));
+        QVERIFY(stage.GetPlayWnd(3)->Pause());     // paused by hand
+        QVERIFY(stage.GetPlayWnd(4)->Open(&info)); // opened, not started
+        // Window 10 is hidden by the layout and still playing: it pauses too.
+        QVERIFY(stage.OpenFileInWnd(10, &info));
 
-    QVERIFY(stage.PauseAllToggle());
-    for (int i : {0, 1, 2, 10})
-        QCOMPARE(stage.GetPlayState(i), 1);
-    QCOMPARE(stage.GetPlayState(3), 2);
-    QCOMPARE(stage.GetPlayState(4), 4);
-    QCOMPARE(spyCtrl.count(), 2);
-    // The windows really move again, not only their state.
-    if (nPausedAt < nLast)
-        QTRY_VERIFY_WITH_TIMEOUT(stage.GetPlayWnd(0)->GetCurrentFrameNum() > nPausedAt, 10000);
-}
+        QSignalSpy spyCtrl(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
+        QVERIFY(stage.PauseAllToggle());
+        for (int i : {0, 1, 2, 3, 10})
+            QCOMPARE(stage.GetPlayState(i), 2);
+        QCOMPARE(stage.GetPlayState(4), 4);
+        QCOMPARE(stage.GetPlayState(5), 0);
+        const uint nPausedAt = stage.GetPlayWnd(0)->GetCurrentFrameNum();
+        const uint nLast = stage.GetPlayWnd(0)->GetFileTotalFrames() - 1;
+
+        QVERIFY(stage.PauseAllToggle());
+        for (int i : {0, 1, 2, 10})
+            QCOMPARE(stage.GetPlayState(i), 1);
+        QCOMPARE(stage.GetPlayState(3), 2);
+        QCOMPARE(stage.GetPlayState(4), 4);
+        QCOMPARE(spyCtrl.count(), 2);
+        // The windows really move again, not only their state.
+        if (nPausedAt < nLast)
+            QTRY_VERIFY_WITH_TIMEOUT(stage.GetPlayWnd(0)->GetCurrentFrameNum() > nPausedAt, 10000);
+    }
+};
 
 QTEST_MAIN(TestDlgShow)
 #include "TestDlgShow.moc"

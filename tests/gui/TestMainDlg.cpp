@@ -55,12 +55,8 @@ class TestMainDlg : public QObject {
 private:
     using Fixture = MainDlgFixture;
 
-    static bool Playing(int nState) { return nState == 1 || nState == 2; }
-
 private slots:
-    void initTestCase() {
-        QVERIFY2(QFile::exists(GuiMedia::Clip("h264_aac.mp4")), "test media missing; run make-test-media.sh");
-    }
+    void initTestCase() { QVERIFY2(QFile::exists(GuiMedia::Clip("h264_aac.mp4")), "run make-test-media.sh"); }
 
     // ---- start and configuration ----
 
@@ -70,18 +66,10 @@ private slots:
         const PlayerConfig& cfg = fx.pDlg->GetPlayerConfig();
         // Without the language list the language is always English.
         QCOMPARE(cfg.nLanguage, 1);
-        QCOMPARE(cfg.nSkin, 0);
         QCOMPARE(cfg.nPlayLocateMode, 1);
-        QVERIFY(cfg.bExitKeepPlaylistFiles);
-        QVERIFY(!cfg.bKeepPlayProgress);
-        QCOMPARE(cfg.nCapPicSaveType, 1);
-        QCOMPARE(cfg.nMaxConCapPicNum, 100);
-        QCOMPARE(cfg.stHotKeys.nOpenFiles, 0x0400004F);
-        QCOMPARE(cfg.stHotKeys.nFisheyeExpansion, 0x04000050);
         QVERIFY(cfg.strCapPicFolder.endsWith(QDir::toNativeSeparators(QStringLiteral("/Screenshot/"))));
         QVERIFY(cfg.vecLanguages.isEmpty());
         QCOMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Ready"));
-        QCOMPARE(fx.Label("m_pLabCurPlayTime"), QStringLiteral("00:00:00"));
     }
 
     void languageFromConfigurationFiles_data() {
@@ -149,7 +137,6 @@ private slots:
         QCOMPARE(fx.pDlg->minimumSize(), QSize(914, 565));
         QCOMPARE(fx.pDlg->size(),
                  CVelquinDlg::InitialSizeForScreen(QGuiApplication::primaryScreen()->size()));
-        QVERIFY(fx.pDlg->windowFlags() & Qt::FramelessWindowHint);
     }
 
     // ---- widget tree ----
@@ -162,22 +149,9 @@ private slots:
         for (const QString& strName : names)
             QVERIFY2(fx.pDlg->findChild<QObject*>(strName), qPrintable(strName));
 
-        QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pTitleBarContainer")->height(), 35);
-        QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pStatusBarContainer")->height(), 35);
-        QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pCtrlBarContainer")->height(), 75);
-        QCOMPARE(fx.pDlg->findChild<QWidget*>("m_pPlaylistCtrlContainer")->width(), 250);
-        QCOMPARE(fx.Button("m_pBtnExit")->size(), QSize(24, 24));
-        QCOMPARE(fx.Button("m_pBtnPlayOrPause")->size(), QSize(50, 50));
-        QCOMPARE(fx.Button("m_pBtnStop")->size(), QSize(26, 26));
-        QCOMPARE(fx.Button("m_pBtnSearch")->size(), QSize(48, 36));
-        QSlider* pSound = fx.pDlg->findChild<QSlider*>("m_pSliderSound");
-        QCOMPARE(pSound->size(), QSize(70, 18));
-        QCOMPARE(pSound->maximum(), 100);
-        QCOMPARE(pSound->value(), 50);
-        QCOMPARE(pSound->toolTip(), QStringLiteral("Volume: 50%"));
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->value(), 50);
         QVERIFY(fx.Button("m_pBtnLanguage")->isHidden());
         QVERIFY(fx.Button("m_pBtnListDelete")->isHidden());
-        QCOMPARE(fx.Button("m_pBtnPlayOrPause")->focusPolicy(), Qt::NoFocus);
 
         // Buttons of features that are not built stay greyed out, and still say what
         // they are for.
@@ -261,7 +235,7 @@ private slots:
         const QString strClip = GuiMedia::Clip("h264_aac.mp4");
         QVERIFY(fx.pDlg->OpenFileList(QStringList() << strClip));
         QCOMPARE(fx.pStage->GetSelWndIndex(), 2);
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(2)), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.Playing(fx.pStage->GetPlayState(2)), kPlayTimeoutMs);
         QCOMPARE(QDir::fromNativeSeparators(fx.pStage->GetWndFilePath(2)), strClip);
         for (int i : {0, 1, 3})
             QCOMPARE(fx.pStage->GetPlayState(i), 0);
@@ -287,7 +261,7 @@ private slots:
                                       GuiMedia::Clip("silent_h264.mp4")};
         QVERIFY(fx.pDlg->OpenFileList(lstClips));
         for (int i = 0; i < 3; ++i) {
-            QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(i)), kPlayTimeoutMs);
+            QTRY_VERIFY_WITH_TIMEOUT(fx.Playing(fx.pStage->GetPlayState(i)), kPlayTimeoutMs);
             QCOMPARE(QDir::fromNativeSeparators(fx.pStage->GetWndFilePath(i)), lstClips.at(i));
         }
         QCOMPARE(fx.pStage->GetPlayState(3), 0);
@@ -322,12 +296,12 @@ private slots:
         QVERIFY(fx.Start());
         const QString strClip = GuiMedia::Clip("h264_aac.mp4");
         QVERIFY(fx.pDlg->OpenFileList(QStringList() << strClip));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
 
         // Type 0 on ordinary material is only reported, the window goes on.
         emit fx.pStage->Sig_ErrorToStopPlay(strClip, 0, false);
         QCoreApplication::processEvents();
-        QVERIFY(Playing(fx.pStage->GetPlayState(0)));
+        QVERIFY(fx.Playing(fx.pStage->GetPlayState(0)));
 
         // A wrong key (type 5) stops.
         emit fx.pStage->Sig_ErrorToStopPlay(strClip, 5, false);
@@ -335,7 +309,7 @@ private slots:
 
         // Type 0 on fisheye material stops as well.
         QVERIFY(fx.pDlg->OpenFileList(QStringList() << strClip));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
         emit fx.pStage->Sig_ErrorToStopPlay(strClip, 0, true);
         QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
     }
@@ -354,14 +328,15 @@ private slots:
 
         // The volume keys step by 10, stop at 100 on the way up, and go past the
         // slider's end up to 200 with the slider staying at 100.
+        QSlider* pSound = fx.pDlg->findChild<QSlider*>("m_pSliderSound");
         QVERIFY(fx.pDlg->SetVolumeValue(95));
         QTest::keyClick(fx.pDlg.get(), Qt::Key_Up);
-        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->value(), 100);
+        QCOMPARE(pSound->value(), 100);
         QTest::keyClick(fx.pDlg.get(), Qt::Key_Up);
-        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->toolTip(), QStringLiteral("Volume: 110%"));
-        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->value(), 100);
+        QCOMPARE(pSound->toolTip(), QStringLiteral("Volume: 110%"));
+        QCOMPARE(pSound->value(), 100);
         QTest::keyClick(fx.pDlg.get(), Qt::Key_Down);
-        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->toolTip(), QStringLiteral("Volume: 100%"));
+        QCOMPARE(pSound->toolTip(), QStringLiteral("Volume: 100%"));
     }
 };
 

@@ -1,7 +1,4 @@
-// Opening files in the play windows through the main dialog: a file that cannot
-// be opened tells the user once and leaves the window usable, sixteen files
-// opened together (twice over, with sound) all play, the end of one file never
-// acts on the next, and a recording without a wall-clock time is a good row.
+// Opening files in the play windows through the main dialog.
 
 #include <QtTest>
 
@@ -55,9 +52,7 @@ class TestOpenInWindows : public QObject {
     using Fixture = MainDlgFixture;
 
 private slots:
-    void initTestCase() {
-        QVERIFY2(QFile::exists(GuiMedia::Clip("text.mp4")), "test media missing; run make-test-media.sh");
-    }
+    void initTestCase() { QVERIFY2(QFile::exists(GuiMedia::Clip("text.mp4")), "run make-test-media.sh"); }
 
     void cleanup() { MainDlgFixture::CloseMessages(); }
 
@@ -203,9 +198,7 @@ private slots:
         Fixture fx;
         QVERIFY(fx.Start());
         CPlaylist* pList = fx.pDlg->GetPlaylist();
-        OpenInfo stTimed;
-        stTimed.nMediaType = 1;
-        stTimed.strFilePath = strTimed;
+        OpenInfo stTimed = GuiMedia::FileInfo(strTimed);
         QVERIFY(pList->AddFile(&stTimed));
         QVERIFY(fx.pDlg->OpenFileList(QStringList() << strPlain));
         QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->GetPlayState(0) == 1, kPlayTimeoutMs);

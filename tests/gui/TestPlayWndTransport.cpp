@@ -1,11 +1,5 @@
-// The play window's transport beyond play and stop, with real clips: the edges
-// of the speed ladder and the steps replayed by Play, single steps, the
-// direction of play and its need for the frame index, jumps that show the
-// wanted frame, and the A-B repeat looping to the frame without a file end.
-//
-// How often the window really commands the engine is counted at the link: this
-// program is linked with --wrap for a few Tavrix_* functions, so every call the
-// window makes passes through a counter below before it reaches the engine.
+// The play window's transport beyond play and stop, with real clips. Engine
+// calls are counted at the link (--wrap of a few Tavrix_* functions).
 
 #include <QApplication>
 #include <QDir>
@@ -27,9 +21,7 @@
 
 using namespace GuiMedia;
 
-// ---- link seam: counters in front of the engine ----------------------------------
-// The names are the C++ symbols of Tavrix_Fast(int32_t), Tavrix_Slow(int32_t) and
-// Tavrix_SetCurrentFrameNum(int32_t, uint32_t), as the linker sees them.
+// Mangled Tavrix_Fast(int32_t), Tavrix_Slow(int32_t), Tavrix_SetCurrentFrameNum(int32_t, uint32_t).
 
 namespace {
 std::atomic<int> g_nFastCalls{0};
@@ -90,6 +82,14 @@ private:
     QTimer m_timer;
 };
 
+// Opens strClip in window 0, waits for its frame index and pauses it.
+bool OpenIndexedPaused(CDlgShow& stage, const QString& strClip) {
+    QSignalSpy spyRef(&stage, &CDlgShow::Sig_FileRefCreated);
+    OpenInfo info = FileInfo(Clip(strClip));
+    return stage.OpenFileInWnd(0, &info) && (spyRef.count() > 0 || spyRef.wait(20000)) &&
+           stage.GetPlayWnd(0)->Pause();
+}
+
 } // namespace
 
 class TestPlayWndTransport : public QObject {
@@ -97,392 +97,365 @@ class TestPlayWndTransport : public QObject {
 
 private slots:
     void init() { ResetCounters(); }
-    void speedLadderStopsAtItsEdgesWithoutEngineCalls();
-    void speedStepsCrossingNormalSwitchBFrames();
-    void pausedStepsAreReplayedByPlay_data();
-    void pausedStepsAreReplayedByPlay();
-    void frameForwardPausesAndSteps();
-    void backPlayNeedsFrameIndex();
-    void backPlayRunsBackwards();
-    void jumpsShowTheWantedFrame_data();
-    void jumpsShowTheWantedFrame();
-    void repeatABLoopsBetweenMarks_data();
-    void repeatABLoopsBetweenMarks();
-    void repeatToEndOfFileLoopsWithoutFileEnd();
-    void stageForwardsToSelectedWindow();
-};
 
-void TestPlayWndTransport::speedLadderStopsAtItsEdgesWithoutEngineCalls() {
-    CDlgShow stage;
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    OpenInfo info = FileInfo(Clip("sine1k.mkv")); // the longest clip: it plays through the test
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QCOMPARE(pWnd->GetPlayState(), 1);
-    ResetCounters();
+    void speedLadderStopsAtItsEdgesWithoutEngineCalls() {
+        CDlgShow stage;
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        OpenInfo info = FileInfo(Clip("sine1k.mkv")); // the longest clip: it plays through the test
+        QVERIFY(stage.OpenFileInWnd(0, &info));
+        QCOMPARE(pWnd->GetPlayState(), 1);
+        ResetCounters();
 
-    const char* aszUp[] = {"Speed * 2", "Speed * 4", "Speed * 8", "Speed * 16"};
-    for (int i = 0; i < 4; ++i) {
+        const char* aszUp[] = {"Speed * 2", "Speed * 4", "Speed * 8", "Speed * 16"};
+        for (int i = 0; i < 4; ++i) {
+            QVERIFY(pWnd->Fast());
+            QCOMPARE(pWnd->GetPlaySpeed(), i + 1);
+            QCOMPARE(pWnd->GetDisplayInfo(), QString(aszUp[i]));
+        }
+        QCOMPARE(g_nFastCalls.load(), 4);
+        QCOMPARE(pWnd->GetThrowBFrame(), 2);
+        // The fifth step is past the top: still true and still telling, no engine call.
         QVERIFY(pWnd->Fast());
-        QCOMPARE(pWnd->GetPlaySpeed(), i + 1);
-        QCOMPARE(pWnd->GetDisplayInfo(), QString(aszUp[i]));
-    }
-    QCOMPARE(g_nFastCalls.load(), 4);
-    QCOMPARE(pWnd->GetThrowBFrame(), 2);
-    // The fifth step is past the top: still true and still telling, no engine call.
-    QVERIFY(pWnd->Fast());
-    QCOMPARE(pWnd->GetPlaySpeed(), 4);
-    QCOMPARE(pWnd->GetDisplayInfo(), QString("Speed * 16"));
-    QCOMPARE(g_nFastCalls.load(), 4);
+        QCOMPARE(pWnd->GetPlaySpeed(), 4);
+        QCOMPARE(pWnd->GetDisplayInfo(), QString("Speed * 16"));
+        QCOMPARE(g_nFastCalls.load(), 4);
 
-    // Down the whole ladder and one past the bottom.
-    for (int i = 0; i < 9; ++i)
+        // Down the whole ladder and one past the bottom.
+        for (int i = 0; i < 9; ++i)
+            QVERIFY(pWnd->Slow());
+        QCOMPARE(pWnd->GetPlaySpeed(), -4);
+        QCOMPARE(g_nSlowCalls.load(), 8);
+        QCOMPARE(pWnd->GetDisplayInfo(), QString("Speed / 16"));
+        QCOMPARE(pWnd->GetThrowBFrame(), 0);
+        QCOMPARE(pWnd->GetPlayState(), 1); // speed never changes the play state
+
+        // A stop returns to normal speed: the next play replays nothing.
+        QVERIFY(pWnd->Stop());
+        QCOMPARE(pWnd->GetPlaySpeed(), 0);
+        QVERIFY(!pWnd->Fast()); // no speed outside play and pause
+        ResetCounters();
+        QVERIFY(pWnd->Play(false));
+        QCOMPARE(g_nFastCalls.load() + g_nSlowCalls.load(), 0);
+    }
+
+    void speedStepsCrossingNormalSwitchBFrames() {
+        CDlgShow stage;
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        OpenInfo info = FileInfo(Clip("sine1k.mkv"));
+        QVERIFY(stage.OpenFileInWnd(0, &info));
+
+        // Up to 1 throws B frames; back down to 0 stops throwing and says "Playing".
+        QVERIFY(pWnd->Fast());
+        QCOMPARE(pWnd->GetThrowBFrame(), 2);
         QVERIFY(pWnd->Slow());
-    QCOMPARE(pWnd->GetPlaySpeed(), -4);
-    QCOMPARE(g_nSlowCalls.load(), 8);
-    QCOMPARE(pWnd->GetDisplayInfo(), QString("Speed / 16"));
-    QCOMPARE(pWnd->GetThrowBFrame(), 0);
-    QCOMPARE(pWnd->GetPlayState(), 1); // speed never changes the play state
+        QCOMPARE(pWnd->GetPlaySpeed(), 0);
+        QCOMPARE(pWnd->GetThrowBFrame(), 0);
+        QCOMPARE(pWnd->GetDisplayInfo(), QString("Playing"));
 
-    // A stop returns to normal speed: the next play replays nothing.
-    QVERIFY(pWnd->Stop());
-    QCOMPARE(pWnd->GetPlaySpeed(), 0);
-    QVERIFY(!pWnd->Fast()); // no speed outside play and pause
-    ResetCounters();
-    QVERIFY(pWnd->Play(false));
-    QCOMPARE(g_nFastCalls.load() + g_nSlowCalls.load(), 0);
-}
+        // Up from -1 to 0 must not start throwing.
+        QVERIFY(pWnd->Slow());
+        QCOMPARE(pWnd->GetDisplayInfo(), QString("Speed / 2"));
+        QVERIFY(pWnd->Fast());
+        QCOMPARE(pWnd->GetPlaySpeed(), 0);
+        QCOMPARE(pWnd->GetThrowBFrame(), 0);
+        QCOMPARE(pWnd->GetDisplayInfo(), QString("Playing"));
+        QCOMPARE(g_nFastCalls.load(), 2);
+        QCOMPARE(g_nSlowCalls.load(), 2);
 
-void TestPlayWndTransport::speedStepsCrossingNormalSwitchBFrames() {
-    CDlgShow stage;
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    OpenInfo info = FileInfo(Clip("sine1k.mkv"));
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-
-    // Up to 1 throws B frames; back down to 0 stops throwing and says "Playing".
-    QVERIFY(pWnd->Fast());
-    QCOMPARE(pWnd->GetThrowBFrame(), 2);
-    QVERIFY(pWnd->Slow());
-    QCOMPARE(pWnd->GetPlaySpeed(), 0);
-    QCOMPARE(pWnd->GetThrowBFrame(), 0);
-    QCOMPARE(pWnd->GetDisplayInfo(), QString("Playing"));
-
-    // Up from -1 to 0 must not start throwing.
-    QVERIFY(pWnd->Slow());
-    QCOMPARE(pWnd->GetDisplayInfo(), QString("Speed / 2"));
-    QVERIFY(pWnd->Fast());
-    QCOMPARE(pWnd->GetPlaySpeed(), 0);
-    QCOMPARE(pWnd->GetThrowBFrame(), 0);
-    QCOMPARE(pWnd->GetDisplayInfo(), QString("Playing"));
-    QCOMPARE(g_nFastCalls.load(), 2);
-    QCOMPARE(g_nSlowCalls.load(), 2);
-
-    // The text goes away by itself.
-    QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetDisplayInfo().isEmpty(), 6000);
-}
-
-void TestPlayWndTransport::pausedStepsAreReplayedByPlay_data() {
-    QTest::addColumn<int>("nSteps"); // positive: Fast, negative: Slow
-    QTest::addColumn<int>("nThrow");
-    QTest::newRow("fast twice") << 2 << 2;
-    QTest::newRow("slow three times") << -3 << 0;
-}
-
-void TestPlayWndTransport::pausedStepsAreReplayedByPlay() {
-    QFETCH(int, nSteps);
-    QFETCH(int, nThrow);
-    CDlgShow stage;
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    OpenInfo info = FileInfo(Clip("sine1k.mkv"));
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QVERIFY(pWnd->Pause());
-    ResetCounters();
-
-    for (int i = 0; i < std::abs(nSteps); ++i)
-        QVERIFY(nSteps > 0 ? pWnd->Fast() : pWnd->Slow());
-    // Paused, the engine is not asked: it would forget at the next start anyway.
-    QCOMPARE(g_nFastCalls.load() + g_nSlowCalls.load(), 0);
-    QCOMPARE(pWnd->GetPlaySpeed(), nSteps);
-    QCOMPARE(pWnd->GetDisplayInfo(),
-             QString(nSteps > 0 ? "Speed * %1" : "Speed / %1").arg(1 << std::abs(nSteps)));
-    QCOMPARE(pWnd->GetPlayState(), 2);
-
-    QVERIFY(pWnd->Play(false));
-    QCOMPARE(pWnd->GetPlayState(), 1);
-    QCOMPARE(pWnd->GetPlaySpeed(), nSteps);
-    QCOMPARE(g_nFastCalls.load(), std::max(nSteps, 0));
-    QCOMPARE(g_nSlowCalls.load(), std::max(-nSteps, 0));
-    QCOMPARE(pWnd->GetThrowBFrame(), nThrow);
-}
-
-void TestPlayWndTransport::frameForwardPausesAndSteps() {
-    CDlgShow stage;
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    QSignalSpy spyCtrls(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
-    OpenInfo info = FileInfo(Clip("h264_aac.mp4"));
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() >= 3, 10000);
-
-    QVERIFY(stage.FrameForward());
-    QCOMPARE(pWnd->GetPlayState(), 2);
-    QCOMPARE(spyCtrls.count(), 1);
-    const uint nFrame = pWnd->GetCurrentFrameNum();
-    QVERIFY(nFrame > 0);
-
-    // Each further step shows exactly the next frame and stays paused.
-    for (uint i = 1; i <= 3; ++i) {
-        QVERIFY(pWnd->FrameForward());
-        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), nFrame + i, 5000);
-        QCOMPARE(pWnd->GetPlayState(), 2);
+        // The text goes away by itself.
+        QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetDisplayInfo().isEmpty(), 6000);
     }
-}
 
-void TestPlayWndTransport::backPlayNeedsFrameIndex() {
-    // Fisheye material never gets a frame index: reverse play stays closed, and
-    // a refused request must leave the direction and speed as they were.
-    QTemporaryDir dir;
-    QVERIFY(dir.isValid());
-    const QString strPath = dir.filePath("cam01_fisheye.mp4");
-    QVERIFY(QFile::copy(Clip("sine1k.mkv"), strPath));
+    void pausedStepsAreReplayedByPlay_data() {
+        QTest::addColumn<int>("nSteps"); // positive: Fast, negative: Slow
+        QTest::addColumn<int>("nThrow");
+        QTest::newRow("fast twice") << 2 << 2;
+        QTest::newRow("slow three times") << -3 << 0;
+    }
 
-    CDlgShow stage;
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    OpenInfo info = FileInfo(strPath);
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QVERIFY(pWnd->Fast());
-    QVERIFY(!pWnd->IsFileRefCreated());
+    void pausedStepsAreReplayedByPlay() {
+        QFETCH(int, nSteps);
+        QFETCH(int, nThrow);
+        CDlgShow stage;
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        OpenInfo info = FileInfo(Clip("sine1k.mkv"));
+        QVERIFY(stage.OpenFileInWnd(0, &info));
+        QVERIFY(pWnd->Pause());
+        ResetCounters();
 
-    QVERIFY(!stage.BackPlay(true));
-    QVERIFY(!pWnd->BackPlay(true));
-    QVERIFY(!pWnd->IsBackPlay());
-    QVERIFY(!stage.IsBackPlay());
-    QCOMPARE(pWnd->GetPlaySpeed(), 1);
-    QCOMPARE(pWnd->GetPlayState(), 1);
-}
+        for (int i = 0; i < std::abs(nSteps); ++i)
+            QVERIFY(nSteps > 0 ? pWnd->Fast() : pWnd->Slow());
+        // Paused, the engine is not asked: it would forget at the next start anyway.
+        QCOMPARE(g_nFastCalls.load() + g_nSlowCalls.load(), 0);
+        QCOMPARE(pWnd->GetPlaySpeed(), nSteps);
+        QCOMPARE(pWnd->GetDisplayInfo(),
+                 QString(nSteps > 0 ? "Speed * %1" : "Speed / %1").arg(1 << std::abs(nSteps)));
+        QCOMPARE(pWnd->GetPlayState(), 2);
 
-void TestPlayWndTransport::backPlayRunsBackwards() {
-    CDlgShow stage;
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    QSignalSpy spyRef(&stage, &CDlgShow::Sig_FileRefCreated);
-    OpenInfo info = FileInfo(Clip("h264_aac.mp4"));
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QVERIFY(spyRef.count() > 0 || spyRef.wait(20000));
-    QVERIFY(pWnd->Pause());
-    QVERIFY(pWnd->SetFramePos(40));
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 40u, 5000);
-    QVERIFY(pWnd->Fast());
+        QVERIFY(pWnd->Play(false));
+        QCOMPARE(pWnd->GetPlayState(), 1);
+        QCOMPARE(pWnd->GetPlaySpeed(), nSteps);
+        QCOMPARE(g_nFastCalls.load(), std::max(nSteps, 0));
+        QCOMPARE(g_nSlowCalls.load(), std::max(-nSteps, 0));
+        QCOMPARE(pWnd->GetThrowBFrame(), nThrow);
+    }
 
-    // Paused, the new direction is taken and the window stays paused at normal speed.
-    QVERIFY(stage.BackPlay(true));
-    QVERIFY(pWnd->IsBackPlay());
-    QCOMPARE(pWnd->GetPlaySpeed(), 0);
-    QCOMPARE(pWnd->GetPlayState(), 2);
+    void frameForwardPausesAndSteps() {
+        CDlgShow stage;
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        QSignalSpy spyCtrls(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
+        OpenInfo info = FileInfo(Clip("h264_aac.mp4"));
+        QVERIFY(stage.OpenFileInWnd(0, &info));
+        QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() >= 3, 10000);
 
-    QVERIFY(pWnd->Play(false));
-    QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() < 35, 10000);
-    QCOMPARE(pWnd->GetPlayState(), 1);
+        QVERIFY(stage.FrameForward());
+        QCOMPARE(pWnd->GetPlayState(), 2);
+        QCOMPARE(spyCtrls.count(), 1);
+        const uint nFrame = pWnd->GetCurrentFrameNum();
+        QVERIFY(nFrame > 0);
 
-    // A step back from a paused frame shows the one before it.
-    QVERIFY(pWnd->Pause());
-    const uint nFrame = pWnd->GetCurrentFrameNum();
-    QVERIFY(nFrame > 0);
-    QVERIFY(stage.FrameBackward());
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), nFrame - 1, 5000);
+        // Each further step shows exactly the next frame and stays paused.
+        for (uint i = 1; i <= 3; ++i) {
+            QVERIFY(pWnd->FrameForward());
+            QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), nFrame + i, 5000);
+            QCOMPARE(pWnd->GetPlayState(), 2);
+        }
+    }
 
-    // Forward again, and a stop forgets the direction.
-    QVERIFY(pWnd->BackPlay(false));
-    QVERIFY(!pWnd->IsBackPlay());
-    QVERIFY(pWnd->BackPlay(true));
-    QVERIFY(pWnd->Stop());
-    QVERIFY(!pWnd->IsBackPlay());
-}
+    void backPlayNeedsFrameIndex() {
+        // Fisheye material never gets a frame index: reverse play stays closed, and
+        // a refused request must leave the direction and speed as they were.
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        const QString strPath = dir.filePath("cam01_fisheye.mp4");
+        QVERIFY(QFile::copy(Clip("sine1k.mkv"), strPath));
 
-void TestPlayWndTransport::jumpsShowTheWantedFrame_data() {
-    QTest::addColumn<QString>("strClip");
-    for (const char* szClip : {"h264_aac.mp4", "hevc.mkv", "mpeg4.mp4"})
-        QTest::newRow(szClip) << QString(szClip);
-}
+        CDlgShow stage;
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        OpenInfo info = FileInfo(strPath);
+        QVERIFY(stage.OpenFileInWnd(0, &info));
+        QVERIFY(pWnd->Fast());
+        QVERIFY(!pWnd->IsFileRefCreated());
 
-void TestPlayWndTransport::jumpsShowTheWantedFrame() {
-    QFETCH(QString, strClip);
-    const int nFrames = FrameCount(strClip);
-    QVERIFY(nFrames > 40);
+        QVERIFY(!stage.BackPlay(true));
+        QVERIFY(!pWnd->BackPlay(true));
+        QVERIFY(!pWnd->IsBackPlay());
+        QVERIFY(!stage.IsBackPlay());
+        QCOMPARE(pWnd->GetPlaySpeed(), 1);
+        QCOMPARE(pWnd->GetPlayState(), 1);
+    }
 
-    CDlgShow stage;
-    stage.resize(400, 300);
-    stage.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&stage));
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    QSignalSpy spyRef(&stage, &CDlgShow::Sig_FileRefCreated);
-    OpenInfo info = FileInfo(Clip(strClip));
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QVERIFY(spyRef.count() > 0 || spyRef.wait(20000));
-    QVERIFY(pWnd->Pause());
+    void backPlayRunsBackwards() {
+        CDlgShow stage;
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        QVERIFY(OpenIndexedPaused(stage, "h264_aac.mp4"));
+        QVERIFY(pWnd->SetFramePos(40));
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 40u, 5000);
+        QVERIFY(pWnd->Fast());
 
-    // A frame between key frames, behind B frames in the h264 clip.
-    const uint nWanted = 37;
-    QVERIFY(stage.SetFramePos(nWanted));
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), nWanted, 5000);
-    QCOMPARE(pWnd->GetPlayState(), 2); // a jump keeps the window paused
+        // Paused, the new direction is taken and the window stays paused at normal speed.
+        QVERIFY(stage.BackPlay(true));
+        QVERIFY(pWnd->IsBackPlay());
+        QCOMPARE(pWnd->GetPlaySpeed(), 0);
+        QCOMPARE(pWnd->GetPlayState(), 2);
 
-    const QSize sz = pWnd->size();
-    const QImage imgRef = FfmpegFrame(strClip, int(nWanted), sz.width(), sz.height());
-    const QImage imgPrev = FfmpegFrame(strClip, int(nWanted) - 1, sz.width(), sz.height());
-    const QImage imgNext = FfmpegFrame(strClip, int(nWanted) + 1, sz.width(), sz.height());
-    QVERIFY2(!imgRef.isNull() && !imgPrev.isNull() && !imgNext.isNull(), "no reference picture");
-    double dDiff = 1e9;
-    QTRY_VERIFY_WITH_TIMEOUT((dDiff = MeanAbsDiff(pWnd->grab().toImage(), imgRef)) < 3.0, 5000);
-    const QImage imgShown = pWnd->grab().toImage();
-    QVERIFY(MeanAbsDiff(imgShown, imgRef) < MeanAbsDiff(imgShown, imgPrev));
-    QVERIFY(MeanAbsDiff(imgShown, imgRef) < MeanAbsDiff(imgShown, imgNext));
+        QVERIFY(pWnd->Play(false));
+        QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() < 35, 10000);
+        QCOMPARE(pWnd->GetPlayState(), 1);
 
-    // By time: one second in is frame 25 of these 25 fps clips.
-    QVERIFY(stage.SetTimePos(1));
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 25u, 5000);
-    QVERIFY(pWnd->SetTimePosMS(1520));
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 38u, 5000);
+        // A step back from a paused frame shows the one before it.
+        QVERIFY(pWnd->Pause());
+        const uint nFrame = pWnd->GetCurrentFrameNum();
+        QVERIFY(nFrame > 0);
+        QVERIFY(stage.FrameBackward());
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), nFrame - 1, 5000);
 
-    QVERIFY(stage.GoToEnd());
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), uint(nFrames - 1), 5000);
-    QVERIFY(stage.GoToStart());
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 0u, 5000);
-    QCOMPARE(pWnd->GetPlayState(), 2);
-
-    // A playing window plays on from the new place.
-    QVERIFY(pWnd->Play(false));
-    QVERIFY(pWnd->SetFramePos(30));
-    QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() > 30, 5000);
-    QCOMPARE(pWnd->GetPlayState(), 1);
-}
-
-void TestPlayWndTransport::repeatABLoopsBetweenMarks_data() {
-    QTest::addColumn<bool>("bBack");
-    QTest::newRow("forward") << false;
-    QTest::newRow("reverse") << true;
-}
-
-void TestPlayWndTransport::repeatABLoopsBetweenMarks() {
-    QFETCH(bool, bBack);
-    const uint nA = 10;
-    const uint nB = 30;
-
-    CDlgShow stage;
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    QSignalSpy spyRef(&stage, &CDlgShow::Sig_FileRefCreated);
-    QSignalSpy spyEnd(&stage, &CDlgShow::Sig_FileEnd);
-    OpenInfo info = FileInfo(Clip("h264_aac.mp4")); // 50 frames, 2 s
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QVERIFY(spyRef.count() > 0 || spyRef.wait(20000));
-    QVERIFY(pWnd->Pause());
-    QVERIFY(pWnd->SetFramePos(20));
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 20u, 5000);
-    if (bBack)
+        // Forward again, and a stop forgets the direction.
+        QVERIFY(pWnd->BackPlay(false));
+        QVERIFY(!pWnd->IsBackPlay());
         QVERIFY(pWnd->BackPlay(true));
+        QVERIFY(pWnd->Stop());
+        QVERIFY(!pWnd->IsBackPlay());
+    }
 
-    QVERIFY(stage.SetRepeatA(nA));
-    QVERIFY(stage.SetRepeatB(nB));
-    bool bSet = false;
-    uint nFrame = 0;
-    QVERIFY(stage.GetRepeatA(&bSet, &nFrame));
-    QVERIFY(bSet);
-    QCOMPARE(nFrame, nA);
-    QVERIFY(stage.GetRepeatB(&bSet, &nFrame));
-    QVERIFY(bSet);
-    QCOMPARE(nFrame, nB);
+    void jumpsShowTheWantedFrame_data() {
+        QTest::addColumn<QString>("strClip");
+        for (const char* szClip : {"h264_aac.mp4", "hevc.mkv", "mpeg4.mp4"})
+            QTest::newRow(szClip) << QString(szClip);
+    }
 
-    ResetCounters();
-    QVERIFY(pWnd->Play(false));
-    FrameSampler sampler(pWnd);
-    // Three loops take longer than the whole clip: without the repeat it would end.
-    QTRY_VERIFY_WITH_TIMEOUT(g_nFrameJumps.load() >= 3, 20000);
-    QCOMPARE(g_nLastJumpTarget.load(), bBack ? nB : nA);
-    QVERIFY(sampler.m_nSamples > 10);
-    QVERIFY2(
-        sampler.m_nMin >= nA && sampler.m_nMax <= nB,
-        qPrintable(
-            QString("frames %1..%2 outside %3..%4").arg(sampler.m_nMin).arg(sampler.m_nMax).arg(nA).arg(nB)));
-    QCOMPARE(spyEnd.count(), 0);
+    void jumpsShowTheWantedFrame() {
+        QFETCH(QString, strClip);
+        const int nFrames = FrameCount(strClip);
+        QVERIFY(nFrames > 40);
 
-    // Cleared, play runs out of the range again.
-    QVERIFY(stage.ClearRepeatAB());
-    QVERIFY(stage.GetRepeatA(&bSet, &nFrame));
-    QVERIFY(!bSet);
-    if (bBack)
-        QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() < nA || spyEnd.count() > 0, 10000);
-    else
-        QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() > nB || spyEnd.count() > 0, 10000);
-}
+        CDlgShow stage;
+        stage.resize(400, 300);
+        stage.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&stage));
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        QVERIFY(OpenIndexedPaused(stage, strClip));
 
-void TestPlayWndTransport::repeatToEndOfFileLoopsWithoutFileEnd() {
-    // B at the frame count repeats to the end of the file: the end must not be
-    // reported, and the watchdog takes play back to A.
-    const int nFrames = FrameCount("h264_aac.mp4");
-    CDlgShow stage;
-    CPlayWnd* pWnd = stage.GetPlayWnd(0);
-    QSignalSpy spyEnd(&stage, &CDlgShow::Sig_FileEnd);
-    OpenInfo info = FileInfo(Clip("h264_aac.mp4"));
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QVERIFY(pWnd->Pause()); // the marks are set before the short clip can end
-    QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetFileTotalFrames(), uint(nFrames), 20000);
+        // A frame between key frames, behind B frames in the h264 clip.
+        const uint nWanted = 37;
+        QVERIFY(stage.SetFramePos(nWanted));
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), nWanted, 5000);
+        QCOMPARE(pWnd->GetPlayState(), 2); // a jump keeps the window paused
 
-    QVERIFY(!pWnd->SetRepeatB(0));                 // B is never the first frame
-    QVERIFY(!pWnd->SetRepeatB(uint(nFrames) + 1)); // nor past the end
-    QVERIFY(!pWnd->SetRepeatA(uint(nFrames)));     // A lies on a frame
-    QVERIFY(pWnd->SetRepeatA(40));
-    QVERIFY(pWnd->SetRepeatB(20)); // B before A moves A to the start
-    bool bSet = false;
-    uint nFrame = 99;
-    QVERIFY(pWnd->GetRepeatA(&bSet, &nFrame));
-    QCOMPARE(nFrame, 0u);
+        const QSize sz = pWnd->size();
+        const QImage imgRef = FfmpegFrame(strClip, int(nWanted), sz.width(), sz.height());
+        const QImage imgPrev = FfmpegFrame(strClip, int(nWanted) - 1, sz.width(), sz.height());
+        const QImage imgNext = FfmpegFrame(strClip, int(nWanted) + 1, sz.width(), sz.height());
+        QVERIFY2(!imgRef.isNull() && !imgPrev.isNull() && !imgNext.isNull(), "no reference picture");
+        double dDiff = 1e9;
+        QTRY_VERIFY_WITH_TIMEOUT((dDiff = MeanAbsDiff(pWnd->grab().toImage(), imgRef)) < 3.0, 5000);
+        const QImage imgShown = pWnd->grab().toImage();
+        QVERIFY(MeanAbsDiff(imgShown, imgRef) < MeanAbsDiff(imgShown, imgPrev));
+        QVERIFY(MeanAbsDiff(imgShown, imgRef) < MeanAbsDiff(imgShown, imgNext));
 
-    QVERIFY(pWnd->SetRepeatA(38));
-    QVERIFY(pWnd->SetRepeatB(uint(nFrames)));
-    ResetCounters();
-    QVERIFY(pWnd->Play(false));
-    QTRY_VERIFY_WITH_TIMEOUT(g_nFrameJumps.load() >= 2, 20000);
-    QCOMPARE(g_nLastJumpTarget.load(), 38u);
-    QCOMPARE(spyEnd.count(), 0);
-    QCOMPARE(pWnd->GetPlayState(), 1);
+        // By time: one second in is frame 25 of these 25 fps clips.
+        QVERIFY(stage.SetTimePos(1));
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 25u, 5000);
+        QVERIFY(pWnd->SetTimePosMS(1520));
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 38u, 5000);
 
-    // A stop clears the repeat: the next play reports its end again.
-    QVERIFY(pWnd->Stop());
-    QVERIFY(pWnd->GetRepeatB(&bSet, &nFrame));
-    QVERIFY(!bSet);
-    QVERIFY(pWnd->Play(false));
-    QVERIFY(spyEnd.wait(20000));
-}
+        QVERIFY(stage.GoToEnd());
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), uint(nFrames - 1), 5000);
+        QVERIFY(stage.GoToStart());
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 0u, 5000);
+        QCOMPARE(pWnd->GetPlayState(), 2);
 
-void TestPlayWndTransport::stageForwardsToSelectedWindow() {
-    CDlgShow stage;
-    QVERIFY(stage.SetPlayWndNum(4));
-    QVERIFY(stage.On_ChangeSelWnd(1));
-    OpenInfo info = FileInfo(Clip("sine1k.mkv"));
-    QVERIFY(stage.OpenFileInWnd(0, &info));
-    QVERIFY(stage.OpenFileInWnd(1, &info));
-    QSignalSpy spyCtrls(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
+        // A playing window plays on from the new place.
+        QVERIFY(pWnd->Play(false));
+        QVERIFY(pWnd->SetFramePos(30));
+        QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() > 30, 5000);
+        QCOMPARE(pWnd->GetPlayState(), 1);
+    }
 
-    QVERIFY(stage.Fast());
-    QVERIFY(stage.Fast());
-    QCOMPARE(spyCtrls.count(), 2);
-    QCOMPARE(stage.GetPlaySpeed(), 2);
-    QCOMPARE(stage.GetPlayWnd(1)->GetPlaySpeed(), 2);
-    QCOMPARE(stage.GetPlayWnd(0)->GetPlaySpeed(), 0);
-    QVERIFY(stage.Slow());
-    QCOMPARE(stage.GetPlaySpeed(), 1);
-    QCOMPARE(stage.GetThrowBFrame(), 2);
-    QCOMPARE(spyCtrls.count(), 3);
+    void repeatABLoopsBetweenMarks_data() {
+        QTest::addColumn<bool>("bBack");
+        QTest::newRow("forward") << false;
+        QTest::newRow("reverse") << true;
+    }
 
-    // Index-addressed seeks tell nobody; the selected window's do. A seek
-    // needs the window's frame index.
-    QTRY_VERIFY_WITH_TIMEOUT(stage.GetPlayWnd(0)->IsFileRefCreated(), 20000);
-    QVERIFY(stage.SetTimePos(0, 1));
-    QCOMPARE(spyCtrls.count(), 3);
-    QVERIFY(!stage.SetTimePos(16, 1));
+    void repeatABLoopsBetweenMarks() {
+        QFETCH(bool, bBack);
+        const uint nA = 10;
+        const uint nB = 30;
 
-    // A window in neither play nor pause takes no speed step.
-    QVERIFY(stage.SyncStop());
-    QVERIFY(!stage.Fast());
-    QCOMPARE(stage.GetPlaySpeed(), 0);
-}
+        CDlgShow stage;
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        QSignalSpy spyEnd(&stage, &CDlgShow::Sig_FileEnd);
+        QVERIFY(OpenIndexedPaused(stage, "h264_aac.mp4")); // 50 frames, 2 s
+        QVERIFY(pWnd->SetFramePos(20));
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetCurrentFrameNum(), 20u, 5000);
+        if (bBack)
+            QVERIFY(pWnd->BackPlay(true));
+
+        QVERIFY(stage.SetRepeatA(nA));
+        QVERIFY(stage.SetRepeatB(nB));
+        bool bSet = false;
+        uint nFrame = 0;
+        QVERIFY(stage.GetRepeatB(&bSet, &nFrame) && bSet);
+        QCOMPARE(nFrame, nB);
+
+        ResetCounters();
+        QVERIFY(pWnd->Play(false));
+        FrameSampler sampler(pWnd);
+        // Three loops take longer than the whole clip: without the repeat it would end.
+        QTRY_VERIFY_WITH_TIMEOUT(g_nFrameJumps.load() >= 3, 20000);
+        QCOMPARE(g_nLastJumpTarget.load(), bBack ? nB : nA);
+        QVERIFY(sampler.m_nSamples > 10);
+        QVERIFY2(sampler.m_nMin >= nA && sampler.m_nMax <= nB,
+                 qPrintable(QString("frames %1..%2 outside %3..%4")
+                                .arg(sampler.m_nMin)
+                                .arg(sampler.m_nMax)
+                                .arg(nA)
+                                .arg(nB)));
+        QCOMPARE(spyEnd.count(), 0);
+
+        // Cleared, play runs out of the range again.
+        QVERIFY(stage.ClearRepeatAB());
+        QVERIFY(stage.GetRepeatA(&bSet, &nFrame));
+        QVERIFY(!bSet);
+        if (bBack)
+            QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() < nA || spyEnd.count() > 0, 10000);
+        else
+            QTRY_VERIFY_WITH_TIMEOUT(pWnd->GetCurrentFrameNum() > nB || spyEnd.count() > 0, 10000);
+    }
+
+    void repeatToEndOfFileLoopsWithoutFileEnd() {
+        // B at the frame count repeats to the end of the file: the end must not be
+        // reported, and the watchdog takes play back to A.
+        const int nFrames = FrameCount("h264_aac.mp4");
+        CDlgShow stage;
+        CPlayWnd* pWnd = stage.GetPlayWnd(0);
+        QSignalSpy spyEnd(&stage, &CDlgShow::Sig_FileEnd);
+        OpenInfo info = FileInfo(Clip("h264_aac.mp4"));
+        QVERIFY(stage.OpenFileInWnd(0, &info));
+        QVERIFY(pWnd->Pause()); // the marks are set before the short clip can end
+        QTRY_COMPARE_WITH_TIMEOUT(pWnd->GetFileTotalFrames(), uint(nFrames), 20000);
+
+        QVERIFY(!pWnd->SetRepeatB(0));                 // B is never the first frame
+        QVERIFY(!pWnd->SetRepeatB(uint(nFrames) + 1)); // nor past the end
+        QVERIFY(!pWnd->SetRepeatA(uint(nFrames)));     // A lies on a frame
+        QVERIFY(pWnd->SetRepeatA(40));
+        QVERIFY(pWnd->SetRepeatB(20)); // B before A moves A to the start
+        bool bSet = false;
+        uint nFrame = 99;
+        QVERIFY(pWnd->GetRepeatA(&bSet, &nFrame));
+        QCOMPARE(nFrame, 0u);
+
+        QVERIFY(pWnd->SetRepeatA(38));
+        QVERIFY(pWnd->SetRepeatB(uint(nFrames)));
+        ResetCounters();
+        QVERIFY(pWnd->Play(false));
+        QTRY_VERIFY_WITH_TIMEOUT(g_nFrameJumps.load() >= 2, 20000);
+        QCOMPARE(g_nLastJumpTarget.load(), 38u);
+        QCOMPARE(spyEnd.count(), 0);
+        QCOMPARE(pWnd->GetPlayState(), 1);
+
+        // A stop clears the repeat: the next play reports its end again.
+        QVERIFY(pWnd->Stop());
+        QVERIFY(pWnd->GetRepeatB(&bSet, &nFrame));
+        QVERIFY(!bSet);
+        QVERIFY(pWnd->Play(false));
+        QVERIFY(spyEnd.wait(20000));
+    }
+
+    void stageForwardsToSelectedWindow() {
+        CDlgShow stage;
+        QVERIFY(stage.SetPlayWndNum(4));
+        QVERIFY(stage.On_ChangeSelWnd(1));
+        OpenInfo info = FileInfo(Clip("sine1k.mkv"));
+        QVERIFY(stage.OpenFileInWnd(0, &info));
+        QVERIFY(stage.OpenFileInWnd(1, &info));
+        QSignalSpy spyCtrls(&stage, &CDlgShow::Sig_UpdateCtrlStatus);
+
+        QVERIFY(stage.Fast());
+        QVERIFY(stage.Fast());
+        QCOMPARE(spyCtrls.count(), 2);
+        QCOMPARE(stage.GetPlaySpeed(), 2);
+        QCOMPARE(stage.GetPlayWnd(1)->GetPlaySpeed(), 2);
+        QCOMPARE(stage.GetPlayWnd(0)->GetPlaySpeed(), 0);
+        QVERIFY(stage.Slow());
+        QCOMPARE(stage.GetPlaySpeed(), 1);
+        QCOMPARE(stage.GetThrowBFrame(), 2);
+        QCOMPARE(spyCtrls.count(), 3);
+
+        // Index-addressed seeks tell nobody; the selected window's do. A seek
+        // needs the window's frame index.
+        QTRY_VERIFY_WITH_TIMEOUT(stage.GetPlayWnd(0)->IsFileRefCreated(), 20000);
+        QVERIFY(stage.SetTimePos(0, 1));
+        QCOMPARE(spyCtrls.count(), 3);
+        QVERIFY(!stage.SetTimePos(16, 1));
+
+        // A window in neither play nor pause takes no speed step.
+        QVERIFY(stage.SyncStop());
+        QVERIFY(!stage.Fast());
+        QCOMPARE(stage.GetPlaySpeed(), 0);
+    }
+};
 
 QTEST_MAIN(TestPlayWndTransport)
 #include "TestPlayWndTransport.moc"

@@ -37,6 +37,8 @@ namespace {
 
 const int kPlayTimeoutMs = 20000;
 const QString kNetStream = QStringLiteral("The operation is not supported in open net stream.");
+const char* const kStepButtons[] = {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLastFrame", "m_pBtnNextFrame",
+                                    "m_pBtnFast"};
 const QString kIndexNotReady = QStringLiteral("Generate file index,please wait...");
 
 void SendMouse(QWidget* pWidget, QEvent::Type eType, QPoint pt, Qt::MouseButton button,
@@ -92,6 +94,21 @@ private:
             return pSlider != nullptr;
         }
         bool Open(const QString& strPath) { return pDlg->OpenFileList(QStringList() << strPath); }
+        // Opens a clip and waits until it plays; bPaused also waits for the index and pauses.
+        bool OpenPlaying(const QString& strPath, bool bPaused = false) {
+            if (!Open(strPath) || !WaitFor([&] { return Playing(pStage->GetPlayState(0)); }))
+                return false;
+            if (!bPaused)
+                return true;
+            return WaitFor([&] { return pStage->IsFileRefCreated(); }) && pDlg->On_PlayOrPause() &&
+                   WaitFor([&] { return pStage->GetPlayState(0) == 2; });
+        }
+        template <class F> static bool WaitFor(F fnDone) {
+            QDeadlineTimer deadline(kPlayTimeoutMs);
+            while (!fnDone() && !deadline.hasExpired())
+                QTest::qWait(20);
+            return fnDone();
+        }
         // Message boxes of the dialog showing strText; each one found is closed.
         int TakeMessages(const QString& strText) {
             int nFound = 0;
@@ -113,12 +130,8 @@ private:
         }
     };
 
-    static bool Playing(int nState) { return nState == 1 || nState == 2; }
-
 private slots:
-    void initTestCase() {
-        QVERIFY2(QFile::exists(GuiMedia::Clip("h264_aac.mp4")), "test media missing; run make-test-media.sh");
-    }
+    void initTestCase() { QVERIFY2(QFile::exists(GuiMedia::Clip("h264_aac.mp4")), "run make-test-media.sh"); }
 
     // ---- conversions between slider units and the file ----
 
@@ -347,18 +360,14 @@ private slots:
     void nothingOpenRefusesSilently() {
         DlgFixture fx;
         QVERIFY(fx.Start());
-        QVERIFY(!fx.pDlg->On_FrameForward());
-        QVERIFY(!fx.pDlg->On_FrameBackward());
-        QVERIFY(!fx.pDlg->On_Fast());
-        QVERIFY(!fx.pDlg->On_Slow());
-        QVERIFY(!fx.pDlg->On_GoToBegin());
-        QVERIFY(!fx.pDlg->On_GoToEnd());
-        QVERIFY(!fx.pDlg->On_ReversePlay());
+        for (bool (CVelquinDlg::*pCmd)() : {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward,
+                                            &CVelquinDlg::On_Fast, &CVelquinDlg::On_Slow, &CVelquinDlg::On_GoToBegin,
+                                            &CVelquinDlg::On_GoToEnd, &CVelquinDlg::On_ReversePlay})
+            QVERIFY(!(fx.pDlg.get()->*pCmd)());
         QVERIFY(!fx.pDlg->On_SetPlayProgress(30000));
         QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(true, 100));
         QCOMPARE(fx.AllMessages(), 0);
-        for (const char* szName :
-             {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLastFrame", "m_pBtnNextFrame", "m_pBtnFast"})
+        for (const char* szName : kStepButtons)
             QVERIFY2(!fx.Button(szName)->isEnabled(), szName);
         QVERIFY(!fx.pSlider->IsSliderEnable());
     }
@@ -367,10 +376,8 @@ private slots:
         DlgFixture fx;
         QVERIFY(fx.Start());
         // The longest clip, so that it does not end while it runs four times as fast.
-        QVERIFY(fx.Open(GuiMedia::Clip("sine1k.mkv")));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
-        for (const char* szName :
-             {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLastFrame", "m_pBtnNextFrame", "m_pBtnFast"})
+        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("sine1k.mkv")));
+        for (const char* szName : kStepButtons)
             QTRY_VERIFY2(fx.Button(szName)->isEnabled(), szName);
         QVERIFY(fx.pSlider->IsSliderEnable());
 
@@ -397,8 +404,7 @@ private slots:
         // Stopped: the controls go grey and the slider goes back to 0, inactive.
         QTest::mouseClick(fx.Button("m_pBtnStop"), Qt::LeftButton);
         QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
-        for (const char* szName :
-             {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLastFrame", "m_pBtnNextFrame", "m_pBtnFast"})
+        for (const char* szName : kStepButtons)
             QVERIFY2(!fx.Button(szName)->isEnabled(), szName);
         QVERIFY(!fx.pSlider->IsSliderEnable());
         QCOMPARE(fx.pSlider->GetValue(), 0);
@@ -410,8 +416,7 @@ private slots:
         QVERIFY(fx.Start());
         const QString strClip = fx.dirConfig.filePath(QStringLiteral("cam_fisheye.mp4"));
         QVERIFY(QFile::copy(GuiMedia::Clip("h264_aac.mp4"), strClip));
-        QVERIFY(fx.Open(strClip));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QVERIFY(fx.OpenPlaying(strClip));
         QVERIFY(!fx.pStage->IsFileRefCreated());
 
         QVERIFY(!fx.pDlg->On_ReversePlay());
@@ -419,7 +424,7 @@ private slots:
         QVERIFY(!fx.pStage->IsBackPlay());
         QVERIFY(!fx.pDlg->On_FrameBackward());
         QCOMPARE(fx.TakeMessages(kIndexNotReady), 1);
-        QVERIFY(Playing(fx.pStage->GetPlayState(0)));
+        QVERIFY(fx.Playing(fx.pStage->GetPlayState(0)));
 
         // Stepping forward needs no index.
         QVERIFY(fx.pDlg->On_FrameForward());
@@ -430,28 +435,19 @@ private slots:
     void streamWindowRefusesStepsSpeedAndJumps() {
         DlgFixture fx;
         QVERIFY(fx.Start());
-        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4")));
         QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
         QVERIFY(fx.pDlg->On_FrameForward()); // a file window steps
         QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
         const uint nFrame = fx.pStage->GetCurrentFrameNum();
 
         g_bSelectedIsStream = true;
-        QVERIFY(!fx.pDlg->On_FrameForward());
-        QCOMPARE(fx.TakeMessages(kNetStream), 1);
-        QVERIFY(!fx.pDlg->On_FrameBackward());
-        QCOMPARE(fx.TakeMessages(kNetStream), 1);
-        QVERIFY(!fx.pDlg->On_Fast());
-        QCOMPARE(fx.TakeMessages(kNetStream), 1);
-        QVERIFY(!fx.pDlg->On_Slow());
-        QCOMPARE(fx.TakeMessages(kNetStream), 1);
-        QVERIFY(!fx.pDlg->On_ReversePlay());
-        QCOMPARE(fx.TakeMessages(kNetStream), 1);
-        QVERIFY(!fx.pDlg->On_GoToEnd());
-        QCOMPARE(fx.TakeMessages(kNetStream), 1);
-        QVERIFY(!fx.pDlg->On_GoToBegin());
-        QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        for (bool (CVelquinDlg::*pCmd)() : {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward,
+                                            &CVelquinDlg::On_Fast, &CVelquinDlg::On_Slow, &CVelquinDlg::On_ReversePlay,
+                                            &CVelquinDlg::On_GoToEnd, &CVelquinDlg::On_GoToBegin}) {
+            QVERIFY(!(fx.pDlg.get()->*pCmd)());
+            QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        }
         g_bSelectedIsStream = false;
 
         // Nothing moved and the speed is still normal.
@@ -463,11 +459,7 @@ private slots:
     void reversePlayShowsPressedAndTip() {
         DlgFixture fx;
         QVERIFY(fx.Start());
-        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
-        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
-        QVERIFY(fx.pDlg->On_PlayOrPause());
-        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4"), true));
 
         CSkinButton* pBtn = fx.Button("m_pBtnReversePlay");
         QCOMPARE(pBtn->toolTip(), QStringLiteral("Start Reverse Play"));
@@ -487,12 +479,7 @@ private slots:
         QCOMPARE(fx.pDlg->GetPlayerConfig().nPlayLocateMode, 1);
         const int nFrames = GuiMedia::FrameCount("h264_aac.mp4");
         QVERIFY(nFrames > 10);
-        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
-        // Frame jumps need the frame index.
-        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
-        QVERIFY(fx.pDlg->On_PlayOrPause());
-        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4"), true));
         QTRY_VERIFY(fx.pSlider->IsSliderEnable());
 
         // A click on the bar goes out as a value and becomes a frame jump.
@@ -520,10 +507,7 @@ private slots:
     void abRepeatMarksFollowWindow() {
         DlgFixture fx;
         QVERIFY(fx.Start());
-        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
-        QVERIFY(fx.pDlg->On_PlayOrPause());
-        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4"), true));
         const uint nTotal = fx.pStage->GetFileTotalFrames();
         QVERIFY(nTotal > 10);
 
@@ -576,8 +560,7 @@ private slots:
     void sliderPressHoldsOffTheTimer() {
         DlgFixture fx;
         QVERIFY(fx.Start());
-        QVERIFY(fx.Open(GuiMedia::Clip("h264_aac.mp4")));
-        QTRY_VERIFY_WITH_TIMEOUT(Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4")));
         // While the button is down the timer leaves the slider where the user put it.
         fx.pDlg->On_PlayProgressSliderMousePress();
         fx.pSlider->SetValue(65000);

@@ -40,9 +40,8 @@ void StreamSink::OnData(int32_t nSession, int32_t nType, char* pBuf, int32_t nLe
         (bInfo ? seen.info : pSelf->m_stream).append(pBuf, nLen);
     }
     pSelf->m_cv.notify_all();
-    if (bFirstBlock && pSelf->onFirstBlock) {
+    if (bFirstBlock && pSelf->onFirstBlock)
         pSelf->onFirstBlock(nSession);
-    }
 }
 
 void StreamSink::OnMessage(int32_t, int32_t nType, char* pContent, int32_t nLen, void* pUser) {
@@ -50,9 +49,8 @@ void StreamSink::OnMessage(int32_t, int32_t nType, char* pContent, int32_t nLen,
     qInfo("session message %d \"%s\"", nType, qPrintable(QString::fromUtf8(pContent, nLen)));
     {
         std::lock_guard<std::mutex> lock(pSelf->m_mutex);
-        if (pSelf->m_bClosed || pSelf->m_seen.nMessage != 0) {
+        if (pSelf->m_bClosed || pSelf->m_seen.nMessage != 0)
             pSelf->m_seen.strFault = QStringLiteral("message %1 after the end").arg(nType);
-        }
         pSelf->m_seen.bAny = true;
         pSelf->m_seen.nMessage = nType;
     }
@@ -62,9 +60,8 @@ void StreamSink::OnMessage(int32_t, int32_t nType, char* pContent, int32_t nLen,
 int32_t StreamSink::Open(const QString& strUrl, int32_t nMode, int32_t nPort, int32_t nTimeoutMs,
                          int32_t* pRet) {
     const int32_t nId = Orvel_Create(strUrl.toUtf8().constData(), 0);
-    if (nId < 0) {
+    if (nId < 0)
         return -1;
-    }
     if ((nTimeoutMs > 0 && Orvel_SetTimeout(nId, nTimeoutMs) != ORVEL_OK) ||
         Orvel_SetTransmitMode(nId, nMode, nPort) != ORVEL_OK ||
         Orvel_SetMsgCallBack(nId, &StreamSink::OnMessage, this) != ORVEL_OK) {
@@ -84,7 +81,8 @@ int32_t StreamSink::Open(const QString& strUrl, int32_t nMode, int32_t nPort, in
 
 int32_t StreamSink::Destroy(int32_t nSession) {
     const int32_t nRet = Orvel_Destroy(nSession);
-    MarkClosed();
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_bClosed = true;
     return nRet;
 }
 
@@ -100,11 +98,6 @@ bool StreamSink::WaitMessage(int nTimeoutMs) {
     return m_cv.wait_for(lock, std::chrono::milliseconds(nTimeoutMs), [&] { return m_seen.nMessage != 0; });
 }
 
-void StreamSink::MarkClosed() {
-    std::lock_guard<std::mutex> lock(m_mutex);
-    m_bClosed = true;
-}
-
 StreamSink::Seen StreamSink::Snapshot() const {
     std::lock_guard<std::mutex> lock(m_mutex);
     return m_seen;
@@ -117,9 +110,8 @@ int StreamSink::ReadStream(void* pOpaque, uint8_t* pBuf, int nSize) {
         return pSelf->m_stream.size() > pSelf->m_nReadPos || pSelf->m_seen.nMessage != 0;
     });
     const qint64 nLeft = pSelf->m_stream.size() - pSelf->m_nReadPos;
-    if (nLeft <= 0) {
+    if (nLeft <= 0)
         return AVERROR_EOF;
-    }
     const int nTake = static_cast<int>(std::min<qint64>(nLeft, nSize));
     memcpy(pBuf, pSelf->m_stream.constData() + pSelf->m_nReadPos, nTake);
     pSelf->m_nReadPos += nTake;
@@ -150,9 +142,8 @@ QStringList StreamSink::DecodePictures(int nCount, int nTimeoutMs) {
         return hashes;
     }
     codec->thread_count = 1; // every picture out at once, in order
-    if (avcodec_open2(codec.get(), pDecoder, nullptr) < 0) {
+    if (avcodec_open2(codec.get(), pDecoder, nullptr) < 0)
         return hashes;
-    }
     std::vector<uint8_t> picture;
     while (hashes.size() < nCount && av_read_frame(fmt.get(), pkt.get()) >= 0) {
         if (pkt->stream_index == nVideo && avcodec_send_packet(codec.get(), pkt.get()) >= 0) {

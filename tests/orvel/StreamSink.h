@@ -31,8 +31,6 @@ public:
 
     bool WaitBytes(qint64 nBytes, int nTimeoutMs);
     bool WaitMessage(int nTimeoutMs);
-    // The test closed the session: a callback from now on is a fault.
-    void MarkClosed();
 
     struct Seen {
         QByteArray info; // the media information block

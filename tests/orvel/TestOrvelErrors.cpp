@@ -52,12 +52,10 @@ private slots:
         QFETCH(int, expected);
         url.replace(QLatin1String("{rtsp}"), QString::number(m_nRtsp));
         url.replace(QLatin1String("{hls}"), QString::number(m_nHls));
-        if (url.contains(QLatin1String("{refused}"))) {
+        if (url.contains(QLatin1String("{refused}")))
             url.replace(QLatin1String("{refused}"), QString::number(m_servers.ClosedPort()));
-        }
-        if (url.contains(QLatin1String("{hole}"))) { // started only where used
+        if (url.contains(QLatin1String("{hole}"))) // started only where used
             url.replace(QLatin1String("{hole}"), QString::number(m_servers.StartBlackHole()));
-        }
         StreamSink sink;
         int32_t nRet = 0;
         QElapsedTimer timer;
@@ -99,9 +97,8 @@ private slots:
         QVERIFY2(timer.elapsed() < 1000, qPrintable(QString("Close took %1 ms").arg(timer.elapsed())));
         QVERIFY2(open.wait_for(std::chrono::seconds(3)) == std::future_status::ready, "Open still waits");
         QVERIFY(open.get() < 0);
-        if (!destroy) {
+        if (!destroy)
             QCOMPARE(Orvel_Destroy(nId), ORVEL_OK);
-        }
         QCOMPARE(Orvel_GetSessionCount(), 0);
     }
 

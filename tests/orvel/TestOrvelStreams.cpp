@@ -18,9 +18,8 @@ constexpr int kPictures = 50; // two seconds of the clip
 
 QByteArray Info(uint16_t nSystem, uint16_t nVideo, uint16_t nAudio) {
     QByteArray info;
-    for (const uint16_t n : {nSystem, nVideo, nAudio}) {
+    for (const uint16_t n : {nSystem, nVideo, nAudio})
         info.append(static_cast<char>(n & 0xff)).append(static_cast<char>(n >> 8));
-    }
     return info;
 }
 } // namespace
@@ -115,14 +114,12 @@ private slots:
             QVERIFY(ids.back() >= 0);
         }
         QCOMPARE(Orvel_GetSessionCount(), kSessions);
-        for (const auto& sink : sinks) {
+        for (const auto& sink : sinks)
             QVERIFY(sink->WaitBytes(1, 10000));
-        }
         QElapsedTimer timer;
         timer.start();
-        for (int i = 0; i < kSessions; ++i) {
+        for (int i = 0; i < kSessions; ++i)
             QCOMPARE(sinks[i]->Destroy(ids[i]), ORVEL_OK);
-        }
         QVERIFY2(timer.elapsed() < 5000, qPrintable(QString("closing took %1 ms").arg(timer.elapsed())));
         QCOMPARE(Orvel_GetSessionCount(), 0);
         for (const auto& sink : sinks) {
