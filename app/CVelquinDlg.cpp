@@ -50,6 +50,7 @@
 #include "OpenInfo.h"
 #include "SkinManager.h"
 #include "SliderTips.h"
+#include "SyncPlayProgressDlg.h"
 
 namespace {
 
@@ -342,6 +343,11 @@ bool CVelquinDlg::UnInit() {
     }
     delete m_pAutoExpandWnd;
     m_pAutoExpandWnd = nullptr;
+    if (m_pSyncDlg) {
+        m_pSyncDlg->ResetSyncRuler();
+        delete m_pSyncDlg;
+        m_pSyncDlg = nullptr;
+    }
 
     CLanguageParser::DeleteInstance();
     if (SkinManager::GetInstance())
@@ -570,8 +576,8 @@ QWidget* CVelquinDlg::BuildCtrlBar() {
     pBtns->addWidget(m_pBtnFullScreen);
     pBar->addWidget(m_pCtrlBtnsContainer);
 
-    // Tools, synchronous play and full screen come with their features; until
-    // then they stay greyed out. The transport buttons follow the selected window.
+    // Tools and full screen come with their features; until then they stay
+    // greyed out. The transport and synchronous play buttons follow the windows.
     for (CSkinButton* pBtn : {m_pBtnTools, m_pBtnReversePlay, m_pBtnSlow, m_pBtnLastFrame, m_pBtnNextFrame,
                               m_pBtnFast, m_pBtnSyncPlay, m_pBtnFullScreen})
         pBtn->setEnabled(false);
@@ -660,6 +666,7 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pBtnLastFrame, &QPushButton::clicked, this, &CVelquinDlg::On_FrameBackward));
     bOk &= bool(connect(m_pBtnNextFrame, &QPushButton::clicked, this, &CVelquinDlg::On_FrameForward));
     bOk &= bool(connect(m_pBtnFast, &QPushButton::clicked, this, &CVelquinDlg::On_Fast));
+    bOk &= bool(connect(m_pBtnSyncPlay, &QPushButton::clicked, this, &CVelquinDlg::On_SyncPlay));
     bOk &= bool(connect(m_pBtnCapPic, &QPushButton::clicked, this, &CVelquinDlg::On_CapPic));
     bOk &= bool(connect(m_pBtnConCapPic, &QPushButton::clicked, this, &CVelquinDlg::On_ConCapPic));
     bOk &= bool(connect(m_pPlayProgressSlider, &CustomPlayerSlider::Sig_ChangeValue, this,
@@ -793,7 +800,9 @@ void CVelquinDlg::RetranslateWidgets() {
     m_pBtnReversePlay->setToolTip(
         bBackPlay ? Text(IDS_MainWnd_CancelBackPlay, QStringLiteral("Cancel Reverse Play"))
                   : Text(IDS_MainWnd_StartBackPlay, QStringLiteral("Start Reverse Play")));
-    m_pBtnSyncPlay->setToolTip(Text(IDS_MainWnd_SyncPlay, QStringLiteral("Synchronous Play")));
+    m_pBtnSyncPlay->setToolTip(
+        IsSyncPlay() ? Text(IDS_MainWnd_SyncPlayCancel, QStringLiteral("Cancel Synchronous Play"))
+                     : Text(IDS_MainWnd_SyncPlay, QStringLiteral("Synchronous Play")));
     m_pBtnMute->setToolTip(m_bMute ? Text(IDS_MainWnd_MuteOff, QStringLiteral("Cancel Mute"))
                                    : Text(IDS_MainWnd_MuteOn, QStringLiteral("Mute")));
 
@@ -848,6 +857,8 @@ bool CVelquinDlg::On_ChangeLanguageCN_EN() {
     const bool bOk = LoadLanguage();
     if (m_pPlaylist)
         m_pPlaylist->On_LanguageChanged(); // the rows' texts ("Invalid", sizes) follow
+    if (m_pSyncDlg)
+        m_pSyncDlg->UpdateLanguage();
     return bOk;
 }
 
@@ -911,8 +922,13 @@ bool CVelquinDlg::On_ShowMaximized() {
     } else {
         m_rcNormal = geometry();
         QScreen* pScreen = QGuiApplication::primaryScreen();
-        if (pScreen)
-            setGeometry(pScreen->availableGeometry());
+        if (pScreen) {
+            QRect rcAvailable = pScreen->availableGeometry();
+            // The ruler of synchronous play stands under the dialog: leave it room.
+            if (IsSyncPlay() && m_pSyncDlg)
+                rcAvailable.setHeight(rcAvailable.height() - m_pSyncDlg->height());
+            setGeometry(rcAvailable);
+        }
         m_bMaximized = true;
         setSizeGripEnabled(false);
     }
@@ -1447,7 +1463,7 @@ bool CVelquinDlg::On_CloseByFilePath(QString strFilePath) {
         const QString strNative = QDir::toNativeSeparators(strFilePath);
         for (int i = 0; i < MAX_PLAY_WND; ++i) {
             if (QDir::toNativeSeparators(m_pDlgShow->GetWndFilePath(i)) == strNative) {
-                m_pDlgShow->SyncPlay();
+                On_SyncPlay();
                 break;
             }
         }
@@ -1693,6 +1709,9 @@ bool CVelquinDlg::On_Stop() {
     if (m_pDlgShow->GetPlayState() == 3)
         return false;
     m_pDlgShow->SyncStop();
+    // Stop also leaves synchronous play.
+    if (m_pDlgShow->IsSyncPlay())
+        On_SyncPlay();
     On_UpdateCtrlsState();
     return true;
 }
@@ -1843,8 +1862,8 @@ qint64 CVelquinDlg::SliderPosToSeconds(uint nFileTime, int nPos) {
 bool CVelquinDlg::On_SetPlayProgress(int nPos) {
     if (!m_pDlgShow || !GuardSomethingOpen())
         return false;
-    // Seeking the synchronous group by the slider belongs to its ruler, which
-    // joins with synchronous play; the stage refuses the single-window seek there.
+    // Seeking the synchronous group belongs to its ruler; the stage refuses the
+    // single-window seek there.
     if (m_stPlayerCfg.nPlayLocateMode == 0)
         return m_pDlgShow->SetTimePos(uint(SliderPosToSeconds(m_pDlgShow->GetFileTime(), nPos)));
 
@@ -2143,7 +2162,7 @@ bool CVelquinDlg::On_PlayerTimer() {
         m_pLabWholeTime->setText(FormatHms(0));
         m_pPlayProgressSlider->SetValue(0);
     }
-    // The synchronous ruler joins with synchronous play.
+    UpdateSyncRuler();
 
     // Progress painted in the rows of the open files; the first window with a
     // path wins, stopped windows bring their rows back to the plain look.

@@ -13,6 +13,7 @@
 #include "IObserverBase.h"
 #include "OpenInfo.h"
 #include "PlayerConfig.h"
+#include "Tavrix.h"
 
 class QAction;
 class QActionGroup;
@@ -28,6 +29,8 @@ class QLabel;
 class QLocale;
 class QMenu;
 class QMouseEvent;
+class QMoveEvent;
+class QResizeEvent;
 class QTimer;
 class QUrl;
 class QTimerEvent;
@@ -40,6 +43,7 @@ class CDlgShow;
 class CSkinButton;
 class CPlaylist;
 class AutoExpandWnd;
+class SyncPlayProgressDlg;
 
 // The one top level window: builds the bars around the stage, turns every user
 // command into a call on the stage, and derives what the controls show from
@@ -178,6 +182,17 @@ public slots:
     bool On_ReversePlay();
     bool On_SetPlayProgress(int nPos);
 
+    // Lock-step play and its ruler (CVelquinDlgSync.cpp).
+    bool On_SyncPlay();
+    bool On_SyncPlayLocate(double dPrecent, TAVRIX_SYSTEM_TIME* pstTime);
+
+    // The locate dialogs and their jumps (CVelquinDlgLocate.cpp).
+    bool On_ShowTimeStampLocateDlg();
+    bool On_ShowFrameLocateDlg();
+    bool On_ShowGlobalTimeLocateDlg();
+    bool On_PlayLocate(int nMode, int nPos);
+    bool On_PlayLocateByGlobalTime(TAVRIX_SYSTEM_TIME* pstGlobalTime);
+
     // A-B repeat
     bool On_ABRepeat();
     bool On_ChangeRepeatPointValue(bool bPointAOrPointB, unsigned int nValue);
@@ -226,6 +241,9 @@ protected:
     void dragMoveEvent(QDragMoveEvent* ev) override;
     void dragLeaveEvent(QDragLeaveEvent* ev) override;
     void dropEvent(QDropEvent* ev) override;
+    // The ruler of synchronous play follows the dialog (CVelquinDlgSync.cpp).
+    void moveEvent(QMoveEvent* ev) override;
+    void resizeEvent(QResizeEvent* ev) override;
 
 private:
     // Init steps
@@ -278,6 +296,10 @@ private:
     int CountActiveWndsWithPath(const QString& strPath, int nExcept) const;
     void ClearRowProgress(const QString& strPath);
     void UpdateSyncBtnState();
+    // Shows the ruler under the dialog, or hides it (CVelquinDlgSync.cpp).
+    void ShowSyncRuler(bool bShow);
+    // The play timer's part in synchronous mode: position to the ruler.
+    void UpdateSyncRuler();
     void RebuildStoredPlaylist();
     // The guards of the transport commands; false stops the command.
     bool GuardNoNetStream();   // the selected window holds no running stream
@@ -319,6 +341,7 @@ private:
     CPlayerConfigFile m_ConfigFile;
     bool m_bKeepPlayerCfgFile = false; // PlayerConfig.xml was there but unreadable: not overwritten
     AutoExpandWnd* m_pAutoExpandWnd = nullptr; // drag prompt, made at the first drag that needs it
+    SyncPlayProgressDlg* m_pSyncDlg = nullptr;  // the ruler of synchronous play, made at first use
     int m_nBrightness = 64;
     int m_nContrast = 64;
     int m_nSaturation = 64;

@@ -158,6 +158,9 @@ bool CVelquinDlg::FinishPlayFileInWnd(int nWnd, OpenInfo* pOpenInfo) {
     if (bSelected) {
         On_UpdateCtrlsState();
         On_PlayerTimer();
+    } else {
+        // A second window that plays may make synchronous play possible.
+        UpdateSyncBtnState();
     }
     // Every window that opens takes the colour last chosen.
     ApplyRememberedColor(nWnd);

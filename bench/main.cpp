@@ -13,10 +13,12 @@
 //   velquin-bench stream URL [--mode 0|1|2] [--ports N] [--seconds S] [--no-peer]
 //   velquin-bench concap FILE [--seconds S]
 //   velquin-bench snapshot FILE [--format bmp|jpeg] [--count N]
+//   velquin-bench sync FILE... [--seconds S]
 #include "AvDriftBench.h"
 #include "BenchPort.h"
 #include "ConCapBench.h"
 #include "SnapshotBench.h"
+#include "SyncBench.h"
 #include "CpuMeter.h"
 #include "PeerDecode.h"
 #include "StreamBench.h"
@@ -52,7 +54,8 @@ int Usage() {
         "       velquin-bench avdrift FILE\n"
         "       velquin-bench stream URL [--mode 0|1|2] [--ports N] [--seconds S] [--no-peer]\n"
         "       velquin-bench concap FILE [--seconds S]\n"
-        "       velquin-bench snapshot FILE [--format bmp|jpeg] [--count N]\n");
+        "       velquin-bench snapshot FILE [--format bmp|jpeg] [--count N]\n"
+        "       velquin-bench sync FILE... [--seconds S]\n");
     return 2;
 }
 
@@ -277,6 +280,20 @@ int main(int argc, char** argv) {
         return RunFirstFrame(strFile);
     if (strCommand == "seek" || strCommand == "stepback" || strCommand == "reverse" || strCommand == "index")
         return RunTransport(strCommand, strFile, args.mid(2));
+    if (strCommand == "sync" && args.size() >= 2) {
+        QStringList lstFiles = args.mid(1);
+        int nSeconds = 60;
+        const int nFlag = int(lstFiles.indexOf("--seconds"));
+        if (nFlag >= 0) {
+            if (nFlag + 1 >= lstFiles.size() || lstFiles[nFlag + 1].toInt() <= 0)
+                return Usage();
+            nSeconds = lstFiles[nFlag + 1].toInt();
+            lstFiles.remove(nFlag, 2);
+        }
+        if (lstFiles.size() < 2)
+            return Usage();
+        return SyncBench(lstFiles, nSeconds).Run();
+    }
     if (strCommand == "concap" && args.size() == 2)
         return ConCapBench(args[1], 10).Run();
     if (strCommand == "concap" && args.size() == 4 && args[2] == "--seconds" && args[3].toInt() > 0)

@@ -138,6 +138,21 @@ else
   echo "framemd5: DIFFERS from the ffmpeg tool"
 fi
 
+# Cameras of one scene in lock step by their creation times: four and nine
+# D1 recordings, begins 0 to 16 s apart, at 25, 30 and 12.5 frames a second,
+# 60 s of real time each.
+SYNC=()
+RATES=(25 30 12.5 25 30 12.5 25 30 25)
+for i in $(seq 0 8); do
+  name=$(printf 'sync_d1_cam%d.mp4' "$i")
+  [ -s "$OUT/$name" ] || "${FF[@]}" -f lavfi -i "testsrc2=size=704x576:rate=${RATES[$i]}:duration=80" \
+    -c:v libx264 -preset veryfast -g 50 -bf 2 -pix_fmt yuv420p \
+    -metadata creation_time="2024-03-15T09:00:$(printf '%02d' $((i * 2))).000000Z" "$OUT/$name"
+  SYNC+=("$OUT/$name")
+done
+run sync "${SYNC[@]:0:4}" --seconds 60
+run sync "${SYNC[@]}" --seconds 60
+
 # Live streams from a local RTSP server (GStreamer's, scripts/rtsp-server.py):
 # the clock source draws its wall clock into every picture, so the time to
 # the first picture and the latency to display stand beside the ffmpeg tool

@@ -776,6 +776,22 @@ bool CPlayWnd::BackPlay(bool bBack) {
     return true;
 }
 
+bool CPlayWnd::SetSyncGroup(bool bJoin) {
+    if (m_lPort < 0)
+        return false;
+    if (!Tavrix_SetSycGroup(m_lPort, bJoin ? 0 : -1)) {
+        if (bJoin)
+            qDebug("CPlayWnd::SetSyncGroup() Tavrix_SetSycGroup(m_lPort, 0) Fail GetLastError()=%d",
+                   Tavrix_GetLastError(m_lPort));
+        else
+            qDebug("CPlayWnd::SetSyncGroup() Tavrix_SetSycGroup(m_lPort, -1) Fail GetLastError()=%d",
+                   Tavrix_GetLastError(m_lPort));
+        return false;
+    }
+    m_bSyncGroup = bJoin;
+    return true;
+}
+
 bool CPlayWnd::CheckKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut) {
     if (m_lPort < 0)
         return false;

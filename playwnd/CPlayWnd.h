@@ -109,7 +109,10 @@ public:
     // index. Outside play and pause the direction is kept for the next Play.
     bool BackPlay(bool bBack);
     bool IsBackPlay() const { return m_bBackPlay; }
-    // Joined to the engine's synchronous group (synchronous play is not built yet).
+    // Joins (bJoin) or leaves the engine's synchronous group 0. While joined,
+    // the engine moves the port with the group clock, so single-window steps and
+    // reverse play refuse. Closing the window leaves the group with the port.
+    bool SetSyncGroup(bool bJoin);
     bool IsSyncGroup() const { return m_bSyncGroup; }
     // Key frame at or before / strictly after a frame number or a time in ms.
     bool CheckKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut);

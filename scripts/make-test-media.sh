@@ -360,4 +360,20 @@ make pos_text.mkv -f lavfi -i "$(pattern 4)" -i pos_text.srt -map 0:v -map 1:s \
 make pos_text.mp4 -f lavfi -i "$(pattern 4)" -i pos_text.srt -map 0:v -map 1:s \
   -c:v libx264 -preset veryfast -g 25 -pix_fmt yuv420p -c:s mov_text -metadata creation_time=$CREATION
 
+# ---- Lock-step play: four cameras of one corridor --------------------------------
+
+# Begins 0, 7.3 s, 20 s and 61 s after 2024-03-15 10:00:00 at 25, 30, 12.5 and
+# 25 frames a second, in MP4, Matroska, MPEG-TS and MP4. The transport stream
+# carries its begin in its name (the container has no creation time). Each
+# frame shows its number; each clip has its own pattern.
+sync_clip() { # $1 = name, $2 = seconds, $3 = rate, $4 = source, rest = ffmpeg output arguments
+  local name=$1 secs=$2 rate=$3 src=$4; shift 4
+  make "$name" -f lavfi -i "${src}=size=320x240:rate=${rate}:duration=${secs},drawtext=fontfile=${FONT}:text='%{frame_num}':x=10:y=10:fontsize=40:fontcolor=white:box=1:boxcolor=black" \
+    -c:v libx264 -preset ultrafast -g 25 -bf 2 -pix_fmt yuv420p "$@"
+}
+sync_clip sync_a_25fps.mp4 75 25 testsrc2 -metadata creation_time=2024-03-15T10:00:00.000000Z
+sync_clip sync_b_30fps.mkv 60 30 testsrc -metadata creation_time=2024-03-15T10:00:07.300000Z
+sync_clip cam3_20240315100020.ts 45 12.5 smptebars
+sync_clip sync_d_25fps.mp4 30 25 rgbtestsrc -metadata creation_time=2024-03-15T10:01:01.000000Z
+
 echo "media ready in $(pwd)"

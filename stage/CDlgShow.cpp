@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include <QDebug>
 #include <QDir>
 #include <QEvent>
 #include <QGridLayout>
@@ -221,7 +222,13 @@ bool CDlgShow::On_DbClickPlayWnd(int nPlayWndIndex) {
 }
 
 bool CDlgShow::On_FileEnd(int nPlayWndIndex) {
-    // Synchronous play is not built yet; every end goes up.
+    // In synchronous play a member's end only stops it counting for the group's
+    // position: no list advance may open another file in the group.
+    if (m_bSyncPlay) {
+        if (nPlayWndIndex >= 0 && nPlayWndIndex < MAX_PLAY_WND)
+            m_bSyncWndActive[nPlayWndIndex] = false;
+        return true;
+    }
     emit Sig_FileEnd(nPlayWndIndex);
     return true;
 }
@@ -258,9 +265,22 @@ CPlayWnd* CDlgShow::GetPlayWnd(int i) {
 }
 
 int CDlgShow::GetPlayState() {
-    // Synchronous mode, which aggregates over the group, is not built yet.
-    CPlayWnd* pWnd = SelWnd();
-    return pWnd ? pWnd->GetPlayState() : 0;
+    if (!m_bSyncPlay) {
+        CPlayWnd* pWnd = SelWnd();
+        return pWnd ? pWnd->GetPlayState() : 0;
+    }
+    // The group plays while any window plays, hidden ones included.
+    if (m_vecSyncFiles.empty())
+        return 0;
+    bool bAnyPaused = false;
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        if (!pWnd)
+            continue;
+        if (pWnd->GetPlayState() == 1)
+            return 1;
+        bAnyPaused = bAnyPaused || pWnd->GetPlayState() == 2;
+    }
+    return bAnyPaused ? 2 : 3;
 }
 
 int CDlgShow::GetPlayState(int i) {
@@ -424,7 +444,20 @@ bool CDlgShow::PlayOrPause() {
 }
 
 bool CDlgShow::SyncPlay() {
-    const bool bResult = Play(m_nSelWndIndex);
+    bool bResult = false;
+    if (m_bSyncPlay) {
+        // Members parked at their end stay where they are.
+        for (int i = 0; i < MAX_PLAY_WND; ++i) {
+            CPlayWnd* pWnd = m_pPlayWnd[i];
+            if (!pWnd || !m_bSyncWndActive[i])
+                continue;
+            const int nState = pWnd->GetPlayState();
+            if (nState != 0 && nState != 1)
+                bResult = pWnd->Play(false) || bResult;
+        }
+    } else {
+        bResult = Play(m_nSelWndIndex);
+    }
     emit Sig_UpdateCtrlStatus();
     return bResult;
 }
@@ -439,16 +472,40 @@ bool CDlgShow::Play(int i) {
 }
 
 bool CDlgShow::SyncPause() {
-    CPlayWnd* pWnd = SelWnd();
-    const bool bResult = pWnd && pWnd->Pause();
+    bool bResult = false;
+    if (m_bSyncPlay) {
+        for (CPlayWnd* pWnd : m_pPlayWnd) {
+            if (pWnd && pWnd->GetPlayState() == 1)
+                bResult = pWnd->Pause() || bResult;
+        }
+    } else {
+        CPlayWnd* pWnd = SelWnd();
+        bResult = pWnd && pWnd->Pause();
+    }
     emit Sig_UpdateCtrlStatus();
     return bResult;
 }
 
 bool CDlgShow::SyncStop() {
-    const bool bResult = Stop(m_nSelWndIndex);
+    if (!m_bSyncPlay) {
+        const bool bResult = Stop(m_nSelWndIndex);
+        emit Sig_UpdateCtrlStatus();
+        return bResult;
+    }
+    for (CPlayWnd* pWnd : m_pPlayWnd) {
+        if (!pWnd) {
+            qDebug("CDlgShow::SyncStop() return 1");
+            continue;
+        }
+        const int nState = pWnd->GetPlayState();
+        if (nState == 0 || nState == 3) {
+            qDebug("CDlgShow::SyncStop() return 3");
+            continue;
+        }
+        pWnd->Stop();
+    }
     emit Sig_UpdateCtrlStatus();
-    return bResult;
+    return true;
 }
 
 bool CDlgShow::Stop(int i) {
@@ -599,6 +656,10 @@ bool CDlgShow::CloseByFilePath(QString strPath) {
             continue;
         if (ComparablePath(pWnd->GetFilePath()) != strWanted)
             continue;
+        if (m_bSyncPlay) {
+            pWnd->SetSyncGroup(false);
+            m_bSyncWndActive[pWnd->GetSubWndIndex()] = false;
+        }
         pWnd->Close();
         bAnyClosed = true;
     }

@@ -6,9 +6,12 @@
 #include <QWidget>
 
 #include <memory>
+#include <vector>
 
+#include "FileInfoSync.h"
 #include "IObserverBase.h"
 #include "Item_FileInfo.h"
+#include "SyncWndFile.h"
 #include "Tavrix.h"
 
 class QGridLayout;
@@ -53,8 +56,33 @@ public:
     int GetSelWndIndex() const { return m_nSelWndIndex; }
     bool IsSyncPlay() const { return m_bSyncPlay; }
 
+    // ---- synchronous play (CDlgShowSync.cpp) ----
+    // Enters synchronous play with every playing or paused local file, or leaves
+    // it when it is on. Entering reopens each file on a fresh port in the
+    // engine's group 0, and all members start together; a running stream or a
+    // file without a global time refuses with a message.
+    bool SwitchSyncPlay();
+    // The low level switch; turning it off sets every member playing on its own
+    // from where it stands, also a paused one.
+    bool SetSyncPlayMode(bool bOn);
+    // Position of the group on its day span (0.0 .. 1.0) and its time: the
+    // earliest position among the active members; the end of the last file when
+    // none is active.
+    bool GetSyncPlayPrecent(double* pdPrecent, TAVRIX_SYSTEM_TIME* pstTime);
+    // Jump of the group to a place of its day span; refused outside the span of
+    // the files. A paused group stays paused.
+    bool SetSyncPlayPrecent(double dPrecent);
+    // Appends a heap copy of each member row (the caller owns them) and copies
+    // the ranges with the earliest begin and the latest end.
+    bool GetSyncPlayInfo(std::vector<SYNC_WND_FILE*>& vecFiles, FILE_INFO_SYNC* pFirst,
+                         FILE_INFO_SYNC* pLast);
+    // Window i is a member whose position counts now (not past its end).
+    bool IsSyncWndActive(int i) const { return i >= 0 && i < MAX_PLAY_WND && m_bSyncWndActive[i]; }
+
     // ---- state readers ----
-    int GetPlayState(); // aggregate: the selected window's state
+    // Aggregate: the selected window's state; in synchronous play 1 when any
+    // window plays, else 2 when any is paused, else 3 (0 without members).
+    int GetPlayState();
     int GetPlayState(int i);
     int GetOpenMode(int i);
     QString GetSelWndFilePath();
@@ -189,15 +217,25 @@ protected:
 
 private:
     bool RelayoutPlayWnds();
+    // The whole days the group touches: 00:00:00 of its first begin's day to
+    // 23:59:59 of its last end's day.
+    void BuildSyncDaySpan(TAVRIX_SYSTEM_TIME* pstDayBegin, TAVRIX_SYSTEM_TIME* pstDayEnd) const;
+    void ShowNoSyncTimeMessage();
     CPlayWnd* SelWnd() const;
     bool ValidIndex(int i) const { return i >= 0 && i < MAX_PLAY_WND && m_pPlayWnd[i]; }
 
     QWidget* m_pStartPageWnd = nullptr;      // start page; not built yet, stays null
+    // Synchronous group: the range holding its earliest begin, the one holding
+    // its latest end, its members in window order, and which members count now.
+    FILE_INFO_SYNC m_stSyncFirstFile = {{1998, 1, 1, 0, 0, 0, 0}, {1998, 1, 1, 0, 0, 0, 0}};
+    FILE_INFO_SYNC m_stSyncLastFile = {{1998, 1, 1, 0, 0, 0, 0}, {1998, 1, 1, 0, 0, 0, 0}};
+    std::vector<SYNC_WND_FILE> m_vecSyncFiles;
+    bool m_bSyncWndActive[MAX_PLAY_WND] = {};
     CPlayWnd* m_pPlayWnd[MAX_PLAY_WND] = {}; // index = the window's own index
     int m_nPlayWndNum = 1;                   // windows in the layout: 1, 4, 9, 16
     int m_nSelWndIndex = 0;                  // always inside the layout
     bool m_bMaxWnd = false;                  // the selected window alone fills the stage
-    bool m_bSyncPlay = false;                // synchronous mode (not built yet: stays false)
+    bool m_bSyncPlay = false;                // synchronous mode
     QWidget* m_pMainDlg = nullptr;           // parent for message boxes
     bool m_bAllPaused = false;               // state of PauseAllToggle
     bool m_bPausedByToggle[MAX_PLAY_WND] = {};

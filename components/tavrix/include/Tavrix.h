@@ -263,6 +263,44 @@ enum : uint32_t { TAVRIX_BY_FRAMENUM = 1, TAVRIX_BY_FRAMETIME = 2 };
 bool Tavrix_GetKeyFramePos(int32_t nPort, uint32_t nValue, uint32_t nType, TAVRIX_FRAME_POS* pFramePos);
 bool Tavrix_GetNextKeyFramePos(int32_t nPort, uint32_t nValue, uint32_t nType, TAVRIX_FRAME_POS* pFramePos);
 
+// ---- lock-step play ---------------------------------------------------------------
+//
+// Ports of local files that carry a global time (see Tavrix_GetSystemTime)
+// join group nGroup (0..15) with Tavrix_SetSycGroup, or leave it with -1. The
+// members of a group play by one clock in global time: at every moment each
+// shows its frame for the group's time, the latest frame whose global time
+// is not after it. A member whose file begins later shows nothing until its
+// moment and then joins on its first frame; one whose file has ended keeps
+// its last frame (the file end callback has fired). Members keep their own
+// threads; the group clock is the only thing they share.
+//
+// A member's transport acts through the group:
+//   Tavrix_Play         the first play of a group starts its clock at the
+//                       earliest begin of its members (held until every
+//                       playing member has its first picture, at most 0.5 s);
+//                       a member that starts or resumes later joins at the
+//                       group's time. In reverse play it turns the group forward.
+//   Tavrix_Pause        pauses or resumes this member; the clock stands while
+//                       no member plays.
+//   Tavrix_Fast/Slow    this member's speed step becomes the group's speed.
+//   Tavrix_ReversePlay  the group plays backwards.
+//   Tavrix_OneByOne(Back)  pauses the group and moves its time to this
+//                       member's next (previous) frame; every member shows
+//                       its frame for that time.
+//   Tavrix_SetCurrentFrameNum / Tavrix_SetPlayedTimeEx  one jump of the whole
+//                       group to the global time of that place of this
+//                       member's file (for SetPlayedTimeEx: its first frame's
+//                       time plus the milliseconds). Every member lands on its
+//                       frame for it, paused members showing it at once. A jump
+//                       to where the group already stands moves nothing, so a
+//                       caller may send one time to each member in turn.
+// Leaving a group (or closing the file) lets the port play on by itself from
+// its shown frame.
+bool Tavrix_SetSycGroup(int32_t nPort, int32_t nGroup);
+// The clock of the port's group as a global time; false when the port is in
+// no group or the group has not started.
+bool Tavrix_GetSycGroupTime(int32_t nPort, TAVRIX_SYSTEM_TIME* pstTime);
+
 // ---- readings --------------------------------------------------------------------
 
 uint32_t Tavrix_GetFileTime(int32_t nPort);       // seconds

@@ -283,8 +283,20 @@ void AudioDecoder::HandleFrame(const AVFrame* pFrame) {
     }
     if (m_fnOutput() == nullptr) {
         KeepPaceWithPicture(pFrame, false);
+    } else if (m_bWaitForPicture.load() && !m_pReadings->bShown.load()) {
+        // Ended by the picture, a stop (abort) or leaving the group.
+        m_pReadings->WaitForProgress([this] {
+            return m_bAbort.load() || !m_bWaitForPicture.load() || m_pReadings->bShown.load();
+        });
+        m_bResync = true; // start with the picture, not with what waited
+        return;
     }
     Feed(pFrame);
+}
+
+void AudioDecoder::SetWaitForPicture(bool bWait) {
+    m_bWaitForPicture = bWait;
+    m_pReadings->NotifyProgress();
 }
 
 void AudioDecoder::CallDecodeCallback(const AVFrame* pFrame) {

@@ -45,6 +45,10 @@ public:
     // Sound plays only at normal speed (0); at any other it keeps pace with
     // the picture silently and lines up with it again on the return to 0.
     void SetSpeedStep(int nStep);
+    // Lock-step play: no sound before the port's first picture, which comes
+    // only when the group's time reaches the file (a later camera's sound
+    // must not run ahead of its picture).
+    void SetWaitForPicture(bool bWait);
     // The picture moved without the sound (single steps while paused): the
     // next sound fed is lined up with the picture again.
     void RequestResync() { m_bResyncAsked = true; }
@@ -121,6 +125,7 @@ private:
     PacketQueue* m_pQueue = nullptr;
     std::atomic<bool> m_bAbort{false};
     std::atomic<bool> m_bRealTime{true};
+    std::atomic<bool> m_bWaitForPicture{false};
     std::atomic<int> m_nSpeedStep{0};
     std::shared_ptr<AudioOutput> m_pCurrentOutput; // decode thread only
     bool m_bResync = true; // the next fed frame is lined up with the picture; decode thread only

@@ -12,6 +12,8 @@ public:
     // On the render thread, once per picture to show (also for a refresh of
     // the last one). Runs the draw callbacks on the picture.
     virtual void Present(const VideoFrame& frame) = 0;
+    // On the render thread: the window shows no picture (black).
+    virtual void Clear() {}
 };
 
 } // namespace tavrix

@@ -9,6 +9,7 @@
 #include "LivePlayer.h"
 #include "PathCodec.h"
 #include "ReversePlayer.h"
+#include "SyncGroup.h"
 #include "SubtitleTrackReader.h"
 #include "TimeLine.h"
 #include "VideoDecoder.h"
@@ -88,6 +89,9 @@ uint32_t PlayerPort::DecodeEngine() const {
 }
 
 bool PlayerPort::SetRealTime(bool bRealTime) {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        pGroup->SetUnpaced(!bRealTime); // the whole group keeps one pace
+    }
     std::lock_guard<std::mutex> lock(m_mtxControl);
     m_bRealTime = bRealTime;
     if (m_pRenderer) {
@@ -169,6 +173,7 @@ void PlayerPort::OnIndexComplete(const FrameIndex& index) {
 }
 
 bool PlayerPort::CloseFile() {
+    LeaveGroup(); // before the control lock: the group takes it itself
     std::lock_guard<std::mutex> lock(m_mtxControl);
     CloseFileLocked();
     return true;
@@ -208,7 +213,7 @@ bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
         pNewSink = fnMakeSink();
     }
     std::shared_ptr<FrameSink> pOldSink; // let go outside the lock
-    std::lock_guard<std::mutex> lock(m_mtxControl);
+    std::unique_lock<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && !IsStreamPort()) {
         return Fail(TAVRIX_ERR_ORDER); // closed meanwhile
     }
@@ -226,6 +231,23 @@ bool PlayerPort::Play(uintptr_t nWindowKey, const SinkFactory& fnMakeSink) {
     if (!m_pDemuxer) {
         return PlayStream();
     }
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        // The group places the port at its time; it takes this lock itself.
+        lock.unlock();
+        return pGroup->Play(this);
+    }
+    return PlaySoloLocked();
+}
+
+bool PlayerPort::PlaySolo() {
+    std::lock_guard<std::mutex> lock(m_mtxControl);
+    if (!m_pDemuxer) {
+        return Fail(TAVRIX_ERR_ORDER);
+    }
+    return PlaySoloLocked();
+}
+
+bool PlayerPort::PlaySoloLocked() {
     if (!m_bRunning) {
         m_bPaused = false;
         return StartThreads(m_pSink);
@@ -284,6 +306,12 @@ bool PlayerPort::BuildThreads(std::shared_ptr<FrameSink> pSink, bool bPaused) {
         const std::shared_ptr<AudioOutput> pOut = CurrentOutput();
         return pOut && pOut->ClockAt(now, pnPtsUs);
     });
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        pRenderer->SetGroup(pGroup, this, m_nGroupZeroUs);
+        if (pAudio) {
+            pAudio->SetWaitForPicture(true);
+        }
+    }
     pRenderer->Start(m_bRealTime, bPaused);
     std::shared_ptr<AudioOutput> pOut = CurrentOutput();
     if (pOut) {
@@ -474,6 +502,13 @@ void PlayerPort::StopThreads() {
 }
 
 bool PlayerPort::Pause(bool bPause) {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->Pause(this, bPause);
+    }
+    return PauseSolo(bPause);
+}
+
+bool PlayerPort::PauseSolo(bool bPause) {
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && m_pLive) {
         return PauseStream(bPause);
@@ -523,6 +558,13 @@ bool PlayerPort::EnterPause() {
 }
 
 bool PlayerPort::Stop() {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->Stop(this);
+    }
+    return StopSolo();
+}
+
+bool PlayerPort::StopSolo() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && IsStreamPort()) {
         StopStream();
@@ -537,6 +579,13 @@ bool PlayerPort::Stop() {
 }
 
 bool PlayerPort::Fast() {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->Speed(this, true);
+    }
+    return FastSolo();
+}
+
+bool PlayerPort::FastSolo() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && IsStreamPort()) {
         return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream plays at its own pace
@@ -559,6 +608,13 @@ bool PlayerPort::Fast() {
 }
 
 bool PlayerPort::Slow() {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->Speed(this, false);
+    }
+    return SlowSolo();
+}
+
+bool PlayerPort::SlowSolo() {
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && IsStreamPort()) {
         return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream plays at its own pace
@@ -598,6 +654,9 @@ bool PlayerPort::JumpTo(uint32_t nFrame) {
 }
 
 bool PlayerPort::SetCurrentFrameNum(uint32_t nFrame) {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->JumpToFrame(this, nFrame);
+    }
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && IsStreamPort()) {
         return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream has no frame index
@@ -624,6 +683,9 @@ bool PlayerPort::SetCurrentFrameNum(uint32_t nFrame) {
 }
 
 bool PlayerPort::SetPlayedTimeMs(uint32_t nTimeMs) {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->JumpToTime(this, nTimeMs);
+    }
     uint32_t nFrame = 0;
     {
         std::lock_guard<std::mutex> lock(m_mtxControl);
@@ -647,6 +709,9 @@ bool PlayerPort::SetPlayedTimeMs(uint32_t nTimeMs) {
 }
 
 bool PlayerPort::OneByOne() {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->Step(this, true);
+    }
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && IsStreamPort()) {
         return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream has no frame index
@@ -698,6 +763,9 @@ bool PlayerPort::OneByOne() {
 }
 
 bool PlayerPort::OneByOneBack() {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->Step(this, false);
+    }
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && IsStreamPort()) {
         return Fail(TAVRIX_ERR_NOT_SUPPORT);
@@ -726,6 +794,9 @@ bool PlayerPort::OneByOneBack() {
 }
 
 bool PlayerPort::ReversePlay() {
+    if (std::shared_ptr<SyncGroup> pGroup = Group()) {
+        return pGroup->Reverse(this);
+    }
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer && IsStreamPort()) {
         return Fail(TAVRIX_ERR_NOT_SUPPORT); // a live stream has no frame index

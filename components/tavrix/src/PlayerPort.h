@@ -51,6 +51,7 @@ class FrameIndex;
 class LivePlayer;
 class OverlayTrack;
 class ReversePlayer;
+class SyncGroup;
 class StreamSource;
 class SubtitleTrackReader;
 class VideoDecoder;
@@ -138,6 +139,38 @@ public:
         return m_bLivePort.load() ? m_streamCounters.nLateFrames.load() : m_readings.nLateFrames.load();
     }
     bool Snapshot(SnapshotEncoder::Format format, char* pBuf, uint32_t nBufSize, uint32_t* pnSize);
+
+    // Lock-step play (PlayerPortSync.cpp). Join and leave come from the flat
+    // interface, never under the control lock; a member's transport calls go
+    // to its group first, which calls the Group* operations below.
+    bool JoinGroup(int nGroup);
+    void LeaveGroup();
+    std::shared_ptr<SyncGroup> Group() const;
+    bool GroupTime(TAVRIX_SYSTEM_TIME* pstOut) const;
+    bool PlaySolo();
+    bool PlaySoloLocked(); // control lock held
+    bool PauseSolo(bool bPause);
+    bool StopSolo();
+    bool FastSolo();
+    bool SlowSolo();
+    int SpeedStepNow();
+    // Starts (or resumes) the port for the group's time nUs.
+    bool GroupStart(int64_t nUs, bool bReverse);
+    // The port's frame for the group's time nUs in the given direction (a
+    // started port only): nothing when it is there already, a jump otherwise
+    // (always exact, even for the next frame: what waits in the ring may not
+    // be it); before the file's begin the window goes dark and the first
+    // frame waits for its time.
+    bool GroupPlace(int64_t nUs, bool bReverse);
+    // The group's speed for this port's pictures and sound.
+    void GroupSpeed(int nStep);
+    // Global time of the frame after (before) the port's frame for nUs.
+    bool NeighbourTime(int64_t nUs, bool bForward, int64_t* pnOut);
+    bool FrameTime(uint32_t nFrame, int64_t* pnOut);
+    // Threads built (bPlaying: and not paused).
+    bool StartedForGroup(bool bPlaying);
+    void WakeRenderer();
+    bool RealTime() const { return m_bRealTime.load(); }
 
     // Display regions and private data (PlayerPortRegions.cpp). Any thread;
     // the render thread's sink reads them for each picture.
@@ -247,6 +280,18 @@ private:
     // and feed them, any thread may change or read them.
     const std::shared_ptr<PictureAdjuster> m_pAdjuster = std::make_shared<PictureAdjuster>(m_nPort);
     const std::shared_ptr<SnapshotEncoder> m_pSnapshots = std::make_shared<SnapshotEncoder>(m_nPort);
+
+    // Lock-step play.
+    mutable std::mutex m_mtxGroup;       // guards m_pGroup alone
+    std::shared_ptr<SyncGroup> m_pGroup; // guarded by m_mtxGroup
+    int64_t m_nGroupZeroUs = 0;          // global time of the first frame; guarded by m_mtxControl
+    bool m_bGroupDark = false; // placed before the file's begin, nothing shown since; guarded by m_mtxControl
+    static constexpr int64_t kNotPlaced = INT64_MIN;
+    int64_t m_nGroupPlaced = kNotPlaced; // the frame the group last placed the port on (-1 dark); guarded by m_mtxControl
+    // The frame of the open file for a global time: -1 before its begin
+    // (control lock held, index ready).
+    int64_t FrameForGlobal(int64_t nUs) const;
+    int64_t GlobalOfFrame(uint32_t nFrame) const;
 
     // Display regions and private data.
     mutable std::mutex m_mtxRegions;

@@ -61,6 +61,7 @@ bool PlayerPort::OpenStreamFrom(uint16_t nSystemFormat, const uint8_t* pHead, si
     if (nHeadLen > 0 && !pSource->SetHead(pHead, nHeadLen)) {
         return Fail(TAVRIX_ERR_PARA_OVER);
     }
+    LeaveGroup(); // the file goes; a stream plays in no group
     std::lock_guard<std::mutex> lock(m_mtxControl);
     // A port plays one thing. The window named by an earlier Play stays.
     if (m_pDemuxer) {

@@ -71,4 +71,16 @@ void RegionSinks::Present(const VideoFrame& frame) {
     }
 }
 
+void RegionSinks::Clear() {
+    m_pMain->Clear();
+    std::shared_ptr<WidgetPresenter> pNavigator;
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        pNavigator = m_pNavigator;
+    }
+    if (pNavigator) {
+        pNavigator->Clear();
+    }
+}
+
 } // namespace tavrix

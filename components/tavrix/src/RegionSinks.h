@@ -23,6 +23,7 @@ public:
     static std::shared_ptr<RegionSinks> Create(PlayerPort* pPort, uintptr_t nWindowId);
 
     void Present(const VideoFrame& frame) override;
+    void Clear() override;
 
     // Region 1's presenter; null removes it. Any thread.
     void SetNavigator(std::shared_ptr<WidgetPresenter> pNavigator, uintptr_t nWindowId);

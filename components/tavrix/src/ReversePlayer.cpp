@@ -304,6 +304,14 @@ bool ReversePlayer::PushFrame(const Chunk& chunk, uint32_t nFrame) {
     pOut->nPtsUs = nPtsUs - m_info.nFileStartUs;
     pOut->nSourcePtsUs = nPtsUs - m_info.nVideoStartUs;
     pOut->nClockUs = -pOut->nPtsUs; // the clock runs forward while the pictures go back
+    // Up to the next picture in display order: what the picture covers, as
+    // forward play has it.
+    if (nFrame + 1 < m_pIndex->Count()) {
+        const int64_t nNextUs = StampUs(m_pIndex->PtsOfFrame(nFrame + 1), m_timeBase);
+        if (nNextUs > nPtsUs) {
+            pOut->nDurationUs = nNextUs - nPtsUs;
+        }
+    }
     pOut->nFrameNum = nFrame;
     return m_pRenderer->Push(std::move(pOut));
 }

@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include "CallbackSet.h"
+#include "SyncGroup.h"
 
 #include <algorithm>
 
@@ -13,6 +14,11 @@ constexpr size_t kRingSize = 3;
 // Motion flow shows an in-between picture about this often: 25 a second,
 // the pace of ordinary camera footage.
 constexpr auto kFlowInterval = std::chrono::milliseconds(40);
+// A member of a lock-step group looks at the group's clock at least this
+// often while the clock waits for its members (they move it without waking
+// each other), and this often at most otherwise.
+constexpr auto kGroupPoll = std::chrono::milliseconds(2);
+constexpr auto kGroupLongestWait = std::chrono::milliseconds(100);
 } // namespace
 
 VideoRenderer::VideoRenderer(int nPort, CallbackSet* pCallbacks, PlayReadings* pReadings)
@@ -224,7 +230,7 @@ void VideoRenderer::Run() {
         // A pause or resume wakes the thread too: the clock must stop at the
         // moment of the pause, not at the next picture.
         m_cvWork.wait(lock, [this, &bClockPaused] {
-            return m_bAbort || m_bRefreshPending || m_bPaused != bClockPaused ||
+            return m_bAbort || m_bRefreshPending || m_bClearPending || m_bPaused != bClockPaused ||
                    m_nSpeedStep != m_clock.SpeedStep() ||
                    ((!m_bPaused || m_nSteps > 0) && !m_deqRing.empty());
         });
@@ -241,6 +247,19 @@ void VideoRenderer::Run() {
         }
         if (m_nSpeedStep != m_clock.SpeedStep()) {
             m_clock.SetSpeedStep(m_nSpeedStep, now);
+            continue;
+        }
+        if (m_bClearPending) {
+            m_bClearPending = false;
+            m_bRefreshPending = false;
+            std::shared_ptr<FrameSink> pSink = m_pSink;
+            std::unique_ptr<VideoFrame> pOld = std::move(m_pLast);
+            lock.unlock();
+            pOld.reset();
+            if (pSink) {
+                pSink->Clear();
+            }
+            lock.lock();
             continue;
         }
         if (m_bRefreshPending) {
@@ -271,9 +290,14 @@ void VideoRenderer::Run() {
             m_cvSpace.notify_all();
             m_bEnded = true;
             m_bInCallback = true;
+            std::shared_ptr<SyncGroup> pGroup = m_pGroup;
+            const PlayerPort* pMember = m_pGroupMember;
             lock.unlock();
             m_pReadings->bEnded = true;
             m_pReadings->NotifyProgress();
+            if (pGroup) {
+                pGroup->Arrive(pMember, false, true, 0, now);
+            }
             FireFileEnd();
             lock.lock();
             m_bInCallback = false;
@@ -300,7 +324,11 @@ void VideoRenderer::Run() {
             m_tLastShown = now;
         }
         bool bToWindow = m_pSink != nullptr;
-        if (m_bRealTime && !bStep) {
+        if (m_pGroup && !bStep) {
+            if (!PaceByGroup(&lock, now, &bToWindow)) {
+                continue;
+            }
+        } else if (m_bRealTime && !bStep) {
             FollowMaster(front, now);
             const auto tDue = m_clock.DueTime(front.nClockUs, now);
             if (now < tDue) {
@@ -339,8 +367,15 @@ void VideoRenderer::Run() {
         m_bHoldFirst = false;
         m_bInCallback = true;
         std::shared_ptr<FrameSink> pSink = bToWindow ? m_pSink : nullptr;
+        std::shared_ptr<SyncGroup> pGroup = m_pGroup;
+        const PlayerPort* pMember = m_pGroupMember;
         lock.unlock();
         m_cvSpace.notify_all();
+        if (pGroup && pGroup->Waiting()) {
+            // An unpaced clock must not move on past this member's next
+            // picture before it has been seen.
+            pGroup->Arrive(pMember, false, false, 0, now);
+        }
         PrepareShown(*pFrame);
         Publish(*pFrame);
         CallDisplay(*pFrame);
@@ -446,6 +481,86 @@ void VideoRenderer::PresentInBetween(std::chrono::steady_clock::time_point tDue,
         }
     }
     pLock->lock();
+}
+
+void VideoRenderer::SetGroup(std::shared_ptr<SyncGroup> pGroup, const PlayerPort* pMember, int64_t nZeroUs) {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        const bool bLeaving = m_pGroup && !pGroup;
+        m_pGroup = std::move(pGroup);
+        m_pGroupMember = pMember;
+        m_nGroupZeroUs = nZeroUs;
+        m_bGroupNudge = true;
+        if (bLeaving) {
+            m_bResetClock = true; // on by itself from the next picture
+        }
+    }
+    m_cvWork.notify_all();
+}
+
+void VideoRenderer::Nudge() {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        m_bGroupNudge = true;
+    }
+    m_cvWork.notify_all();
+}
+
+void VideoRenderer::ClearPicture() {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        m_bClearPending = true;
+    }
+    // Readers learn at once that nothing shows: the group's time has not
+    // reached this file.
+    m_pReadings->bShown = false;
+    if (m_pSnapshots) {
+        m_pSnapshots->Forget();
+    }
+    m_cvWork.notify_all();
+}
+
+bool VideoRenderer::PaceByGroup(std::unique_lock<std::mutex>* pLock, std::chrono::steady_clock::time_point now,
+                                bool* pbToWindow) {
+    std::shared_ptr<SyncGroup> pGroup = m_pGroup;
+    VideoFrame* pFront = m_deqRing.front().get();
+    const int64_t nFrontUs = m_nGroupZeroUs + pFront->nSourcePtsUs;
+    if (pGroup->Waiting()) {
+        // Tell the clock this member has its picture; it may move the clock.
+        const PlayerPort* pMember = m_pGroupMember;
+        pLock->unlock();
+        pGroup->Arrive(pMember, true, false, nFrontUs, now);
+        pLock->lock();
+        if (m_bAbort || m_deqRing.empty() || m_deqRing.front().get() != pFront || m_pGroup != pGroup) {
+            return false;
+        }
+    }
+    const auto tDue = pGroup->DueTime(nFrontUs, pFront->nDurationUs, now);
+    if (now < tDue) {
+        const auto tWake = pGroup->Waiting() ? now + kGroupPoll : std::min(tDue, now + kGroupLongestWait);
+        m_cvWork.wait_until(*pLock, tWake, [this] {
+            return m_bAbort || m_bRefreshPending || m_bClearPending || m_bPaused || m_bResetClock ||
+                   m_bGroupNudge || m_nSpeedStep != m_clock.SpeedStep();
+        });
+        m_bGroupNudge = false;
+        return false;
+    }
+    // Behind the group with the next picture already due as well: this one
+    // goes to the callbacks only (or, above normal speed, nowhere), so the
+    // window catches up with the others.
+    if (m_deqRing.size() > 1 && !m_deqRing[1]->bEos &&
+        pGroup->DueTime(m_nGroupZeroUs + m_deqRing[1]->nSourcePtsUs, m_deqRing[1]->nDurationUs, now) <= now) {
+        if (!pGroup->Waiting()) {
+            m_pReadings->nLateFrames.fetch_add(1);
+        }
+        if (m_nSpeedStep > 0) {
+            m_deqRing.pop_front();
+            m_cvSpace.notify_all();
+            return false;
+        }
+        *pbToWindow = false;
+    }
+    return true;
 }
 
 void VideoRenderer::FireFileEnd() {

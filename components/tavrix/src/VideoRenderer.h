@@ -26,6 +26,8 @@
 namespace tavrix {
 
 class CallbackSet;
+class PlayerPort;
+class SyncGroup;
 
 class VideoRenderer : public FrameTarget {
 public:
@@ -74,6 +76,17 @@ public:
     void RequestRefresh();
     bool Ended() const;
 
+    // Lock-step play: pictures are due when the group's clock reaches their
+    // global time (nZeroUs plus their offset from the first frame) instead of
+    // by the port's own clock. Null leaves the group: the own clock starts
+    // again at the next picture.
+    void SetGroup(std::shared_ptr<SyncGroup> pGroup, const PlayerPort* pMember, int64_t nZeroUs);
+    // The group's clock changed (speed, a member's pause): look again.
+    void Nudge();
+    // The window goes dark and the last picture is forgotten (a member whose
+    // file begins after the group's time). Call with no producer running.
+    void ClearPicture();
+
 private:
     void Run();
     void FollowMaster(const VideoFrame& front, std::chrono::steady_clock::time_point now);
@@ -86,6 +99,12 @@ private:
     void PresentInBetween(std::chrono::steady_clock::time_point tDue, std::unique_lock<std::mutex>* pLock);
     void Publish(const VideoFrame& frame);
     void FireFileEnd();
+    // Lock-step play: waits for or skips the front picture by the group's
+    // clock. True when the front picture is to be shown now (*pbToWindow
+    // false: to the callbacks only, the window is behind); false when the
+    // loop must look again. Called with m_mtx held (released inside).
+    bool PaceByGroup(std::unique_lock<std::mutex>* pLock, std::chrono::steady_clock::time_point now,
+                     bool* pbToWindow);
 
     const int m_nPort;
     CallbackSet* const m_pCallbacks;
@@ -111,6 +130,11 @@ private:
     int m_nSpeedStep = 0;                              // requested speed; guarded by m_mtx
     std::shared_ptr<FrameSink> m_pSink;                // guarded by m_mtx
     MasterClock m_fnMaster;                            // guarded by m_mtx
+    std::shared_ptr<SyncGroup> m_pGroup;               // guarded by m_mtx
+    const PlayerPort* m_pGroupMember = nullptr;        // guarded by m_mtx
+    int64_t m_nGroupZeroUs = 0;                        // guarded by m_mtx
+    bool m_bGroupNudge = false;                        // guarded by m_mtx
+    bool m_bClearPending = false;                      // guarded by m_mtx
 
     std::shared_ptr<PictureAdjuster> m_pAdjuster;  // set before Start; its own lock
     std::shared_ptr<SnapshotEncoder> m_pSnapshots; // set before Start; its own lock

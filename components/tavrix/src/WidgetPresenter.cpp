@@ -180,6 +180,12 @@ void WidgetPresenter::PresentPart(const VideoFrame& frame, const TAVRIX_RECT* pS
     Publish(img);
 }
 
+void WidgetPresenter::Clear() {
+    QImage img(1, 1, QImage::Format_RGB32);
+    img.fill(Qt::black);
+    Publish(img);
+}
+
 void WidgetPresenter::Publish(QImage& img) {
     {
         std::lock_guard<std::mutex> lock(m_pLink->mtx);

@@ -31,6 +31,7 @@ public:
 
     // The whole picture.
     void Present(const VideoFrame& frame) override;
+    void Clear() override;
 
     // Paints over the scaled picture, before the draw callback: the painter,
     // the source rectangle on view (in the picture's pixels) and the size of
