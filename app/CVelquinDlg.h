@@ -380,6 +380,10 @@ private:
     QAction* m_pActListSetSecret = nullptr;
     // Stage right-click menu and its picture entries (CVelquinDlgPicture.cpp).
     QMenu* m_pMainRightMenu = nullptr;
+    QMenu* m_pPlayControlMenu = nullptr; // the locate entries of the stage's menu
+    QAction* m_pActTimeStampLocate = nullptr;
+    QAction* m_pActFrameLocate = nullptr;
+    QAction* m_pActGlobalTimeLocate = nullptr;
     QMenu* m_pThrowFrameMenu = nullptr;
     QActionGroup* m_pThrowFrameGroup = nullptr;
     QMenu* m_pMotionFlowMenu = nullptr;

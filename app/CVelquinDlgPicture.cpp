@@ -113,6 +113,18 @@ bool CVelquinDlg::InitPictureMenus() {
     m_pMainRightMenu = new QMenu(this);
     m_pMainRightMenu->setObjectName(QStringLiteral("m_pMainRightMenu"));
 
+    // Play control: the locate dialogs of the selected window.
+    m_pPlayControlMenu = new QMenu(this);
+    m_pPlayControlMenu->setObjectName(QStringLiteral("m_pPlayControlMenu"));
+    m_pActTimeStampLocate = m_pPlayControlMenu->addAction(QString());
+    m_pActFrameLocate = m_pPlayControlMenu->addAction(QString());
+    m_pActGlobalTimeLocate = m_pPlayControlMenu->addAction(QString());
+    connect(m_pActTimeStampLocate, &QAction::triggered, this, &CVelquinDlg::On_ShowTimeStampLocateDlg);
+    connect(m_pActFrameLocate, &QAction::triggered, this, &CVelquinDlg::On_ShowFrameLocateDlg);
+    connect(m_pActGlobalTimeLocate, &QAction::triggered, this, &CVelquinDlg::On_ShowGlobalTimeLocateDlg);
+    m_pMainRightMenu->addMenu(m_pPlayControlMenu);
+    m_pMainRightMenu->addSeparator();
+
     m_pThrowFrameGroup = MakeGroup(this, true);
     m_pThrowFrameMenu = MakeGroupMenu(this, "m_pThrowFrameMenu", m_pThrowFrameGroup, true, {0, 1, 2});
     m_pMotionFlowGroup = MakeGroup(this, true);
@@ -191,6 +203,10 @@ bool CVelquinDlg::InitPictureMenus() {
 void CVelquinDlg::RetranslatePictureMenus() {
     if (!m_pMainRightMenu)
         return;
+    m_pPlayControlMenu->setTitle(Tr(IDS_Global_PlayControl, "Play Control"));
+    m_pActTimeStampLocate->setText(Tr(IDS_PlaySetDlg_TimeStampLocate, "Locate Time Stamp"));
+    m_pActFrameLocate->setText(Tr(IDS_PlaySetDlg_FrameLocate, "Locate Frame"));
+    m_pActGlobalTimeLocate->setText(Tr(IDS_PlaySetDlg_GlobalTimeLocate, "Locate Global Time"));
     m_pThrowFrameMenu->setTitle(Tr(IDS_MainWnd_ThrowFrame, "Throw frame"));
     SetTexts(m_pThrowFrameGroup, {{IDS_PlaySetDlg_DonotThrowB, "Don't drop frame"},
                                   {IDS_PlaySetDlg_ThrowB1, "Drop 1 frame"},
@@ -265,6 +281,10 @@ bool CVelquinDlg::ShowRightMenu() {
     for (QAction* pAction : m_pImgFlipGroup->actions())
         pAction->setEnabled(bTurnable);
     m_pPlayWndPrecentMenu->menuAction()->setVisible(m_pDlgShow->GetPlayWndNum() == 1 || m_pDlgShow->IsMaxWnd());
+    // Locating moves one window: not a stream, not a group.
+    const bool bLocate = bActive && !bSelNet && !m_pDlgShow->IsSyncPlay();
+    for (QAction* pAction : {m_pActTimeStampLocate, m_pActFrameLocate, m_pActGlobalTimeLocate})
+        pAction->setEnabled(bLocate);
 
     // Fisheye material: its picture is a projection that these would break.
     bool bSRFile = false;
@@ -275,6 +295,7 @@ bool CVelquinDlg::ShowRightMenu() {
             pAction->setEnabled(false);
         m_pActConCapPic->setEnabled(false);
         m_pActPartZoom->setEnabled(false);
+        m_pActGlobalTimeLocate->setEnabled(false);
     }
     m_pMainRightMenu->popup(QCursor::pos());
     return true;
