@@ -1271,7 +1271,10 @@ void CVelquinDlg::UpdateSyncBtnState() {
         ++nActive;
         bAnyNet = bAnyNet || m_pDlgShow->GetOpenMode(i) == 2;
     }
-    m_pBtnSyncPlay->setEnabled(nActive >= 2 && !bAnyNet);
+    bool bOpening = false;
+    for (int i = 0; i < MAX_PLAY_WND; ++i)
+        bOpening = bOpening || m_pDlgShow->IsOpening(i);
+    m_pBtnSyncPlay->setEnabled(nActive >= 2 && !bAnyNet && (!bOpening || m_pDlgShow->IsSyncPlay()));
 }
 
 void CVelquinDlg::ErrorToStopPlay(QString strFileName, int nErrorType, bool bSRFile) {
@@ -2205,6 +2208,8 @@ bool CVelquinDlg::On_ChangeSelectWnd(int nPlayWndIndex) {
     // The labels follow the new selection at once, not at the next tick.
     On_UpdateCtrlsState();
     On_PlayerTimer();
+    if (m_pSyncDlg && m_pSyncDlg->isVisible())
+        m_pSyncDlg->RefreshSelection();
     return true;
 }
 

@@ -46,13 +46,21 @@ bool CVelquinDlg::On_SyncPlay() {
             nActive += IsPlayingOrPaused(m_pDlgShow->GetPlayState(i)) ? 1 : 0;
         if (nActive < 2)
             return false;
+        // A window still reading its file would start playing on its own
+        // after the group has formed.
+        for (int i = 0; i < kMaxPlayWnd; ++i) {
+            if (m_pDlgShow->IsOpening(i))
+                return false;
+        }
         if (!m_pDlgShow->SwitchSyncPlay())
             return false;
         // The members play on fresh ports, silent and in the engine's colour:
         // each takes the remembered colour again, the selected one the sound.
         for (int i = 0; i < kMaxPlayWnd; ++i) {
-            if (IsPlayingOrPaused(m_pDlgShow->GetPlayState(i)))
+            if (IsPlayingOrPaused(m_pDlgShow->GetPlayState(i))) {
                 ApplyRememberedColor(i);
+                ApplyPrivateDataMask(i);
+            }
         }
         const int nSel = m_pDlgShow->GetSelWndIndex();
         if (!m_bMute)

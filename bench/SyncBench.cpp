@@ -80,7 +80,9 @@ SyncBench::Phase SyncBench::PlayGroup(bool bRealTime) const {
                     continue; // parked at its end
                 // The shown frame's time against the group's: under one
                 // frame period while the member keeps step.
-                vecSkews.push_back(std::abs(double(nGroupMs - EpochMs(tShown))));
+                const double dSkew = std::abs(double(nGroupMs - EpochMs(tShown)));
+                vecSkews.push_back(dSkew);
+                phase.dMaxSkewPeriods = std::max(phase.dMaxSkewPeriods, dSkew / vecPeriodMs[i]);
             }
             if (Clock::now() - start >= std::chrono::seconds(m_nSeconds))
                 break;
@@ -159,6 +161,7 @@ int SyncBench::Run() {
     std::printf("frame_period_ms: %.1f\n", real.dMinPeriodMs);
     std::printf("max_skew_ms: %.1f\n", real.dMaxSkewMs);
     std::printf("p95_skew_ms: %.1f\n", real.dP95SkewMs);
+    std::printf("max_skew_frame_periods: %.2f\n", real.dMaxSkewPeriods);
     std::printf("late_frames: %u\n", real.nLate);
     std::printf("cpu_percent: %.1f\n", real.dCpuPercent);
     if (bPeer)

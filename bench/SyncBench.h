@@ -25,6 +25,7 @@ private:
         unsigned nLate = 0;
         double dCpuPercent = 0.0;
         double dMinPeriodMs = 0.0; // the shortest frame period among the members
+        double dMaxSkewPeriods = 0.0; // the largest skew in frame periods of its own member
     };
     Phase PlayGroup(bool bRealTime) const;
     // The ffmpeg tool on each file's first nSeconds, all at once; bRealTime

@@ -114,6 +114,9 @@ public:
     // reverse play refuse. Closing the window leaves the group with the port.
     bool SetSyncGroup(bool bJoin);
     bool IsSyncGroup() const { return m_bSyncGroup; }
+    // The group moved this window (a jump of the whole group): its file may
+    // end again, and an end reported before the jump no longer counts.
+    void RearmFileEnd() { BumpPlaySerial(); }
     // Key frame at or before / strictly after a frame number or a time in ms.
     bool CheckKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut);
     bool CheckNextKeyFramePos(uint nValue, uint nType, TAVRIX_FRAME_POS* pOut);

@@ -211,6 +211,7 @@ bool CDlgShow::SetSyncPlayPrecent(double dPrecent) {
     // to that member's begin or end instead.
     const SYNC_WND_FILE* pFirstAhead = nullptr; // the member that begins soonest after the target
     bool bMoved = false;
+    bool bHeld = false; // some member's file holds the target
     for (const SYNC_WND_FILE& stRow : m_vecSyncFiles) {
         const int i = stRow.nWndIndex;
         CPlayWnd* pWnd = GetPlayWnd(i);
@@ -219,26 +220,44 @@ bool CDlgShow::SetSyncPlayPrecent(double dPrecent) {
         const TAVRIX_SYSTEM_TIME& stBegin = stRow.stFileTime.stBegin;
         const TAVRIX_SYSTEM_TIME& stEnd = stRow.stFileTime.stEnd;
         if (!CPlayHelper::IsOneTimeEarly(&stBegin, &stTarget)) {
-            m_bSyncWndActive[i] = true;
             if (!pFirstAhead || CPlayHelper::IsOneTimeEarly(&stBegin, &pFirstAhead->stFileTime.stBegin))
                 pFirstAhead = &stRow;
-        } else if (!CPlayHelper::IsOneTimeEarly(&stTarget, &stEnd)) {
-            m_bSyncWndActive[i] = false;
-        } else {
-            m_bSyncWndActive[i] = true;
+        } else if (CPlayHelper::IsOneTimeEarly(&stTarget, &stEnd)) {
+            bHeld = true;
             bMoved = pWnd->SetTimePosMS(CPlayHelper::GetTimeSpanMS(&stBegin, &stTarget)) || bMoved;
         }
     }
     // The target lies in a gap between files: the group goes on where the next
     // file begins.
-    if (!bMoved && pFirstAhead) {
+    if (!bHeld && pFirstAhead) {
         CPlayWnd* pWnd = GetPlayWnd(pFirstAhead->nWndIndex);
         qDebug("CDlgShow::SetSyncPlayPrecent() GoToStart() nSubIndex=%d, lPort=%d", pFirstAhead->nWndIndex,
                pWnd ? pWnd->GetPort() : -1);
-        if (pWnd)
-            pWnd->GoToStart();
+        bMoved = pWnd && pWnd->GoToStart();
     }
-
+    if (!bMoved) {
+        // Nothing moved (the frame indexes are not ready): the group stays
+        // where it was, and so do the flags.
+        if (nOldState == 1) {
+            for (const SYNC_WND_FILE& stRow : m_vecSyncFiles) {
+                CPlayWnd* pWnd = GetPlayWnd(stRow.nWndIndex);
+                if (pWnd && m_bSyncWndActive[stRow.nWndIndex])
+                    pWnd->Resume();
+            }
+        }
+        return false;
+    }
+    // Every member is where the group's time puts it: before its begin it
+    // waits for its moment, past its end it is parked there. An end it had
+    // reported may come again.
+    for (const SYNC_WND_FILE& stRow : m_vecSyncFiles) {
+        const int i = stRow.nWndIndex;
+        CPlayWnd* pWnd = GetPlayWnd(i);
+        if (!pWnd || pWnd->GetPlayState() != 2)
+            continue;
+        m_bSyncWndActive[i] = CPlayHelper::IsOneTimeEarly(&stTarget, &stRow.stFileTime.stEnd);
+        pWnd->RearmFileEnd();
+    }
     // A member parked at its end stays paused; a paused group stays paused.
     if (nOldState == 1) {
         for (const SYNC_WND_FILE& stRow : m_vecSyncFiles) {

@@ -61,6 +61,8 @@ public:
     // line it is only remembered.
     bool SetPlayPos(TAVRIX_SYSTEM_TIME* pTime);
     void UpdateLanguage();
+    // The selected window changed: its row takes the selection colour.
+    void RefreshSelection() { UpdateFilesPixmap(); }
 
     // IObserverBase: colours, font and sheets of the ruler, then a repaint.
     void SkinChanged() override;

@@ -284,10 +284,14 @@ void AudioDecoder::HandleFrame(const AVFrame* pFrame) {
     if (m_fnOutput() == nullptr) {
         KeepPaceWithPicture(pFrame, false);
     } else if (m_bWaitForPicture.load() && !m_pReadings->bShown.load()) {
-        // Ended by the picture, a stop (abort) or leaving the group.
-        m_pReadings->WaitForProgress([this] {
-            return m_bAbort.load() || !m_bWaitForPicture.load() || m_pReadings->bShown.load();
-        });
+        // Ended by the picture, a stop (abort) or leaving the group; looked at
+        // again every tenth of a second whatever wakes it.
+        while (!m_pReadings->WaitForProgressUntil(std::chrono::steady_clock::now() + std::chrono::milliseconds(100),
+                                                  [this] {
+                                                      return m_bAbort.load() || !m_bWaitForPicture.load() ||
+                                                             m_pReadings->bShown.load();
+                                                  })) {
+        }
         m_bResync = true; // start with the picture, not with what waited
         return;
     }

@@ -451,9 +451,12 @@ void PlayerPort::ApplySpeed() {
     if (!m_bRunning) {
         return;
     }
-    m_pRenderer->SetSpeedStep(m_nSpeedStep);
+    // In a lock-step group the group's speed holds, whatever this port's own
+    // place on the ladder.
+    const int nStep = Group() ? m_nGroupSpeedStep : m_nSpeedStep;
+    m_pRenderer->SetSpeedStep(nStep);
     if (m_pAudio) {
-        m_pAudio->SetSpeedStep(m_bReverse ? 1 : m_nSpeedStep);
+        m_pAudio->SetSpeedStep(m_bReverse ? 1 : nStep);
     }
     // Dropping pictures nothing refers to is only for fast play, and only
     // with the index, which numbers the pictures that remain.
@@ -533,7 +536,7 @@ bool PlayerPort::PauseSolo(bool bPause) {
 }
 
 bool PlayerPort::SkippingNonRef() const {
-    return m_nThrowB > 0 && m_nSpeedStep > 0 && !m_bReverse && !m_bPaused && ReadyIndex() != nullptr;
+    return m_nThrowB > 0 && (Group() ? m_nGroupSpeedStep : m_nSpeedStep) > 0 && !m_bReverse && !m_bPaused && ReadyIndex() != nullptr;
 }
 
 bool PlayerPort::EnterPause() {

@@ -161,7 +161,8 @@ public:
     // (always exact, even for the next frame: what waits in the ring may not
     // be it); before the file's begin the window goes dark and the first
     // frame waits for its time.
-    bool GroupPlace(int64_t nUs, bool bReverse);
+    // *pbMoved (optional): the port was moved (restarted or stepped).
+    bool GroupPlace(int64_t nUs, bool bReverse, bool* pbMoved = nullptr);
     // The group's speed for this port's pictures and sound.
     void GroupSpeed(int nStep);
     // Global time of the frame after (before) the port's frame for nUs.
@@ -287,7 +288,8 @@ private:
     int64_t m_nGroupZeroUs = 0;          // global time of the first frame; guarded by m_mtxControl
     bool m_bGroupDark = false; // placed before the file's begin, nothing shown since; guarded by m_mtxControl
     static constexpr int64_t kNotPlaced = INT64_MIN;
-    int64_t m_nGroupPlaced = kNotPlaced; // the frame the group last placed the port on (-1 dark); guarded by m_mtxControl
+    int64_t m_nGroupPlaced = kNotPlaced;
+    int m_nGroupSpeedStep = 0; // the group's speed; guarded by m_mtxControl // the frame the group last placed the port on (-1 dark); guarded by m_mtxControl
     // The frame of the open file for a global time: -1 before its begin
     // (control lock held, index ready).
     int64_t FrameForGlobal(int64_t nUs) const;

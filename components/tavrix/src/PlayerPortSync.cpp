@@ -50,6 +50,7 @@ bool PlayerPort::JoinGroup(int nGroup) {
         m_nGroupZeroUs = nZeroUs;
         m_bGroupDark = false;
         m_nGroupPlaced = kNotPlaced;
+        m_nGroupSpeedStep = 0;
     }
     if (!pGroup->Join(this, nZeroUs)) {
         return Fail(TAVRIX_ERR_ORDER);
@@ -130,8 +131,16 @@ int64_t PlayerPort::FrameForGlobal(int64_t nUs) const {
     // The last frame whose time is not after nUs.
     const int64_t nPts = av_rescale_q_rnd(nVideoStartUs + (nUs - m_nGroupZeroUs), AV_TIME_BASE_Q,
                                           pIndex->TimeBase(), AV_ROUND_DOWN);
-    const int64_t n = pIndex->LastFrameAtOrBeforePts(nPts);
-    return n < 0 ? 0 : n;
+    int64_t n = pIndex->LastFrameAtOrBeforePts(nPts);
+    if (n < 0) {
+        n = 0;
+    }
+    // Microseconds back to stamps round down, the frames' own times to the
+    // nearest: the frame whose time is exactly nUs may lie one stamp above.
+    while (n + 1 < static_cast<int64_t>(pIndex->Count()) && GlobalOfFrame(static_cast<uint32_t>(n + 1)) <= nUs) {
+        ++n;
+    }
+    return n;
 }
 
 int64_t PlayerPort::GlobalOfFrame(uint32_t nFrame) const {
@@ -210,7 +219,10 @@ bool PlayerPort::GroupStart(int64_t nUs, bool bReverse) {
     return PauseSolo(false);
 }
 
-bool PlayerPort::GroupPlace(int64_t nUs, bool bReverse) {
+bool PlayerPort::GroupPlace(int64_t nUs, bool bReverse, bool* pbMoved) {
+    bool bMovedHere = false;
+    bool& bMoved = pbMoved != nullptr ? *pbMoved : bMovedHere;
+    bMoved = false;
     std::lock_guard<std::mutex> lock(m_mtxControl);
     if (!m_pDemuxer || !m_bRunning) {
         return true; // a member that does not play takes its place when it starts
@@ -233,13 +245,19 @@ bool PlayerPort::GroupPlace(int64_t nUs, bool bReverse) {
         // Before this file's begin: dark, the first frame waiting for its time
         // (backwards there is nothing left to show).
         if (!bDark || bTurn) {
+            bMoved = true;
             StopProducers();
             m_pRenderer->ClearPicture();
             m_bGroupDark = true;
             if (bReverse) {
                 return StartReverseAt(-1, false);
             }
-            return StartForwardAt(0, false);
+            if (!StartForwardAt(0, false)) {
+                return false;
+            }
+            // Nothing shows until the group's time comes, paused or not.
+            m_pRenderer->NothingToShow();
+            return true;
         }
         return true;
     }
@@ -249,6 +267,7 @@ bool PlayerPort::GroupPlace(int64_t nUs, bool bReverse) {
         // The first frame waits at the front of the ring: a paused member
         // shows it now, a playing one when its time comes, which is now.
         m_bGroupDark = false;
+        bMoved = true;
         if (m_bPaused) {
             m_pRenderer->Step();
         }
@@ -257,10 +276,12 @@ bool PlayerPort::GroupPlace(int64_t nUs, bool bReverse) {
     }
     if (!bTurn && !bDark && nFrame == nNamed) {
         if (m_bPaused && !m_readings.bShown.load()) {
+            bMoved = true;
             m_pRenderer->Step(); // paused before the play's first picture came
         }
         return true;
     }
+    bMoved = true;
     StopProducers();
     m_bGroupDark = false;
     return bReverse ? StartReverseAt(nFrame, m_bPaused) : StartForwardAt(nFrame, m_bPaused);
@@ -268,13 +289,8 @@ bool PlayerPort::GroupPlace(int64_t nUs, bool bReverse) {
 
 void PlayerPort::GroupSpeed(int nStep) {
     std::lock_guard<std::mutex> lock(m_mtxControl);
-    if (!m_bRunning) {
-        return;
-    }
-    m_pRenderer->SetSpeedStep(nStep);
-    if (m_pAudio) {
-        m_pAudio->SetSpeedStep(m_bReverse ? 1 : nStep);
-    }
+    m_nGroupSpeedStep = nStep;
+    ApplySpeed();
 }
 
 } // namespace tavrix

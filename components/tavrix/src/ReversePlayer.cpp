@@ -309,7 +309,7 @@ bool ReversePlayer::PushFrame(const Chunk& chunk, uint32_t nFrame) {
     if (nFrame + 1 < m_pIndex->Count()) {
         const int64_t nNextUs = StampUs(m_pIndex->PtsOfFrame(nFrame + 1), m_timeBase);
         if (nNextUs > nPtsUs) {
-            pOut->nDurationUs = nNextUs - nPtsUs;
+            pOut->nSpanUs = nNextUs - nPtsUs;
         }
     }
     pOut->nFrameNum = nFrame;

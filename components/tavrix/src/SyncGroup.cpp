@@ -52,6 +52,14 @@ SyncGroup::Member* SyncGroup::Find(const PlayerPort* pPort) {
     return nullptr;
 }
 
+int64_t SyncGroup::EarliestBegin() const {
+    int64_t nEarliest = INT64_MAX;
+    for (const Member& m : m_vecMembers) {
+        nEarliest = std::min(nEarliest, m.nZeroUs);
+    }
+    return nEarliest;
+}
+
 int SyncGroup::RunningCount() const {
     return static_cast<int>(
         std::count_if(m_vecMembers.begin(), m_vecMembers.end(), [](const Member& m) { return m.bRunning; }));
@@ -202,7 +210,16 @@ bool SyncGroup::PlaceAll(bool bReverse) {
     }
     bool bOk = true;
     for (PlayerPort* pPort : Ports()) {
-        bOk = pPort->GroupPlace(nUs, bReverse) && bOk;
+        bool bMoved = false;
+        bOk = pPort->GroupPlace(nUs, bReverse, &bMoved) && bOk;
+        if (!bMoved) {
+            // Already there (one parked at its end has no picture to come):
+            // a held clock need not wait for it.
+            std::lock_guard<std::mutex> lock(m_mtxClock);
+            if (Member* pMember = Find(pPort)) {
+                pMember->bReady = true;
+            }
+        }
     }
     return bOk;
 }
@@ -256,11 +273,7 @@ bool SyncGroup::Play(PlayerPort* pPort) {
         if (!m_clock.bStarted) {
             // The first play: the clock starts at the earliest begin and waits
             // for the members' first pictures.
-            int64_t nEarliest = INT64_MAX;
-            for (const Member& m : m_vecMembers) {
-                nEarliest = std::min(nEarliest, m.nZeroUs);
-            }
-            HoldAt(nEarliest, now);
+            HoldAt(EarliestBegin(), now);
         } else if (m_clock.bReverse) {
             // Play turns a group that plays backwards forward again.
             Rebase(now);
@@ -296,6 +309,11 @@ bool SyncGroup::Pause(PlayerPort* pPort, bool bPause) {
     bool bReverse = false;
     {
         std::lock_guard<std::mutex> lock(m_mtxClock);
+        if (!m_clock.bStarted) {
+            // Resumed before any play of the group: it starts as a first play
+            // does, at the earliest begin.
+            HoldAt(EarliestBegin(), std::chrono::steady_clock::now());
+        }
         nUs = ValueAt(std::chrono::steady_clock::now());
         bReverse = m_clock.bReverse;
     }
@@ -327,10 +345,8 @@ bool SyncGroup::Speed(PlayerPort* pPort, bool bFaster) {
         Rebase(std::chrono::steady_clock::now());
         m_clock.nSpeedStep = nStep;
     }
-    for (PlayerPort* pOther : Ports()) {
-        if (pOther != pPort) {
-            pOther->GroupSpeed(nStep);
-        }
+    for (PlayerPort* pMember : Ports()) {
+        pMember->GroupSpeed(nStep);
     }
     WakeAll();
     return true;
@@ -342,6 +358,12 @@ bool SyncGroup::Reverse(PlayerPort* pPort) {
         std::lock_guard<std::mutex> lock(m_mtxClock);
         if (!m_clock.bStarted) {
             pPort->SetLastError(TAVRIX_ERR_ORDER); // a group starts forward, at its earliest begin
+            return false;
+        }
+        if (m_clock.bUnpaced) {
+            // An unpaced clock moves on by the members' next pictures, which
+            // only forward play orders that way.
+            pPort->SetLastError(TAVRIX_ERR_NOT_SUPPORT);
             return false;
         }
         const auto now = std::chrono::steady_clock::now();
@@ -364,6 +386,13 @@ bool SyncGroup::Reverse(PlayerPort* pPort) {
 
 bool SyncGroup::Step(PlayerPort* pPort, bool bForward) {
     std::lock_guard<std::mutex> lockOp(m_mtxOp);
+    {
+        std::lock_guard<std::mutex> lock(m_mtxClock);
+        if (!m_clock.bStarted) {
+            pPort->SetLastError(TAVRIX_ERR_ORDER);
+            return false;
+        }
+    }
     // A step pauses the whole group first.
     for (PlayerPort* pMember : Ports()) {
         SetRunning(pMember, false);

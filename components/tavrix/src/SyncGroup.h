@@ -96,6 +96,7 @@ private:
 
     Member* Find(const PlayerPort* pPort); // m_mtxClock held
     int RunningCount() const;              // m_mtxClock held
+    int64_t EarliestBegin() const;         // m_mtxClock held
     bool Moving() const;                   // m_mtxClock held
     int64_t ValueAt(TimePoint now) const;  // m_mtxClock held
     void Rebase(TimePoint now);            // m_mtxClock held

@@ -20,6 +20,9 @@ struct VideoFrame {
     std::vector<uint8_t> vecYv12; // packed YV12, filled only when a callback wants it
     int64_t nPtsUs = 0;           // from the start of the file
     int64_t nDurationUs = 40000;
+    // Backwards: up to the next picture in display order (0: not known). A
+    // lock-step group shows a picture backwards until its time reaches this.
+    int64_t nSpanUs = 0;
     int64_t nSourcePtsUs = 0; // from the first frame of the video stream (global time)
     int64_t nClockUs = 0;     // what the render clock paces by: the time stamp, negated in reverse play
     uint32_t nFrameNum = 0;   // display index in the file

@@ -520,6 +520,12 @@ void VideoRenderer::ClearPicture() {
     m_cvWork.notify_all();
 }
 
+void VideoRenderer::NothingToShow() {
+    std::lock_guard<std::mutex> lock(m_mtx);
+    m_bShownSinceGate = true;
+    m_nSteps = 0;
+}
+
 bool VideoRenderer::PaceByGroup(std::unique_lock<std::mutex>* pLock, std::chrono::steady_clock::time_point now,
                                 bool* pbToWindow) {
     std::shared_ptr<SyncGroup> pGroup = m_pGroup;
@@ -535,7 +541,7 @@ bool VideoRenderer::PaceByGroup(std::unique_lock<std::mutex>* pLock, std::chrono
             return false;
         }
     }
-    const auto tDue = pGroup->DueTime(nFrontUs, pFront->nDurationUs, now);
+    const auto tDue = pGroup->DueTime(nFrontUs, pFront->nSpanUs > 0 ? pFront->nSpanUs : pFront->nDurationUs, now);
     if (now < tDue) {
         const auto tWake = pGroup->Waiting() ? now + kGroupPoll : std::min(tDue, now + kGroupLongestWait);
         m_cvWork.wait_until(*pLock, tWake, [this] {
@@ -549,7 +555,8 @@ bool VideoRenderer::PaceByGroup(std::unique_lock<std::mutex>* pLock, std::chrono
     // goes to the callbacks only (or, above normal speed, nowhere), so the
     // window catches up with the others.
     if (m_deqRing.size() > 1 && !m_deqRing[1]->bEos &&
-        pGroup->DueTime(m_nGroupZeroUs + m_deqRing[1]->nSourcePtsUs, m_deqRing[1]->nDurationUs, now) <= now) {
+        pGroup->DueTime(m_nGroupZeroUs + m_deqRing[1]->nSourcePtsUs,
+                        m_deqRing[1]->nSpanUs > 0 ? m_deqRing[1]->nSpanUs : m_deqRing[1]->nDurationUs, now) <= now) {
         if (!pGroup->Waiting()) {
             m_pReadings->nLateFrames.fetch_add(1);
         }

@@ -86,6 +86,9 @@ public:
     // The window goes dark and the last picture is forgotten (a member whose
     // file begins after the group's time). Call with no producer running.
     void ClearPicture();
+    // After a gate opened without a picture to show: a pause does not show
+    // the first one either (a member waiting for its moment stays dark).
+    void NothingToShow();
 
 private:
     void Run();
