@@ -94,9 +94,8 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
     case 0:
     case 3:
         ApplyStyle(m_pBtnPlayOrPause, STYLE_PLAY);
-        // From here play starts the selected playlist row; without the playlist
-        // there is nothing it could start.
-        m_pBtnPlayOrPause->setEnabled(false);
+        // From here play starts the selected playlist row.
+        m_pBtnPlayOrPause->setEnabled(true);
         m_pBtnStop->setEnabled(false);
         m_pPlayProgressSlider->SetSliderEnable(false);
         m_pPlayProgressSlider->SetValue(0);

@@ -1,6 +1,9 @@
 // Transport, sound, stepping, jumps, seeking and A-B repeat.
 #include "CVelquinDlg.h"
 
+#include <algorithm>
+#include <QListWidgetItem>
+
 #include <QMenu>
 #include <QTimer>
 #include <QTimerEvent>
@@ -10,6 +13,8 @@
 #include "CustomPlayerSlider.h"
 #include "LanguageKeys.h"
 #include "SliderTips.h"
+#include "CPlaylist.h"
+#include "CPlayHelper.h"
 #include "MainDlgCommon.h"
 
 using namespace maindlg;
@@ -27,9 +32,27 @@ bool CVelquinDlg::On_PlayOrPause() {
             m_pDlgShow->PlayOrPause();
         return true;
     }
-    // With nothing playing the button opens the selected playlist row, which needs
-    // the playlist.
-    return false;
+    // Nothing plays in the selected window: the button opens the selected
+    // playlist row, the first of them whose file is there (or the last read).
+    if (!m_pPlaylist || m_pDlgShow->IsSyncPlay())
+        return false;
+    QList<QListWidgetItem*> lstSel = m_pPlaylist->selectedItems();
+    if (lstSel.isEmpty())
+        return false;
+    std::sort(lstSel.begin(), lstSel.end(), [this](QListWidgetItem* a, QListWidgetItem* b) {
+        return m_pPlaylist->row(a) < m_pPlaylist->row(b);
+    });
+    OpenInfo stInfo;
+    bool bRead = false;
+    for (QListWidgetItem* pItem : lstSel) {
+        if (!pItem || !m_pPlaylist->GetOpenInfo(pItem, &stInfo))
+            continue;
+        bRead = true;
+        bool bExists = false;
+        if (CPlayHelper::IsFileExist(stInfo.strFilePath, &bExists) && bExists)
+            break;
+    }
+    return bRead && On_OpenFileInSelWnd(&stInfo);
 }
 
 bool CVelquinDlg::On_Stop() {

@@ -45,7 +45,13 @@ int main(int argc, char* argv[]) {
     QCoreApplication::addLibraryPath(QDir::toNativeSeparators(strAppDir) + QDir::separator() +
                                      QStringLiteral("plugins") + QDir::separator());
 
-    // All narrow strings of the program are Gb18030, the command line included.
+    // Paths on the command line are in the system's own encoding (UTF-8 on
+    // most systems), read before the program's narrow-string codec is set.
+    QStringList lstArgPaths;
+    for (int i = 1; i < argc; ++i)
+        lstArgPaths << QString::fromLocal8Bit(argv[i]);
+
+    // The program's other narrow strings (keys, configuration) are Gb18030.
     QTextCodec* pCodec = QTextCodec::codecForName("Gb18030");
     if (pCodec)
         QTextCodec::setCodecForLocale(pCodec);
@@ -67,12 +73,8 @@ int main(int argc, char* argv[]) {
         dlg.show();
         dlg.RestorePlaylist();
 
-        if (argc >= 2) {
-            QStringList lstPaths;
-            for (int i = 1; i < argc; ++i)
-                lstPaths << (pCodec ? pCodec->toUnicode(argv[i]) : QString::fromLocal8Bit(argv[i]));
-            dlg.OpenFileList(lstPaths);
-        }
+        if (!lstArgPaths.isEmpty())
+            dlg.OpenFileList(lstArgPaths);
 
         nResult = app.exec();
         dlg.UnInit();

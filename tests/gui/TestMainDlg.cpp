@@ -4,6 +4,8 @@
 
 #include <QtTest>
 
+#include "CPlaylist.h"
+
 #include <QFile>
 #include <QGuiApplication>
 #include <QLabel>
@@ -251,6 +253,14 @@ private slots:
         QTRY_COMPARE(fx.pStage->GetPlayState(2), 3);
         QVERIFY(!fx.Button("m_pBtnStop")->isEnabled());
         QCOMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Ready"));
+
+        // With nothing playing, play starts the selected playlist row.
+        CPlaylist* pList = fx.pDlg->GetPlaylist();
+        QVERIFY(pList && pList->count() >= 1);
+        pList->setCurrentRow(0);
+        QVERIFY(fx.Button("m_pBtnPlayOrPause")->isEnabled());
+        QTest::mouseClick(fx.Button("m_pBtnPlayOrPause"), Qt::LeftButton);
+        QTRY_VERIFY_WITH_TIMEOUT(fx.Playing(fx.pStage->GetPlayState(2)), kPlayTimeoutMs);
     }
 
     void severalPathsFillWindowsFromZero() {
