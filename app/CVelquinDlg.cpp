@@ -2,6 +2,7 @@
 // Its other concerns live in the CVelquinDlg*.cpp files beside this one.
 #include "CVelquinDlg.h"
 
+#include <QAction>
 #include <QTimer>
 #include <QCoreApplication>
 #include <QDebug>
@@ -17,6 +18,8 @@
 #include "AllGlobalConfig.h"
 #include "AutoExpandWnd.h"
 #include "CPlaylist.h"
+#include "CPlayWndLayoutMenu.h"
+#include "CToolsMenu.h"
 #include "CCustomSlider.h"
 #include "CDlgShow.h"
 #include "CLanguageParser.h"
@@ -37,7 +40,6 @@ namespace {
 CVelquinDlg* s_pMainDlg = nullptr;
 
 } // namespace
-
 
 CVelquinDlg::CVelquinDlg(QWidget* parent, const QString& strConfigDir)
     : QDialog(parent, Qt::FramelessWindowHint), m_strConfigDir(strConfigDir) {
@@ -75,25 +77,26 @@ bool CVelquinDlg::Init() {
     m_pSliderTips = new SliderTips(this);
     m_pSliderTips->hide();
 
-    m_pSliderSound->setValue(50);
-    m_pSliderSound->setToolTip(
-        QStringLiteral("%1: %2%").arg(Text(IDS_Global_SoundVolume, QStringLiteral("Volume"))).arg(50));
-
     setWindowFlags(Qt::FramelessWindowHint | Qt::WindowSystemMenuHint | Qt::WindowMinimizeButtonHint |
                    Qt::WindowMaximizeButtonHint);
     setMinimumSize(MIN_WIDTH, MIN_HEIGHT);
     if (QScreen* pScreen = QGuiApplication::primaryScreen())
         resize(InitialSizeForScreen(pScreen->size()));
+    // Before the connections (the sound slider's value must not count as a user's
+    // change) and before the command line opens: its paths fill the stored layout.
+    RestoreRememberedState();
 
     setMouseTracking(true);
     setAcceptDrops(true); // files dropped on the dialog open in the windows
     setFocusPolicy(Qt::NoFocus);
     setSizeGripEnabled(true);
 
-    InitMenus();
+    if (!InitMenus())
+        return false;
     InitObjectNames();
     if (!InitConnections())
         return false;
+    InitWindowModes(); // full screen, display on top, the playlist handle
     LoadLanguage();
     On_UpdateCtrlsState();
 
@@ -200,7 +203,75 @@ void CVelquinDlg::SetDefaultConfig() {
     m_stPlayerCfg.lstPlaylistFiles.clear();
 }
 
+void CVelquinDlg::RestoreRememberedState() {
+    const PlayerConfig& cfg = m_stPlayerCfg;
+    m_pDlgShow->SetPlayWndNum(cfg.nPlayWndNum);
+
+    // The store has checked the range; the windows take the sound as they open.
+    m_nVolume = uint(qBound(0, cfg.nVolume, 200));
+    m_bMute = cfg.bMute;
+    m_pSliderSound->setValue(qMin(int(m_nVolume), 100)); // the slider ends at 100; keys go beyond
+    m_pSliderSound->setToolTip(
+        QStringLiteral("%1: %2%").arg(Text(IDS_Global_SoundVolume, QStringLiteral("Volume"))).arg(m_nVolume));
+
+    if (cfg.rcMainDlg.isValid()) {
+        QList<QRect> lstAvailable;
+        if (QScreen* pPrimary = QGuiApplication::primaryScreen())
+            lstAvailable << pPrimary->availableGeometry();
+        for (QScreen* pScreen : QGuiApplication::screens())
+            if (pScreen != QGuiApplication::primaryScreen())
+                lstAvailable << pScreen->availableGeometry();
+        setGeometry(FitOntoScreens(cfg.rcMainDlg, lstAvailable, QSize(MIN_WIDTH, MIN_HEIGHT)));
+    }
+    // The maximised state is the dialog's own, over the normal geometry just set;
+    // it is taken once the dialog shows, from the event loop.
+    if (cfg.bMaximized) {
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                if (!m_bMaximized)
+                    On_ShowMaximized();
+            },
+            Qt::QueuedConnection);
+    }
+}
+
+QRect CVelquinDlg::FitOntoScreens(const QRect& rcStored, const QList<QRect>& lstAvailable,
+                                  const QSize& sizeMin) {
+    QRect rc(rcStored.topLeft(), rcStored.size().expandedTo(sizeMin));
+    if (lstAvailable.isEmpty())
+        return rc;
+    QRect rcScreen = lstAvailable.first();
+    qint64 nBestArea = 0;
+    for (const QRect& rcAvailable : lstAvailable) {
+        const QRect rcCommon = rcAvailable.intersected(rc);
+        const qint64 nArea = qint64(rcCommon.width()) * rcCommon.height();
+        if (nArea > nBestArea) {
+            nBestArea = nArea;
+            rcScreen = rcAvailable;
+        }
+    }
+    rc.setSize(rc.size().boundedTo(rcScreen.size()).expandedTo(sizeMin));
+    // Wholly on that screen; a dialog wider than the screen keeps its left (and
+    // title bar) edge on it.
+    const int nX = qMax(rcScreen.left(), qMin(rc.x(), rcScreen.right() + 1 - rc.width()));
+    const int nY = qMax(rcScreen.top(), qMin(rc.y(), rcScreen.bottom() + 1 - rc.height()));
+    rc.moveTo(nX, nY);
+    return rc;
+}
+
+void CVelquinDlg::StoreRememberedState() {
+    if (m_pDlgShow)
+        m_stPlayerCfg.nPlayWndNum = m_pDlgShow->GetPlayWndNum();
+    m_stPlayerCfg.nVolume = int(m_nVolume);
+    m_stPlayerCfg.bMute = m_bMute;
+    m_stPlayerCfg.bMaximized = m_bMaximized;
+    // Maximised, the geometry to come back to is the one before.
+    m_stPlayerCfg.rcMainDlg = m_bMaximized ? m_rcNormal : geometry();
+}
+
 bool CVelquinDlg::SaveConfig() {
+    StoreRememberedState();
     AllGlobalConfig stGlobal;
     stGlobal.nLanguage = m_stPlayerCfg.nLanguage;
     stGlobal.nSkinIndex = m_stPlayerCfg.nSkin;
@@ -294,16 +365,24 @@ bool CVelquinDlg::UnInit() {
         delete m_pPlayerTimer;
         m_pPlayerTimer = nullptr;
     }
-    delete m_pAutoExpandWnd;
-    m_pAutoExpandWnd = nullptr;
     if (m_pSyncDlg) {
         m_pSyncDlg->ResetSyncRuler();
         delete m_pSyncDlg;
         m_pSyncDlg = nullptr;
     }
+    UnInitWindowModes(); // the full screen ruler, animations, timers, the handle
+    // The popups go while the language and the skin are still there to leave.
+    delete m_pToolsMenu;
+    m_pToolsMenu = nullptr;
+    delete m_pLayoutMenu;
+    m_pLayoutMenu = nullptr;
+    delete m_pAutoExpandWnd;
+    m_pAutoExpandWnd = nullptr;
 
     CLanguageParser::DeleteInstance();
     if (SkinManager::GetInstance())
         SkinManager::DelObserver(this);
+    qDeleteAll(m_listLangActions);
+    m_listLangActions.clear();
     return true;
 }

@@ -44,6 +44,10 @@ class CSkinButton;
 class CPlaylist;
 class AutoExpandWnd;
 class SyncPlayProgressDlg;
+class SyncPlayProgressFullScreenDlg;
+class PlaylistCtrlBar;
+class CToolsMenu;
+class CPlayWndLayoutMenu;
 
 // The one top level window: builds the bars around the stage, turns every user
 // command into a call on the stage, and derives what the controls show from
@@ -230,6 +234,57 @@ public slots:
     bool On_CapPic();
     bool On_ConCapPic();
 
+    // === Window modes: full screen, stay on top, playlist handle
+    // (CVelquinDlgFullScreen.cpp, CVelquinDlgWindow.cpp) — public slots
+    bool On_FullScreen();
+    bool On_FullScreenMouseDetectTimer();
+    bool On_FullScreenHideTimer();
+    // The stage's activation changed: in full screen the bars stay above it.
+    bool On_TopLevelChanged();
+    bool On_DbClickPlayWnd(int nPlayWndIndex);
+    // Display on top: 0 never, 1 only while something plays, 2 always.
+    bool ApplyTopMode(int nMode);
+    bool On_TopDisplay();
+    // The action's data() is the mode.
+    bool On_SwitchTopMode(QAction* pAction);
+    bool On_ShowHidePlaylist();
+    bool On_ClosePlaylist();
+    void ChangePlaylistCtrlPos();
+    void OnMouseLeavePlaylistCtrlBar(QEvent* ev);
+    bool IsFullScreen() const { return m_bFullScreen; }
+    int GetTopMode() const { return m_nTopMode; }
+    bool IsTopmost() const { return m_bTopmost; }
+    bool IsPlaylistShown() const { return m_bPlaylistShown; }
+    // === end window modes (public)
+
+    // === Menus, language and tools (CVelquinDlgMenus.cpp, CVelquinDlgTools.cpp,
+    // CVelquinDlgLanguage.cpp) — public slots
+    bool On_ShowMainMenu();
+    bool On_SwitchLanguage(QAction* pAction);
+    // The skin of nIndex for every observer; nothing of this program calls it yet.
+    bool On_SkinIndexChanged(int nIndex);
+    // Companion tools (CVelquinDlgTools.cpp). The right menu's entries hand the
+    // selected window's file to the tool; the toolbox's buttons do not.
+    bool On_ShowToolsDlg();
+    void On_DlgToolsMenuFocusOut();
+    bool On_RightMenuFileCutClick();
+    bool On_RightMenuFileConvertClick();
+    bool On_RightMenuFileMergeClick();
+    bool On_RightMenuNpsStreamClick();
+    bool On_ShowFileCutDlg(bool bAddCurWndPlayFile);
+    bool On_ShowFileConvertDlg(bool bAddCurWndPlayFile);
+    bool On_ShowFileMergeDlg(bool bAddCurWndPlayFile);
+    bool On_ShowMediaStreamDlg(bool bAddCurWndPlayFile);
+    bool On_ShowUserManual();
+    bool On_ShowAboutDlg();
+    // === end menus (public)
+
+    // === Remembered state, title and status line (CVelquinDlgState.cpp) — public
+    // The window's title and the title bar name the file of the selected window
+    // ("name — Velquin"), or only the program with nothing open there.
+    void UpdateMainTitle();
+    // === end remembered state (public)
+
 protected:
     void keyPressEvent(QKeyEvent* ev) override;
     void mousePressEvent(QMouseEvent* ev) override;
@@ -246,6 +301,120 @@ protected:
     void resizeEvent(QResizeEvent* ev) override;
 
 private:
+    // === Window modes — private members and helpers
+    // Connections, the handle and the top mode button (from Init).
+    bool InitWindowModes();
+    // Timers, animations, the full screen ruler and the handle go (from UnInit).
+    void UnInitWindowModes();
+    // The full screen and top mode buttons and the handle's place (from
+    // On_UpdateCtrlsState).
+    void UpdateWindowModeCtrls();
+    // After a stop, a file end or an open: full screen ends with the last
+    // window, and top mode 1 follows what plays (CVelquinDlgFullScreen.cpp).
+    void FollowPlayInWindowModes();
+    // Windows playing or paused, of all sixteen; with bWithOpening also those
+    // still reading a file.
+    int CountActiveWnds(bool bWithOpening) const;
+    void CreateFullScreenAnims();
+    void EnterFullScreen();
+    void LeaveFullScreen();
+    void ShowStatusBar(bool bShow);
+    void ShowCtrlBar(bool bShow);
+    void ShowSyncFullBar(bool bShow);
+    void SlideFullScreenBar(QWidget* pBar, class QPropertyAnimation* pAnimShow,
+                            class QPropertyAnimation* pAnimHide, bool bShow, Qt::WindowFlags eFlags);
+    void SetTopmost(bool bTopmost);
+    void UpdatePlaylistCtrlVisibility();
+    void enterEvent(class QEnterEvent* ev) override;
+    void leaveEvent(QEvent* ev) override;
+    void showEvent(class QShowEvent* ev) override;
+    void hideEvent(class QHideEvent* ev) override;
+    void changeEvent(QEvent* ev) override;
+
+    class QPropertyAnimation* m_pAnimStatusShow = nullptr;
+    class QPropertyAnimation* m_pAnimStatusHide = nullptr;
+    class QPropertyAnimation* m_pAnimCtrlShow = nullptr;
+    class QPropertyAnimation* m_pAnimCtrlHide = nullptr;
+    class QPropertyAnimation* m_pAnimSyncShow = nullptr;
+    class QPropertyAnimation* m_pAnimSyncHide = nullptr;
+    QTimer* m_pFullScreenHideTimer = nullptr;  // 1500 ms, once, after the pointer left the bars
+    QTimer* m_pFullScreenMouseTimer = nullptr; // 500 ms while in full screen
+    bool m_bMouseOnBars = false;               // full screen: the pointer was on a shown bar
+    QRect m_rcDlgBeforeFullScreen;
+    // Minimum sizes of the stage and the bars before they became windows.
+    QSize m_sizeStageMin;
+    QSize m_sizeStatusMin;
+    QSize m_sizeCtrlMin;
+    // === end window modes (private)
+
+    // === Menus, language and tools — private members and helpers
+    // Gives pAction its language key and default text; RetranslateMenus sets
+    // every such text again at a change of language (CVelquinDlgMenus.cpp).
+    QAction* KeyAction(QAction* pAction, const char* szKey, const char* szDefault);
+    QMenu* NewKeyedMenu(const char* szName, const char* szKey, const char* szDefault);
+    QAction* NewKeyedAction(QMenu* pMenu, const char* szKey, const char* szDefault, bool bCheckable = false);
+    bool InitMainMenu();
+    bool InitPlayControlMenu();
+    bool InitMenuConnections();
+    bool CreateLangActions();
+    bool SetLangActionTexts();
+    // Check marks, enabled and visible states of the stage's right menu, from
+    // the stage as it is now; ShowRightMenu pops the menu after it.
+    void UpdateRightMenuState();
+    // The side windows that exist take the new language (CVelquinDlgLanguage.cpp).
+    void RetranslateSideWindows();
+    bool LaunchTool(QString strToolFile, bool bAddCurWndPlayFile);
+    // Places a popup of the control bar centred on pBtn, under it, or above it
+    // when the screen has no room below.
+    void PlacePopupAtButton(QWidget* pPopup, QWidget* pBtn);
+
+    QList<QAction*> m_lstKeyedActions; // every action whose text comes from a language key
+    QMenu* m_pMainMenu = nullptr;
+    QMenu* m_pLanguageMenu = nullptr;
+    QActionGroup* m_pLangGroup = nullptr;
+    QList<QAction*> m_listLangActions; // one per language, in the order of the language list
+    QAction* m_pActSetting = nullptr;  // in the main menu and the right menu
+    QAction* m_pActUserManual = nullptr;
+    QAction* m_pActAbout = nullptr;
+    QAction* m_pActFullScreen = nullptr;
+    QMenu* m_pOnTopModeMenu = nullptr;
+    QActionGroup* m_pTopModeGroup = nullptr;
+    QAction* m_pActPlayOrPause = nullptr;
+    QAction* m_pActStop = nullptr;
+    QAction* m_pActBackPlay = nullptr;
+    QAction* m_pActNextFrame = nullptr;
+    QAction* m_pActLastFrame = nullptr;
+    QAction* m_pActSpeedUp = nullptr;
+    QAction* m_pActSpeedDown = nullptr;
+    QAction* m_pActRestoreSpeed = nullptr;
+    QAction* m_pActGotoStart = nullptr;
+    QAction* m_pActGotoEnd = nullptr;
+    QAction* m_pActABRepeat = nullptr;
+    QAction* m_pActMute = nullptr;
+    QAction* m_pActWatermark = nullptr;
+    QAction* m_pActCut = nullptr;
+    QAction* m_pActConvert = nullptr;
+    QAction* m_pActMerge = nullptr;
+    QAction* m_pActMediaStream = nullptr;
+    QAction* m_pActFisheye = nullptr;
+    QAction* m_pActFileInfo = nullptr;
+    // === end menus (private)
+
+    // === Remembered state, title and status line — private members and helpers
+    // Init: the layout, the sound and the geometry of the last run; the maximised
+    // state follows once the dialog shows. SaveConfig: the same into the record.
+    void RestoreRememberedState();
+    void StoreRememberedState();
+    // The stored geometry moved and sized onto the screen it overlaps most (the
+    // first when none): a monitor that has gone must not hide the dialog. The
+    // minimum size wins over a smaller screen.
+    static QRect FitOntoScreens(const QRect& rcStored, const QList<QRect>& lstAvailable, const QSize& sizeMin);
+    // The wall-clock time of the frame the selected window shows; empty when its
+    // file or stream carries none.
+    QString SelWndClockText() const;
+    QLabel* m_pLabGlobalTime = nullptr; // status line, after the frame index
+    // === end remembered state (private)
+
     // Init steps
     bool LoadConfig();
     void SetDefaultConfig();
@@ -258,11 +427,9 @@ private:
     QWidget* BuildStatusBar();
     QWidget* BuildCtrlBar();
     CSkinButton* MakeButton(QWidget* pParent, const char* szName, int nWidth, int nHeight);
+    // All menus and actions, and the stage's right-click menu: states and
+    // popup (CVelquinDlgMenus.cpp).
     bool InitMenus();
-    // The stage's right-click menu: its picture entries, states and popup
-    // (CVelquinDlgPicture.cpp).
-    bool InitPictureMenus();
-    void RetranslatePictureMenus();
     bool ShowRightMenu();
     // A window that opened a file: its private data choices and the
     // remembered colour go to the engine again.
@@ -342,6 +509,10 @@ private:
     bool m_bKeepPlayerCfgFile = false; // PlayerConfig.xml was there but unreadable: not overwritten
     AutoExpandWnd* m_pAutoExpandWnd = nullptr; // drag prompt, made at the first drag that needs it
     SyncPlayProgressDlg* m_pSyncDlg = nullptr;  // the ruler of synchronous play, made at first use
+    SyncPlayProgressFullScreenDlg* m_pSyncFullDlg = nullptr; // its stand-in in full screen, made with it
+    PlaylistCtrlBar* m_pPlaylistCtrlBar = nullptr; // the handle that folds the playlist away
+    CToolsMenu* m_pToolsMenu = nullptr;            // toolbox popup, made at first use
+    CPlayWndLayoutMenu* m_pLayoutMenu = nullptr;   // layout popup, made at first use
     int m_nBrightness = 64;
     int m_nContrast = 64;
     int m_nSaturation = 64;

@@ -15,6 +15,7 @@
 #include "AutoExpandWnd.h"
 #include "CPlaylist.h"
 #include "CDlgShow.h"
+#include "CPlayWndLayoutMenu.h"
 #include "CPlayHelper.h"
 #include "CSkinButton.h"
 #include "OpenInfo.h"
@@ -197,22 +198,6 @@ void CVelquinDlg::dropEvent(QDropEvent* ev) {
     ev->acceptProposedAction();
 }
 
-bool CVelquinDlg::On_ShowSelectMultiWndsDlg() {
-    if (!m_pPlayWndLayoutMenu || !m_pBtnLayout || !m_pDlgShow)
-        return false;
-    const int nNum = m_pDlgShow->GetPlayWndNum();
-    m_pActLayout1->setChecked(nNum == 1);
-    m_pActLayout4->setChecked(nNum == 4);
-    m_pActLayout9->setChecked(nNum == 9);
-    m_pActLayout16->setChecked(nNum == 16);
-    // Centred above the button, which sits at the bottom of the dialog; popup()
-    // keeps the menu on the screen.
-    const QSize sizeMenu = m_pPlayWndLayoutMenu->sizeHint();
-    const QPoint ptTop = m_pBtnLayout->mapToGlobal(QPoint(m_pBtnLayout->width() / 2, 0));
-    m_pPlayWndLayoutMenu->popup(QPoint(ptTop.x() - sizeMenu.width() / 2, ptTop.y() - sizeMenu.height()));
-    return true;
-}
-
 bool CVelquinDlg::On_ChangePlayWndNum(int nWndNum) {
     if (!m_pDlgShow)
         return false;
@@ -220,6 +205,8 @@ bool CVelquinDlg::On_ChangePlayWndNum(int nWndNum) {
     if (m_pDlgShow->IsMaxWnd())
         m_pDlgShow->ToggleMaxWnd();
     const bool bOk = m_pDlgShow->SetPlayWndNum(nWndNum);
+    if (m_pLayoutMenu)
+        m_pLayoutMenu->hide(); // the choice is made
     On_UpdateCtrlsState();
     return bOk;
 }

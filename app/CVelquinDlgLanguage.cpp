@@ -3,6 +3,7 @@
 
 #include <QApplication>
 #include <QCoreApplication>
+#include <QAction>
 #include <QLabel>
 #include <QMenu>
 
@@ -12,7 +13,11 @@
 #include "CSkinButton.h"
 #include "LanguageKeys.h"
 #include "SkinManager.h"
+#include "CCustomSlider.h"
+#include "CPlayWndLayoutMenu.h"
+#include "CToolsMenu.h"
 #include "SyncPlayProgressDlg.h"
+#include "SyncPlayProgressFullScreenDlg.h"
 #include "MainDlgCommon.h"
 
 using namespace maindlg;
@@ -31,13 +36,12 @@ bool CVelquinDlg::LoadLanguage() {
         return false;
     CLanguageParser::LoadStringFile(m_stPlayerCfg.nLanguage);
 
-    setWindowTitle(QCoreApplication::translate("pThis", "Velquin"));
-    m_pLabMainWndTitle->setText(QStringLiteral("Velquin"));
+    // The title names the file shown, when there is one.
+    UpdateMainTitle();
     m_pLabPlaylistTitle->setText(Text(IDS_Global_Playlist, QStringLiteral("Playlist")));
     RetranslateWidgets();
     RetranslateMenus();
-    if (m_pDlgShow)
-        m_pDlgShow->UpdateStartPageText();
+    RetranslateSideWindows();
     return true;
 }
 
@@ -79,7 +83,14 @@ void CVelquinDlg::RetranslateWidgets() {
         m_pDlgShow && m_pDlgShow->IsConCapping()
             ? Text(IDS_Global_ConCapPicCancel, QStringLiteral("Cancel Continuous Capture"))
             : Text(IDS_Global_ContinuousCapture, QStringLiteral("Continuous Capture")));
-    m_pBtnTopMode->setToolTip(Text(IDS_MainWnd_NeverTop, QStringLiteral("Never")));
+    if (m_nTopMode == 1)
+        m_pBtnTopMode->setToolTip(Text(IDS_MainWnd_PlayTop, QStringLiteral("Play Top")));
+    else if (m_nTopMode == 2)
+        m_pBtnTopMode->setToolTip(Text(IDS_MainWnd_AlwaysTop, QStringLiteral("Always Top")));
+    else
+        m_pBtnTopMode->setToolTip(Text(IDS_MainWnd_NeverTop, QStringLiteral("Never Top")));
+    m_pSliderSound->setToolTip(
+        QStringLiteral("%1: %2%").arg(Text(IDS_Global_SoundVolume, QStringLiteral("Volume"))).arg(m_nVolume));
     m_pBtnFullScreen->setToolTip(
         m_bFullScreen ? Text(IDS_MainWnd_FullScreenCancel, QStringLiteral("Cancel Full Screen"))
                       : Text(IDS_MainWnd_FullScreen, QStringLiteral("Full Screen")));
@@ -113,41 +124,50 @@ void CVelquinDlg::RetranslateWidgets() {
         m_pLabPlayStatus->setText(Text(IDS_MainWnd_Ready, QStringLiteral("Ready")));
 }
 
-void CVelquinDlg::RetranslateMenus() {
-    m_pOpenMenu->setTitle(Text(IDS_Global_Open, QStringLiteral("Open")));
-    m_pActOpenFile->setText(Text(IDS_Global_OpenFile, QStringLiteral("Open File")));
-    m_pActOpenFolder->setText(Text(IDS_Global_OpenFolder, QStringLiteral("Open Folder")));
-    m_pActOpenURL->setText(Text(IDS_Global_OpenURL, QStringLiteral("Open URL")));
-    m_pPlayWndLayoutMenu->setTitle(Text(IDS_PlayWnd_PlayWndLayout, QStringLiteral("Layout")));
-    m_pActLayout1->setText(Text(IDS_PlayWnd_1PlayWnd, QStringLiteral("1 window")));
-    m_pActLayout4->setText(Text(IDS_PlayWnd_4PlayWnd, QStringLiteral("4 window")));
-    m_pActLayout9->setText(Text(IDS_PlayWnd_9PlayWnd, QStringLiteral("9 window")));
-    m_pActLayout16->setText(Text(IDS_PlayWnd_16PlayWnd, QStringLiteral("16 window")));
-    m_pPlayModeMenu->setTitle(Text(IDS_MainWnd_PlayMode, QStringLiteral("Play Mode")));
-    m_pActPlayMode[0]->setText(Text(IDS_MainWnd_SinglePlay, QStringLiteral("Single Play")));
-    m_pActPlayMode[1]->setText(Text(IDS_MainWnd_ListPlay, QStringLiteral("Playlist Order")));
-    m_pActPlayMode[2]->setText(Text(IDS_MainWnd_SingleRepeat, QStringLiteral("Loop Single File")));
-    m_pActPlayMode[3]->setText(Text(IDS_MainWnd_ListRepeat, QStringLiteral("Loop Playlist")));
-    m_pActListPlayOrPause->setText(Text(IDS_Global_PlayOrPause, QStringLiteral("Play/Pause")));
-    m_pActListDelete->setText(Text(IDS_MainWnd_DelFileInPlaylist, QStringLiteral("Delete the Selected File")));
-    m_pActListRemoveInvalid->setText(Text(IDS_MainWnd_RemoveInvalidFiles, QStringLiteral("Remove invalid files")));
-    m_pActListClear->setText(Text(IDS_MainWnd_ClearPlaylist, QStringLiteral("Clear the Playlist")));
-    m_pActListOpenFolder->setText(Text(IDS_MainWnd_OpenFolderOfFile, QStringLiteral("Open folder of file")));
-    m_pActListSetSecret->setText(Text(IDS_MainWnd_SetSecret, QStringLiteral("Enter Key")));
-    RetranslatePictureMenus();
-}
-
 bool CVelquinDlg::On_ChangeLanguageCN_EN() {
     if (m_stPlayerCfg.nLanguage == 0)
         m_stPlayerCfg.nLanguage = 1;
     else if (m_stPlayerCfg.nLanguage == 1)
         m_stPlayerCfg.nLanguage = 0;
-    const bool bOk = LoadLanguage();
-    if (m_pPlaylist)
-        m_pPlaylist->On_LanguageChanged(); // the rows' texts ("Invalid", sizes) follow
+    return LoadLanguage();
+}
+
+bool CVelquinDlg::On_SwitchLanguage(QAction* pAction) {
+    const int nIndex = m_listLangActions.indexOf(pAction);
+    if (nIndex < 0 || (nIndex >= m_stPlayerCfg.vecLanguages.size() && !m_stPlayerCfg.vecLanguages.isEmpty()))
+        return false;
+    if (m_stPlayerCfg.vecLanguages.isEmpty()) {
+        // The single entry of a missing language list: English, nothing to load.
+        m_stPlayerCfg.nLanguage = 1;
+        return true;
+    }
+    const int nType = m_stPlayerCfg.vecLanguages.at(nIndex).nLanguageId;
+    if (nType == m_stPlayerCfg.nLanguage)
+        return false; // already the language shown
+    m_stPlayerCfg.nLanguage = nType;
+    return LoadLanguage();
+}
+
+void CVelquinDlg::RetranslateSideWindows() {
+    if (m_pToolsMenu)
+        m_pToolsMenu->UpdateLanguage();
+    if (m_pLayoutMenu)
+        m_pLayoutMenu->UpdateLanguage();
     if (m_pSyncDlg)
         m_pSyncDlg->UpdateLanguage();
-    return bOk;
+    if (m_pSyncFullDlg)
+        m_pSyncFullDlg->UpdateLanguage();
+    if (m_pDlgShow)
+        m_pDlgShow->UpdateStartPageText();
+    if (m_pPlaylist)
+        m_pPlaylist->On_LanguageChanged(); // the rows' texts ("Invalid", sizes) follow
+    // The slider's tip shows a time only; it is set afresh at each move.
+}
+
+bool CVelquinDlg::On_SkinIndexChanged(int nIndex) {
+    m_stPlayerCfg.nSkin = nIndex;
+    SkinManager::ChangeSkin(nIndex);
+    return true;
 }
 
 void CVelquinDlg::SkinChanged() {

@@ -127,6 +127,7 @@ bool CVelquinDlg::On_WndOpenFinished(int nWnd, bool bOk) {
     if (stPending.bFromEndSearch && !m_pDlgShow->IsSyncPlay()) {
         PlayNextRow(nWnd, stPending.strEndedPath, stPending.nNextRow, stPending.nVisits);
         UpdateSyncBtnState();
+        FollowPlayInWindowModes(); // a search that found nothing to play leaves full screen
     }
     return false;
 }
@@ -172,6 +173,7 @@ bool CVelquinDlg::FinishPlayFileInWnd(int nWnd, OpenInfo* pOpenInfo) {
     }
     if (!m_pPlayerTimer->isActive())
         m_pPlayerTimer->start(PLAYER_TIMER_MS);
+    FollowPlayInWindowModes(); // display on top "only when playing" comes on
     return true;
 }
 
@@ -206,6 +208,7 @@ bool CVelquinDlg::On_FilePlayEnd(int nPlayWndIndex) {
         }
         UpdateSyncBtnState();
     }
+    FollowPlayInWindowModes(); // the last window leaves full screen; top mode 1 follows
     return true;
 }
 

@@ -307,46 +307,6 @@ bool CVelquinDlg::On_SwitchPlayMode(QAction* pAction) {
     return true;
 }
 
-bool CVelquinDlg::On_ShowPlayModeMenu() {
-    if (!m_pPlayModeMenu || !m_pBtnPlayMode)
-        return false;
-    m_pActPlayMode[(m_nPlayMode >= 1 && m_nPlayMode <= 4) ? m_nPlayMode - 1 : 0]->setChecked(true);
-    m_pPlayModeMenu->setEnabled(!IsSyncPlay());
-    m_pPlayModeMenu->popup(m_pBtnPlayMode->mapToGlobal(QPoint(0, m_pBtnPlayMode->height())));
-    return true;
-}
-
-bool CVelquinDlg::On_ShowPlaylistRightMenu(QPoint ptMouseGlobalPos) {
-    if (!m_pPlaylist || !m_pPlaylistRightMenu)
-        return false;
-    const QList<QListWidgetItem*> lstSel = m_pPlaylist->selectedItems();
-    m_pActListDelete->setVisible(!lstSel.isEmpty());
-    OpenInfo stInfo;
-    const bool bOneFile =
-        lstSel.size() == 1 && m_pPlaylist->GetOpenInfo(lstSel.first(), &stInfo) && stInfo.nMediaType != 2;
-    m_pActListOpenFolder->setVisible(bOneFile);
-    m_pActListPlayOrPause->setVisible(bOneFile);
-    bool bAnyEncrypted = false;
-    for (QListWidgetItem* pItem : lstSel) {
-        OpenInfo stRow;
-        if (m_pPlaylist->GetOpenInfo(pItem, &stRow) && stRow.bEncrypted) {
-            bAnyEncrypted = true;
-            break;
-        }
-    }
-    m_pActListSetSecret->setVisible(bAnyEncrypted);
-    m_pPlaylistRightMenu->popup(ptMouseGlobalPos);
-    return true;
-}
-
-bool CVelquinDlg::On_ShowPlaylistDelMenu() {
-    if (!m_pPlaylist || !m_pPlaylistDelMenu)
-        return false;
-    m_pActListDelete->setVisible(!m_pPlaylist->selectedItems().isEmpty());
-    m_pPlaylistDelMenu->popup(m_pBtnListDelete->mapToGlobal(QPoint(0, m_pBtnListDelete->height())));
-    return true;
-}
-
 bool CVelquinDlg::On_PlaySelectedRow() {
     if (!m_pPlaylist)
         return false;

@@ -1,14 +1,18 @@
 // What the controls show: their state, the play timer and the selection.
 #include "CVelquinDlg.h"
 
+#include <QDate>
 #include <QDebug>
 #include <QFontMetrics>
 #include <QLabel>
 #include <QMenu>
+#include <QTime>
+#include <QUrl>
 
 #include "CPlaylist.h"
 #include "CDlgShow.h"
 #include "CPlayHelper.h"
+#include "CPlayWnd.h"
 #include "CSkinButton.h"
 #include "CustomPlayerSlider.h"
 #include "SyncPlayProgressDlg.h"
@@ -100,6 +104,7 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
         m_pPlayProgressSlider->SetSliderEnable(false);
         m_pPlayProgressSlider->SetValue(0);
         m_pLabFrameIndex->clear();
+        m_pLabGlobalTime->clear();
         m_pLabCurPlayTime->setText(FormatHms(0));
         m_pLabWholeTime->setText(FormatHms(0));
         break;
@@ -108,8 +113,10 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
     }
 
     RetranslateWidgets();
+    UpdateMainTitle();
     m_pDlgShow->UpdateStartPage();
     RefreshRepeatMarks();
+    UpdateWindowModeCtrls(); // full screen and top mode buttons, the playlist handle
     return true;
 }
 
@@ -161,6 +168,7 @@ bool CVelquinDlg::On_PlayerTimer() {
         else
             m_pLabFileName->setText(strName);
         m_pLabFileName->setToolTip(strName);
+        m_pLabGlobalTime->setText(SelWndClockText());
 
         // While the user drags, the slider is the user's.
         if (!m_bSliderPressed)
@@ -168,11 +176,13 @@ bool CVelquinDlg::On_PlayerTimer() {
     } else {
         m_pLabFrameIndex->clear();
         m_pLabFileName->clear();
+        m_pLabGlobalTime->clear();
         m_pLabCurPlayTime->setText(FormatHms(0));
         m_pLabWholeTime->setText(FormatHms(0));
         m_pPlayProgressSlider->SetValue(0);
     }
     UpdateSyncRuler();
+    UpdateMainTitle();
 
     // Progress painted in the rows of the open files; the first window with a
     // path wins, stopped windows bring their rows back to the plain look.
@@ -180,7 +190,8 @@ bool CVelquinDlg::On_PlayerTimer() {
         QMap<QString, PlayProgress> mapProgress;
         for (int i = 0; i < MAX_PLAY_WND; ++i) {
             const QString strPath = m_pDlgShow->GetWndFilePath(i);
-            if (!IsActiveState(m_pDlgShow->GetPlayState(i)) || strPath.isEmpty() || mapProgress.contains(strPath))
+            if (!IsActiveState(m_pDlgShow->GetPlayState(i)) || strPath.isEmpty() ||
+                mapProgress.contains(strPath))
                 continue;
             PlayProgress stProgress;
             stProgress.nTotalTime = m_pDlgShow->GetFileTime(i);
@@ -224,4 +235,56 @@ bool CVelquinDlg::On_FileRefCreated(int nPlayWndIndex) {
     if (!m_pDlgShow || nPlayWndIndex != m_pDlgShow->GetSelWndIndex())
         return false;
     return On_UpdateCtrlsState();
+}
+
+// ---------------------------------------------------------------------------
+// Title and wall-clock time
+
+namespace {
+
+// The title bar must not grow with a long name: the dialog's width would follow.
+const int TITLE_MAX_WIDTH = 480;
+
+} // namespace
+
+void CVelquinDlg::UpdateMainTitle() {
+    const QString strProgram = QStringLiteral("Velquin");
+    QString strName;
+    if (m_pDlgShow) {
+        const int nSel = m_pDlgShow->GetSelWndIndex();
+        const QString strPath = m_pDlgShow->GetWndFilePath(nSel);
+        if (IsActiveState(m_pDlgShow->GetPlayState(nSel)) && !strPath.isEmpty()) {
+            // A stream address may carry a password: the title, which other
+            // programs and screen shares see, shows it without one.
+            strName = m_pDlgShow->GetOpenMode(nSel) == 2 ? QUrl(strPath).toDisplayString(QUrl::RemoveUserInfo)
+                                                         : CPlayHelper::GetFileNameFormPath(strPath);
+        }
+    }
+    const QString strTitle =
+        strName.isEmpty() ? strProgram : strName + QStringLiteral(" \u2014 ") + strProgram;
+    if (windowTitle() != strTitle)
+        setWindowTitle(strTitle);
+    if (!m_pLabMainWndTitle)
+        return;
+    const QFontMetrics fm(m_pLabMainWndTitle->font());
+    m_pLabMainWndTitle->setText(fm.elidedText(strTitle, Qt::ElideMiddle, TITLE_MAX_WIDTH));
+    m_pLabMainWndTitle->setToolTip(strName);
+}
+
+QString CVelquinDlg::SelWndClockText() const {
+    if (!m_pDlgShow)
+        return QString();
+    const int nSel = m_pDlgShow->GetSelWndIndex();
+    CPlayWnd* pWnd = m_pDlgShow->GetPlayWnd(nSel);
+    TAVRIX_SYSTEM_TIME stTime = {};
+    if (!pWnd || !IsActiveState(m_pDlgShow->GetPlayState(nSel)) || !pWnd->GetCurGlobalTime(&stTime))
+        return QString();
+    // Date and time apart: a recording's clock has no time zone, and a local
+    // time in a daylight saving gap must not move.
+    const QDate date(stTime.nYear, stTime.nMonth, stTime.nDay);
+    const QTime time(stTime.nHour, stTime.nMinute, stTime.nSecond);
+    if (!date.isValid() || !time.isValid())
+        return QString();
+    return date.toString(QStringLiteral("yyyy-MM-dd")) + QLatin1Char(' ') +
+           time.toString(QStringLiteral("HH:mm:ss"));
 }

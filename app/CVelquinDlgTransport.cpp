@@ -64,6 +64,7 @@ bool CVelquinDlg::On_Stop() {
     // Stop also leaves synchronous play.
     if (m_pDlgShow->IsSyncPlay())
         On_SyncPlay();
+    FollowPlayInWindowModes(); // the last window leaves full screen; top mode 1 follows
     On_UpdateCtrlsState();
     return true;
 }

@@ -1,4 +1,4 @@
-// The main dialog's widget tree, menus, object names and connections.
+// The main dialog's widget tree, object names and connections.
 #include "CVelquinDlg.h"
 
 #include <QKeyEvent>
@@ -101,10 +101,6 @@ QWidget* CVelquinDlg::BuildTitleBar() {
                              static_cast<QWidget*>(m_pBtnMax), static_cast<QWidget*>(m_pBtnExit)})
         pLayout->addWidget(pWidget);
 
-    // The main menu (settings, language, about) and the display on top modes come
-    // with their own features.
-    m_pBtnMainMenu->setEnabled(false);
-    m_pBtnTopMode->setEnabled(false);
     return m_pTitleBarContainer;
 }
 
@@ -166,9 +162,11 @@ QWidget* CVelquinDlg::BuildStatusBar() {
     m_pLabPlayStatus = MakeLabel(m_pStatusBarContainer, "m_pLabPlayStatus");
     m_pLabFileName = MakeLabel(m_pStatusBarContainer, "m_pLabFileName");
     m_pLabFrameIndex = MakeLabel(m_pStatusBarContainer, "m_pLabFrameIndex");
+    m_pLabGlobalTime = MakeLabel(m_pStatusBarContainer, "m_pLabGlobalTime");
     pLayout->addWidget(m_pLabPlayStatus);
     pLayout->addWidget(m_pLabFileName);
     pLayout->addWidget(m_pLabFrameIndex);
+    pLayout->addWidget(m_pLabGlobalTime);
     AddSpacer(pLayout);
     m_pBtnEagleEyeCtrl = MakeButton(m_pStatusBarContainer, "m_pBtnEagleEyeCtrl", 26, 26);
     m_pBtnPanoPlayer = MakeButton(m_pStatusBarContainer, "m_pBtnPanoPlayer", 26, 26);
@@ -242,63 +240,11 @@ QWidget* CVelquinDlg::BuildCtrlBar() {
     pBtns->addWidget(m_pBtnFullScreen);
     pBar->addWidget(m_pCtrlBtnsContainer);
 
-    // Tools and full screen come with their features; until then they stay
-    // greyed out. The transport and synchronous play buttons follow the windows.
-    for (CSkinButton* pBtn : {m_pBtnTools, m_pBtnReversePlay, m_pBtnSlow, m_pBtnLastFrame, m_pBtnNextFrame,
+    // Greyed out until a window plays; the control state follows the windows.
+    for (CSkinButton* pBtn : {m_pBtnReversePlay, m_pBtnSlow, m_pBtnLastFrame, m_pBtnNextFrame,
                               m_pBtnFast, m_pBtnSyncPlay, m_pBtnFullScreen})
         pBtn->setEnabled(false);
     return m_pCtrlBarContainer;
-}
-
-bool CVelquinDlg::InitMenus() {
-    m_pOpenMenu = new QMenu(this);
-    m_pOpenMenu->setObjectName(QStringLiteral("m_pOpenMenu"));
-    m_pActOpenFile = m_pOpenMenu->addAction(QString());
-    m_pActOpenFolder = m_pOpenMenu->addAction(QString());
-    m_pActOpenURL = m_pOpenMenu->addAction(QString());
-
-    m_pPlayWndLayoutMenu = new QMenu(this);
-    m_pPlayWndLayoutMenu->setObjectName(QStringLiteral("m_pPlayWndLayoutMenu"));
-    m_pLayoutGroup = new QActionGroup(this);
-    m_pLayoutGroup->setExclusive(true);
-    m_pActLayout1 = m_pPlayWndLayoutMenu->addAction(QString());
-    m_pActLayout4 = m_pPlayWndLayoutMenu->addAction(QString());
-    m_pActLayout9 = m_pPlayWndLayoutMenu->addAction(QString());
-    m_pActLayout16 = m_pPlayWndLayoutMenu->addAction(QString());
-    for (QAction* pAction : {m_pActLayout1, m_pActLayout4, m_pActLayout9, m_pActLayout16}) {
-        pAction->setCheckable(true);
-        m_pLayoutGroup->addAction(pAction);
-    }
-
-    m_pPlayModeMenu = new QMenu(this);
-    m_pPlayModeMenu->setObjectName(QStringLiteral("m_pPlayModeMenu"));
-    m_pPlayModeGroup = new QActionGroup(this);
-    m_pPlayModeGroup->setExclusive(true);
-    for (int i = 0; i < 4; ++i) {
-        m_pActPlayMode[i] = m_pPlayModeMenu->addAction(QString());
-        m_pActPlayMode[i]->setCheckable(true);
-        m_pActPlayMode[i]->setData(i + 1);
-        m_pPlayModeGroup->addAction(m_pActPlayMode[i]);
-    }
-
-    // The right menu of the list and the delete button's menu share the actions.
-    m_pPlaylistRightMenu = new QMenu(this);
-    m_pPlaylistRightMenu->setObjectName(QStringLiteral("m_pPlaylistRightMenu"));
-    m_pActListPlayOrPause = m_pPlaylistRightMenu->addAction(QString());
-    m_pPlaylistRightMenu->addSeparator();
-    m_pActListDelete = m_pPlaylistRightMenu->addAction(QString());
-    m_pActListRemoveInvalid = m_pPlaylistRightMenu->addAction(QString());
-    m_pActListClear = m_pPlaylistRightMenu->addAction(QString());
-    m_pPlaylistRightMenu->addSeparator();
-    m_pActListOpenFolder = m_pPlaylistRightMenu->addAction(QString());
-    m_pPlaylistRightMenu->addSeparator();
-    m_pActListSetSecret = m_pPlaylistRightMenu->addAction(QString());
-    m_pPlaylistDelMenu = new QMenu(this);
-    m_pPlaylistDelMenu->setObjectName(QStringLiteral("m_pPlaylistDelMenu"));
-    m_pPlaylistDelMenu->addAction(m_pActListDelete);
-    m_pPlaylistDelMenu->addAction(m_pActListRemoveInvalid);
-    m_pPlaylistDelMenu->addAction(m_pActListClear);
-    return InitPictureMenus();
 }
 
 bool CVelquinDlg::InitObjectNames() {
@@ -320,11 +266,8 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pBtnMax, &QPushButton::clicked, this, &CVelquinDlg::On_ShowMaximized));
     bOk &= bool(connect(m_pBtnExit, &QPushButton::clicked, this, &CVelquinDlg::On_Exit));
     bOk &= bool(connect(m_pBtnOpenFiles, &QPushButton::clicked, this, &CVelquinDlg::On_ShowOpenMenu_OpenBtn));
-    bOk &= bool(connect(m_pActOpenFile, &QAction::triggered, this, &CVelquinDlg::On_OpenFiles));
-    bOk &= bool(connect(m_pActOpenFolder, &QAction::triggered, this, &CVelquinDlg::On_OpenFolder));
-    // Queued: the modal dialog runs after the menu has closed.
-    bOk &= bool(
-        connect(m_pActOpenURL, &QAction::triggered, this, &CVelquinDlg::On_OpenURL, Qt::QueuedConnection));
+    bOk &= bool(connect(m_pBtnMainMenu, &QPushButton::clicked, this, &CVelquinDlg::On_ShowMainMenu));
+    bOk &= bool(connect(m_pBtnTools, &QPushButton::clicked, this, &CVelquinDlg::On_ShowToolsDlg));
     bOk &= bool(connect(m_pBtnPlayOrPause, &QPushButton::clicked, this, &CVelquinDlg::On_PlayOrPause));
     bOk &= bool(connect(m_pBtnStop, &QPushButton::clicked, this, &CVelquinDlg::On_Stop));
     bOk &= bool(connect(m_pBtnReversePlay, &QPushButton::clicked, this, &CVelquinDlg::On_ReversePlay));
@@ -348,7 +291,6 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pBtnMute, &QPushButton::clicked, this, &CVelquinDlg::On_Mute));
     bOk &= bool(connect(m_pBtnPartZoom, &QPushButton::clicked, this, &CVelquinDlg::On_PartZoom));
     bOk &= bool(connect(m_pBtnLayout, &QPushButton::clicked, this, &CVelquinDlg::On_ShowSelectMultiWndsDlg));
-    bOk &= bool(connect(m_pLayoutGroup, &QActionGroup::triggered, this, &CVelquinDlg::On_SwitchLayoutMode));
     bOk &= bool(
         connect(m_pSliderSound, &CCustomSlider::Sig_ChangeValue, this, &CVelquinDlg::On_SliderSetVolume));
 
@@ -379,13 +321,6 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pBtnListAdd, &QPushButton::clicked, this, &CVelquinDlg::On_AddFiles));
     bOk &= bool(connect(m_pBtnListDelete, &QPushButton::clicked, this, &CVelquinDlg::On_ShowPlaylistDelMenu));
     bOk &= bool(connect(m_pBtnPlayMode, &QPushButton::clicked, this, &CVelquinDlg::On_ShowPlayModeMenu));
-    bOk &= bool(connect(m_pPlayModeGroup, &QActionGroup::triggered, this, &CVelquinDlg::On_SwitchPlayMode));
-    bOk &= bool(connect(m_pActListPlayOrPause, &QAction::triggered, this, &CVelquinDlg::On_PlaySelectedRow));
-    bOk &= bool(connect(m_pActListDelete, &QAction::triggered, this, &CVelquinDlg::On_DelSelFiles));
-    bOk &= bool(connect(m_pActListRemoveInvalid, &QAction::triggered, this, &CVelquinDlg::On_ClearInvalidFiles));
-    bOk &= bool(connect(m_pActListClear, &QAction::triggered, this, &CVelquinDlg::On_ClearPlaylist));
-    bOk &= bool(connect(m_pActListOpenFolder, &QAction::triggered, this, &CVelquinDlg::On_OpenCurFileFolder));
-    bOk &= bool(connect(m_pActListSetSecret, &QAction::triggered, this, &CVelquinDlg::On_ShowInputKeyDlg));
     bOk &= bool(connect(m_pPlaylist, &CPlaylist::Sig_OpenFileInSelectedWnd, this,
                         &CVelquinDlg::On_OpenFileInSelWnd));
     bOk &= bool(connect(m_pPlaylist, &CPlaylist::Sig_ListRButtonDown, this,

@@ -12,6 +12,8 @@
 
 #include <tinyxml.h>
 
+#include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <cstring>
 
@@ -25,6 +27,7 @@ const char* const kCommon = "Common";
 const char* const kHotKeys = "HotKeys";
 const char* const kCapPic = "CapPic";
 const char* const kCapPicFolder = "CapPicFolder";
+const char* const kMainWnd = "MainWnd";
 const char* const kPlaylistFiles = "PlaylistFiles";
 const char* const kURLRecords = "URLRecords";
 const char* const kURL = "URL";
@@ -42,6 +45,10 @@ const int kMaxNesting = 64;
 
 // The open URL dialog keeps this many; a file edited by hand may hold more.
 const int kMaxURLRecords = 30;
+
+// A stored geometry past these is no window the player made; screens of today
+// are far below them, and Qt's own widget size limit is not much above.
+const int kMaxGeometry = 100000;
 
 // The file holds stream addresses with their passwords and the keys of
 // encrypted files: only its owner may read it, and only the owner may enter the
@@ -122,6 +129,21 @@ int IntOf(const TiXmlElement* pElem) {
     return int(std::strtol(TextOf(pElem), nullptr, 10));
 }
 
+// The whole text as a decimal in int's range, or false: for the values this
+// program adds, where a word read as 0 would be taken for a real value.
+bool StrictIntOf(const TiXmlElement* pElem, int* pnValue) {
+    const char* pText = TextOf(pElem);
+    char* pEnd = nullptr;
+    errno = 0;
+    const long nValue = std::strtol(pText, &pEnd, 10);
+    while (pEnd && (*pEnd == ' ' || *pEnd == '\t' || *pEnd == '\n' || *pEnd == '\r'))
+        ++pEnd;
+    if (pEnd == pText || !pEnd || *pEnd != '\0' || errno == ERANGE || nValue < INT_MIN || nValue > INT_MAX)
+        return false;
+    *pnValue = int(nValue);
+    return true;
+}
+
 QString StringOf(const TiXmlElement* pElem) {
     return Gb18030()->toUnicode(TextOf(pElem));
 }
@@ -142,12 +164,56 @@ private:
     bool m_bOld;
 };
 
+// The main dialog's state as it was left. Each value is checked on its own: a
+// value out of range leaves the record's (the default at start), never the file
+// refused. The geometry counts only whole: four numbers, a size above zero.
+void ReadMainWnd(const TiXmlElement* pGroup, PlayerConfig* pConfig) {
+    int nGeometry[4] = {0, 0, 0, 0}; // X, Y, Width, Height
+    int nGeometryFound = 0;
+    static const char* const kGeometryNames[4] = {"X", "Y", "Width", "Height"};
+    for (const TiXmlElement* pElem = pGroup->FirstChildElement(); pElem;
+         pElem = pElem->NextSiblingElement()) {
+        int nValue = 0;
+        if (!StrictIntOf(pElem, &nValue))
+            continue;
+        if (IsNamed(pElem, "PlayWndNum")) {
+            if (nValue == 1 || nValue == 4 || nValue == 9 || nValue == 16)
+                pConfig->nPlayWndNum = nValue;
+        } else if (IsNamed(pElem, "Volume")) {
+            if (nValue >= 0 && nValue <= 200)
+                pConfig->nVolume = nValue;
+        } else if (IsNamed(pElem, "Mute")) {
+            pConfig->bMute = nValue != 0;
+        } else if (IsNamed(pElem, "Maximized")) {
+            pConfig->bMaximized = nValue != 0;
+        } else {
+            for (int i = 0; i < 4; ++i) {
+                if (IsNamed(pElem, kGeometryNames[i])) {
+                    nGeometry[i] = nValue;
+                    nGeometryFound |= 1 << i;
+                }
+            }
+        }
+    }
+    const bool bWhole = nGeometryFound == 0xF;
+    // Compared without std::abs, which overflows on the most negative int.
+    auto inRange = [](int nValue, int nMin) { return nValue >= nMin && nValue <= kMaxGeometry; };
+    const bool bInRange = inRange(nGeometry[0], -kMaxGeometry) && inRange(nGeometry[1], -kMaxGeometry) &&
+                          inRange(nGeometry[2], 1) && inRange(nGeometry[3], 1);
+    if (bWhole && bInRange)
+        pConfig->rcMainDlg = QRect(nGeometry[0], nGeometry[1], nGeometry[2], nGeometry[3]);
+}
+
 void ReadPlayerSetting(const TiXmlElement* pSetting, PlayerConfig* pConfig) {
     for (const TiXmlElement* pGroup = pSetting->FirstChildElement(); pGroup;
          pGroup = pGroup->NextSiblingElement()) {
         const bool bCommon = IsNamed(pGroup, kCommon);
         const bool bHotKeys = IsNamed(pGroup, kHotKeys);
         const bool bCapPic = IsNamed(pGroup, kCapPic);
+        if (IsNamed(pGroup, kMainWnd)) {
+            ReadMainWnd(pGroup, pConfig);
+            continue;
+        }
         for (const TiXmlElement* pElem = pGroup->FirstChildElement(); pElem;
              pElem = pElem->NextSiblingElement()) {
             const char* pName = pElem->Value();
@@ -256,6 +322,17 @@ void WritePlayerSetting(TiXmlElement* pRoot, const PlayerConfig& cfg) {
     AddValue(pCapPic, kCapPicFolder, cfg.strCapPicFolder);
     for (const IntField& field : kCapPicInts)
         AddValue(pCapPic, field.pName, cfg.*(field.pField));
+    // A null geometry is written as zeros, which read back as none.
+    TiXmlElement* pMainWnd = AddGroup(pSetting, kMainWnd);
+    AddValue(pMainWnd, "PlayWndNum", cfg.nPlayWndNum);
+    AddValue(pMainWnd, "Volume", cfg.nVolume);
+    AddValue(pMainWnd, "Mute", cfg.bMute ? 1 : 0);
+    const QRect rc = cfg.rcMainDlg.isValid() ? cfg.rcMainDlg : QRect(0, 0, 0, 0);
+    AddValue(pMainWnd, "X", rc.x());
+    AddValue(pMainWnd, "Y", rc.y());
+    AddValue(pMainWnd, "Width", rc.width());
+    AddValue(pMainWnd, "Height", rc.height());
+    AddValue(pMainWnd, "Maximized", cfg.bMaximized ? 1 : 0);
 }
 
 void WriteLists(TiXmlElement* pRoot, const PlayerConfig& cfg, const FileCutToolCfg& stTool) {

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QPair>
+#include <QRect>
 #include <QString>
 #include <QStringList>
 #include <QVector>
@@ -74,4 +75,11 @@ struct PlayerConfig {
     QStringList lstURLRecords; // newest first, at most 30
     FileCutToolCfg stFileCutToolConfig;
     QVector<LanguageEntry> vecLanguages; // from GlobalLanguageConfig.xml, not stored here
+
+    // How the main dialog was left, so that the next start looks the same.
+    int nPlayWndNum = 1; // windows of the stage: 1, 4, 9 or 16
+    int nVolume = 50;    // 0..200; above 100 is boost
+    bool bMute = false;
+    QRect rcMainDlg;         // the dialog's normal geometry; null: the size for the screen
+    bool bMaximized = false; // the dialog's own maximised state, over rcMainDlg
 };

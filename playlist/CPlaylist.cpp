@@ -108,6 +108,12 @@ CPlaylist::CPlaylist(QWidget* pParent) : QListWidget(pParent), m_rowDrag(this) {
     setDropIndicatorShown(false);
     setSortingEnabled(false);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
+    // A click selects a row without taking the keyboard: keys must reach the
+    // main dialog's hot keys (space, arrows) whatever was clicked last.
+    setFocusPolicy(Qt::NoFocus);
+    verticalScrollBar()->setFocusPolicy(Qt::NoFocus);
+    horizontalScrollBar()->setFocusPolicy(Qt::NoFocus);
+    viewport()->setFocusPolicy(Qt::NoFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     verticalScrollBar()->setContextMenuPolicy(Qt::NoContextMenu);
     m_rowDrag.hide();
@@ -478,7 +484,11 @@ bool CPlaylist::On_SearchShowAllFiles() {
     return true;
 }
 
-// ---- mouse, drag and drop --------------------------------------------------------------
+// ---- keys, mouse, drag and drop ----------------------------------------------------------
+
+void CPlaylist::keyPressEvent(QKeyEvent* ev) {
+    ev->ignore();
+}
 
 void CPlaylist::mousePressEvent(QMouseEvent* ev) {
     if (ev->button() == Qt::RightButton) {

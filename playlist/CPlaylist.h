@@ -105,6 +105,9 @@ public slots:
     void On_LanguageChanged();
 
 protected:
+    // Keys are the player's hot keys, not the list's: none is used here (arrows
+    // would move the selection), each goes on to the parent, the main dialog.
+    void keyPressEvent(QKeyEvent* ev) override;
     void mousePressEvent(QMouseEvent* ev) override;
     void mouseMoveEvent(QMouseEvent* ev) override;
     void dragEnterEvent(QDragEnterEvent* ev) override;

@@ -46,6 +46,8 @@ CPlaylistItem::CPlaylistItem(QWidget* pParent) : QWidget(pParent) {
     setObjectName(QStringLiteral("CPlaylistItem"));
     resize(ROW_WIDTH, ROW_HEIGHT);
     setFixedHeight(ROW_HEIGHT);
+    // A row's widgets take no keyboard: keys go to the main dialog's hot keys.
+    setFocusPolicy(Qt::NoFocus);
     BuildWidgets();
 
     connect(this, &CPlaylistItem::Sig_UpdateUI, this, &CPlaylistItem::On_UpdateUI);

@@ -80,6 +80,10 @@ CPlayWnd::CPlayWnd(int nSubWndIndex, QWidget* pParent)
     m_pDisplayWnd = new QLabel(this, Qt::FramelessWindowHint);
     m_pDisplayWnd->setObjectName("m_pDisplayWnd");
     m_pDisplayWnd->show();
+    // Neither the window nor the native child the engine draws into takes the
+    // keyboard: keys go to the stage, which hands them to the main dialog.
+    setFocusPolicy(Qt::NoFocus);
+    m_pDisplayWnd->setFocusPolicy(Qt::NoFocus);
 
     // The engine's callbacks emit on its own threads; these arrive queued.
     connect(this, &CPlayWnd::Sig_WidthHeightChange, this, &CPlayWnd::On_WidthHeightChange,
@@ -999,7 +1003,11 @@ bool CPlayWnd::GetCurGlobalTime(TAVRIX_SYSTEM_TIME* pGlobalTime) {
     }
     TAVRIX_SYSTEM_TIME stTime = {};
     if (!Tavrix_GetSystemTime(m_lPort, &stTime)) {
-        qDebug("Tavrix_GetSystemTime dwErr=%d", Tavrix_GetLastError(m_lPort));
+        // A recording without a wall clock answers "not supported" at every tick
+        // of the play timer: that is its normal state, not a failure to log.
+        const uint32_t nErr = Tavrix_GetLastError(m_lPort);
+        if (nErr != TAVRIX_ERR_NOT_SUPPORT)
+            qDebug("Tavrix_GetSystemTime dwErr=%d", nErr);
         return false;
     }
     *pGlobalTime = stTime;

@@ -10,7 +10,8 @@ PACKAGES=(
   libavformat-dev libavcodec-dev libavutil-dev libswscale-dev libswresample-dev libavfilter-dev
   libsdl2-dev libtinyxml-dev
   ffmpeg fonts-dejavu-core
-  xvfb xauth
+  fonts-wqy-microhei  # Chinese texts of the Chinese language file
+  xvfb xauth xdotool  # the full screen test clicks through a real X server
   ffmpegthumbnailer  # the peer of velquin-bench thumbs (benchmarks only)
   clang-14 libclang-rt-14-dev libfuzzer-14-dev  # scripts/fuzz.sh: libFuzzer with the sanitizers
   # scripts/rtsp-server.py, the RTSP server of the network tests: GStreamer's

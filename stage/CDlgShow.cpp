@@ -15,6 +15,7 @@
 #include "CPlayWnd.h"
 #include "OpenInfo.h"
 #include "SkinManager.h"
+#include "StartPageWnd.h"
 
 namespace {
 const int kSkinResStage = 39;
@@ -67,7 +68,13 @@ bool CDlgShow::InitPlayWnds() {
         m_pPlayWnd[i] = new CPlayWnd(i, this);
         m_pPlayWnd[i]->hide();
     }
-    // The start page is not built yet: m_pStartPageWnd stays null.
+    m_pStartPageWnd = new StartPageWnd(this);
+    m_pStartPageWnd->Init();
+    m_pStartPageWnd->hide();
+    connect(m_pStartPageWnd, &StartPageWnd::Sig_OpenFiles, this, &CDlgShow::Sig_OpenFiles);
+    connect(m_pStartPageWnd, &StartPageWnd::Sig_OpenFolder, this, &CDlgShow::Sig_OpenFolder);
+    connect(m_pStartPageWnd, &StartPageWnd::Sig_OpenURL, this, &CDlgShow::Sig_OpenURL);
+    connect(m_pStartPageWnd, &StartPageWnd::Sig_MousePressEvent, this, &CDlgShow::On_MousePressEvent);
     RelayoutPlayWnds();
 
     for (CPlayWnd* pWnd : m_pPlayWnd) {
@@ -182,7 +189,6 @@ void CDlgShow::SelectWndByPos(QPoint ptGlobal) {
 }
 
 bool CDlgShow::UpdateStartPage() {
-    // No start page is built yet (m_pStartPageWnd stays null): nothing to show.
     if (!m_pStartPageWnd || !m_pPlayWnd[0])
         return false;
     const int nState = m_pPlayWnd[0]->GetPlayState();
@@ -197,7 +203,8 @@ bool CDlgShow::UpdateStartPage() {
 }
 
 void CDlgShow::UpdateStartPageText() {
-    // Nothing to reload until the start page exists.
+    if (m_pStartPageWnd)
+        m_pStartPageWnd->UpdateLanguage();
 }
 
 bool CDlgShow::On_ChangeSelWnd(int nPlayWndIndex) {

@@ -20,6 +20,7 @@ class QKeyEvent;
 class QMouseEvent;
 class CConCapThread;
 class CPlayWnd;
+class StartPageWnd;
 struct OpenInfo;
 
 // The stage: owns all sixteen play windows for its whole life, lays out 1, 4, 9
@@ -224,7 +225,7 @@ private:
     CPlayWnd* SelWnd() const;
     bool ValidIndex(int i) const { return i >= 0 && i < MAX_PLAY_WND && m_pPlayWnd[i]; }
 
-    QWidget* m_pStartPageWnd = nullptr;      // start page; not built yet, stays null
+    StartPageWnd* m_pStartPageWnd = nullptr; // covers the stage while it is empty
     // Synchronous group: the range holding its earliest begin, the one holding
     // its latest end, its members in window order, and which members count now.
     FILE_INFO_SYNC m_stSyncFirstFile = {{1998, 1, 1, 0, 0, 0, 0}, {1998, 1, 1, 0, 0, 0, 0}};

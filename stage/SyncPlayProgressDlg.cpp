@@ -29,21 +29,7 @@
 namespace {
 
 const int SKIN_RES_RULER = 18;
-const int SKIN_FONT_TEXT = 2;
 const int SKIN_SHEET_HBAR = 7;
-const int SKIN_COLOR_COUNT = 7;
-// The default skin's values, used where a skin lacks an entry.
-const char* const FALLBACK_COLORS[SKIN_COLOR_COUNT] = {"#222327", "#1B1C1F", "#A8ABB2", "#5C5F66",
-                                                       "#2B2D31", "#3C7A4E", "#2F8CEB"};
-enum SkinColorIndex {
-    CLR_RULER_BACK = 0,
-    CLR_ROWS_BACK,
-    CLR_TEXT,
-    CLR_TICK,
-    CLR_SEPARATOR,
-    CLR_FILE_BAR,
-    CLR_FILE_BAR_SELECTED
-};
 
 const int LEFT_COLUMN_WIDTH = 160; // title, zoom and file names
 const int TITLE_HEIGHT = 15;       // the time label floats in this strip
@@ -55,9 +41,6 @@ const int RED_LINE_WIDTH = 15;
 const int RED_LINE_HEIGHT = 120;
 const int RED_LINE_X = 6; // the column of the line inside its label
 const int FOLLOW_MARGIN = 5;
-const int MINUTES_PER_DAY = 24 * 60;
-// Minutes a tick stands for in grades 1 to 3.
-const int TICK_MINUTES[4] = {60, 30, 10, 5};
 
 QString Text(const char* pKey, const char* pDefault) {
     QString strText;
@@ -116,8 +99,6 @@ SyncPlayProgressDlg::SyncPlayProgressDlg(QWidget* pParent)
     setFixedHeight(DLG_HEIGHT);
     // Showing the ruler must not take the keyboard from the main dialog.
     setAttribute(Qt::WA_ShowWithoutActivating, true);
-    for (int i = 0; i < SKIN_COLOR_COUNT; ++i)
-        m_clrSkin[i] = QColor(QLatin1String(FALLBACK_COLORS[i]));
     SetInitialRanges();
     m_pixRuler = QPixmap(20, RULER_HEIGHT);
     m_pixFiles = QPixmap(20, 20);
@@ -277,10 +258,7 @@ bool SyncPlayProgressDlg::SetMainDlg(CVelquinDlg* pMainDlg) {
 }
 
 void SyncPlayProgressDlg::DaySpan(TAVRIX_SYSTEM_TIME* pDayBegin, TAVRIX_SYSTEM_TIME* pDayEnd) const {
-    *pDayBegin = TAVRIX_SYSTEM_TIME{
-        m_stFirstFile.stBegin.nYear, m_stFirstFile.stBegin.nMonth, m_stFirstFile.stBegin.nDay, 0, 0, 0, 0};
-    *pDayEnd = TAVRIX_SYSTEM_TIME{
-        m_stLastFile.stEnd.nYear, m_stLastFile.stEnd.nMonth, m_stLastFile.stEnd.nDay, 23, 59, 59, 0};
+    SyncRulerPainter::DaySpan(m_stFirstFile, m_stLastFile, pDayBegin, pDayEnd);
 }
 
 bool SyncPlayProgressDlg::StartSyncRuler(std::vector<SYNC_WND_FILE*>& vecFiles, FILE_INFO_SYNC* pFirst,
@@ -298,21 +276,8 @@ bool SyncPlayProgressDlg::StartSyncRuler(std::vector<SYNC_WND_FILE*>& vecFiles, 
     m_stFirstFile = *pFirst;
     m_stLastFile = *pLast;
 
-    m_vecFilePos.clear();
-    TAVRIX_SYSTEM_TIME stDayBegin;
-    TAVRIX_SYSTEM_TIME stDayEnd;
-    DaySpan(&stDayBegin, &stDayEnd);
-    const uint64_t nTotal = CPlayHelper::GetTimeSpan_Second(&stDayBegin, &stDayEnd);
-    if (nTotal == 0)
+    if (!SyncRulerPainter::FilePositions(m_stFirstFile, m_stLastFile, m_vecFiles, &m_vecFilePos))
         return false;
-    for (const SYNC_WND_FILE& file : m_vecFiles) {
-        const double dLength =
-            double(CPlayHelper::GetTimeSpan_Second(&file.stFileTime.stBegin, &file.stFileTime.stEnd)) /
-            nTotal;
-        const double dStart =
-            double(CPlayHelper::GetTimeSpan_Second(&stDayBegin, &file.stFileTime.stBegin)) / nTotal;
-        m_vecFilePos.emplace_back(float(dStart), float(dStart + dLength));
-    }
     m_nDays = CPlayHelper::GetTimeSpan_Day(&pFirst->stBegin, &pLast->stEnd) + 1;
     m_nHours = m_nDays * 24;
 
@@ -390,21 +355,8 @@ void SyncPlayProgressDlg::ShowFileLabels(int nFirstRow) {
     }
 }
 
-// Labels of all four grades, once per group. Grade 0 counts hours from the
-// span's start; the finer grades name the time of day of each tick.
 void SyncPlayProgressDlg::BuildGradeLabels() {
-    for (QStringList& lst : m_lstGradeLabels)
-        lst.clear();
-    for (int nHour = 0; nHour < m_nHours; ++nHour)
-        m_lstGradeLabels[0] << QString::number(nHour);
-    for (int nGrade = 1; nGrade < 4; ++nGrade) {
-        const int nMinutes = TICK_MINUTES[nGrade];
-        const int nTicks = m_nDays * (MINUTES_PER_DAY / nMinutes);
-        for (int i = 0; i < nTicks; ++i) {
-            const int nOfDay = (i * nMinutes) % MINUTES_PER_DAY;
-            m_lstGradeLabels[nGrade] << QString::asprintf("%02d:%02d:%02d", nOfDay / 60, nOfDay % 60, 0);
-        }
-    }
+    SyncRulerPainter::BuildGradeLabels(m_nDays, m_lstGradeLabels);
 }
 
 bool SyncPlayProgressDlg::SetScale(int nValue) {
@@ -425,46 +377,9 @@ void SyncPlayProgressDlg::UpdateRulerPixmap() {
     if (!m_pMainDlg || m_vecFiles.empty() || !m_pWndTimeRuler)
         return;
     const QStringList& lstLabels = m_lstGradeLabels[m_nGrade];
-    const int nCount = int(lstLabels.size());
-    if (nCount == 0)
+    if (lstLabels.isEmpty())
         return;
-    QPixmap pix(m_nRulerWidth, RULER_HEIGHT);
-    pix.fill(SkinColor(CLR_RULER_BACK));
-    QPainter painter(&pix);
-    painter.setFont(m_fontText);
-    const QPen penText(SkinColor(CLR_TEXT));
-    const QPen penTick(SkinColor(CLR_TICK));
-    const float fStep = float(m_nRulerWidth) / nCount;
-    const int nAlign = Qt::AlignHCenter | Qt::AlignVCenter;
-    for (int i = 0; i < nCount; ++i) {
-        const float x = i * fStep;
-        QRectF rcText;
-        if (m_nGrade == 0) {
-            rcText = i == 0 ? QRectF(x - 5, 5, 15, 17) : QRectF(x - 10, 5, 20, 17);
-        } else {
-            // The finer grades leave the very start bare: its time is the span's
-            // begin, which the label of the next tick makes plain.
-            if (i == 0)
-                continue;
-            rcText = QRectF(x - 30, 5, 60, 17);
-        }
-        painter.setPen(penText);
-        painter.drawText(rcText, nAlign, lstLabels[i]);
-        painter.setPen(penTick);
-        painter.drawLine(QPointF(x, 20), QPointF(x, RULER_HEIGHT));
-        if (fStep > 40) {
-            for (int j = 1; j <= 4; ++j) {
-                const float xMinor = x + j * fStep / 5;
-                painter.drawLine(QPointF(xMinor, 27), QPointF(xMinor, RULER_HEIGHT));
-            }
-        }
-        if (m_nGrade == 0 && i == 23) {
-            painter.setPen(penText);
-            painter.drawText(QRectF(24 * fStep - 15, 5, 20, 17), nAlign, QStringLiteral("24"));
-        }
-    }
-    painter.end();
-    m_pixRuler = pix;
+    m_pixRuler = m_painter.PaintScale(m_nRulerWidth, m_nGrade, lstLabels);
     m_pWndTimeRuler->resize(m_pixRuler.size());
     SetBackground(m_pWndTimeRuler, m_pixRuler);
     SyncScrollRanges();
@@ -473,36 +388,7 @@ void SyncPlayProgressDlg::UpdateRulerPixmap() {
 void SyncPlayProgressDlg::UpdateFilesPixmap() {
     if (!m_pMainDlg || m_vecFiles.empty() || !m_pWndPlayTimes)
         return;
-    const int nRows = std::max(3, int(m_vecFiles.size()));
-    QPixmap pix(m_nRulerWidth, nRows * ROW_HEIGHT);
-    pix.fill(SkinColor(CLR_ROWS_BACK));
-    QPainter painter(&pix);
-    const int nSelWnd = SelectedWndIndex();
-    for (int i = 0; i < nRows; ++i) {
-        const int y = (i + 1) * RULER_HEIGHT + i;
-        painter.setPen(SkinColor(CLR_SEPARATOR));
-        painter.drawLine(0, y, m_nRulerWidth, y);
-        if (i >= int(m_vecFilePos.size()))
-            continue;
-        const bool bSelected = m_vecFiles[size_t(i)].nWndIndex == nSelWnd;
-        const QColor clrBar = SkinColor(bSelected ? CLR_FILE_BAR_SELECTED : CLR_FILE_BAR);
-        painter.setPen(clrBar);
-        painter.setBrush(clrBar);
-        const int x1 = int(std::ceil(m_vecFilePos[size_t(i)].first * m_nRulerWidth));
-        int x2 = int(std::ceil(m_vecFilePos[size_t(i)].second * m_nRulerWidth));
-        // A file shorter than a pixel still shows.
-        if (x2 == x1)
-            x2 = x1 + 1;
-        const QRect rcBar(x1, i * ROW_HEIGHT + 4, x2 - x1, 24);
-        if (rcBar.width() < 5)
-            painter.fillRect(rcBar, clrBar);
-        else if (rcBar.width() <= 12)
-            painter.drawRoundedRect(rcBar, 2, 2);
-        else
-            painter.drawRoundedRect(rcBar, 4, 4);
-    }
-    painter.end();
-    m_pixFiles = pix;
+    m_pixFiles = m_painter.PaintRows(m_nRulerWidth, m_vecFiles, m_vecFilePos, SelectedWndIndex());
     m_pWndPlayTimes->resize(m_pixFiles.size());
     SetBackground(m_pWndPlayTimes, m_pixFiles);
     SyncScrollRanges();
@@ -697,13 +583,9 @@ void SyncPlayProgressDlg::resizeEvent(QResizeEvent* pEvent) {
 }
 
 void SyncPlayProgressDlg::SkinChanged() {
-    for (int i = 0; i < SKIN_COLOR_COUNT; ++i) {
-        const QColor clr = SkinManager::GetResColor(SKIN_RES_RULER, i);
-        m_clrSkin[i] = clr.isValid() ? clr : QColor(QLatin1String(FALLBACK_COLORS[i]));
-    }
-    m_fontText = SkinManager::GetResFont(SKIN_RES_RULER, SKIN_FONT_TEXT);
+    m_painter.LoadSkin();
     if (m_pLabelPlayPosSysTime)
-        m_pLabelPlayPosSysTime->setFont(TimeLabelFont(m_fontText));
+        m_pLabelPlayPosSysTime->setFont(TimeLabelFont(m_painter.TextFont()));
     const QString strQss = SkinManager::GetQssResPath(SKIN_RES_RULER);
     setStyleSheet(strQss.isEmpty() ? QString() : SkinManager::ReadQssFile(strQss));
     if (m_pScrollAreaTimes)
@@ -734,8 +616,4 @@ int SyncPlayProgressDlg::SelectedWndIndex() const {
             return pStage->GetSelWndIndex();
     }
     return -1;
-}
-
-QColor SyncPlayProgressDlg::SkinColor(int nIndex) const {
-    return nIndex >= 0 && nIndex < SKIN_COLOR_COUNT ? m_clrSkin[nIndex] : QColor(Qt::gray);
 }

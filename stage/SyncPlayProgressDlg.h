@@ -12,6 +12,7 @@
 
 #include "FileInfoSync.h"
 #include "IObserverBase.h"
+#include "SyncRulerPainter.h"
 #include "SyncWndFile.h"
 #include "Tavrix.h"
 
@@ -107,7 +108,6 @@ private:
     void DaySpan(TAVRIX_SYSTEM_TIME* pDayBegin, TAVRIX_SYSTEM_TIME* pDayEnd) const;
     bool DragTarget(const QMouseEvent* pEvent, double* pdPrecent, TAVRIX_SYSTEM_TIME* pTime) const;
     int SelectedWndIndex() const;
-    QColor SkinColor(int nIndex) const;
 
     CVelquinDlg* m_pMainDlg = nullptr;
     TAVRIX_SYSTEM_TIME m_stPlayTime{};
@@ -142,8 +142,7 @@ private:
     QSlider* m_pSliderRulerScale = nullptr;
     QPushButton* m_pBtnRulerPlus = nullptr;
 
-    // Skin values of the ruler; fixed ones stand in where a skin lacks them.
-    QColor m_clrSkin[7];
-    QFont m_fontText;
+    // Colours, font and measures of the scale and the rows.
+    SyncRulerPainter m_painter{SyncRulerPainter::LARGE};
     bool m_bObserving = false;
 };

@@ -62,6 +62,11 @@ inline PlayerConfig MakeFull(int nVariant) {
         cfg.lstURLRecords.append(
             QStringLiteral("rtsp://用户:密码@192.168.%1.%2:554/摄像机?a=1&b=%3").arg(v).arg(i).arg(i));
     cfg.stFileCutToolConfig.strSrcDir = QStringLiteral("/not/stored"); // the writer takes the disk's
+    cfg.nPlayWndNum = nVariant == 0 ? 16 : 9;
+    cfg.nVolume = 170 + nVariant;
+    cfg.bMute = true;
+    cfg.rcMainDlg = QRect(-1200 - nVariant, 35 + nVariant, 1000 + nVariant, 600 + nVariant);
+    cfg.bMaximized = true;
     return cfg;
 }
 
@@ -86,6 +91,11 @@ inline QString FirstDifference(const PlayerConfig& a, const PlayerConfig& b) {
     VQ_CMP(nConCapPicGap)
     VQ_CMP(nMaxConCapPicNum)
     VQ_CMP(lstURLRecords)
+    VQ_CMP(nPlayWndNum)
+    VQ_CMP(nVolume)
+    VQ_CMP(bMute)
+    VQ_CMP(rcMainDlg)
+    VQ_CMP(bMaximized)
 #undef VQ_CMP
     for (int i = 0; i < int(std::size(kHotKeys)); ++i)
         if (a.stHotKeys.*kHotKeys[i] != b.stHotKeys.*kHotKeys[i])

@@ -58,7 +58,8 @@ int TinyXmlDepth(const QByteArray& baText) {
     while (!stack.isEmpty()) {
         const auto [pNode, nDepth] = stack.takeLast();
         nDeepest = qMax(nDeepest, nDepth);
-        for (const TiXmlElement* pChild = pNode->FirstChildElement(); pChild; pChild = pChild->NextSiblingElement())
+        for (const TiXmlElement* pChild = pNode->FirstChildElement(); pChild;
+             pChild = pChild->NextSiblingElement())
             stack.append({pChild, nDepth + 1});
     }
     return nDeepest;
@@ -117,8 +118,8 @@ private slots:
         const QByteArray baRaw = ReadRaw(Path());
         QVERIFY(baRaw.startsWith("<?xml version=\"1.0\" encoding=\"UTF-8\" ?>"));
         for (const char* pPart : {"<Config>", "<PlayerSetting>", "<Common>", "<HotKeys>", "<CapPic>",
-                                  "<PlaylistFiles />", "<URLRecords />", "<FileCutToolConfig>", "<Fast>83886100</Fast>",
-                                  "<SartHardDecodeEngine>0</SartHardDecodeEngine>",
+                                  "<PlaylistFiles />", "<URLRecords />", "<FileCutToolConfig>",
+                                  "<Fast>83886100</Fast>", "<SartHardDecodeEngine>0</SartHardDecodeEngine>",
                                   "<ExitKeepPlaylistFiles>1</ExitKeepPlaylistFiles>",
                                   "<ReconnectLostStreams>0</ReconnectLostStreams>"})
             QVERIFY2(baRaw.contains(pPart), pPart);
@@ -163,8 +164,8 @@ private slots:
             << QByteArray(baFull).replace("<URLRecords>", "<URLRecords>" + Nested(100000));
         QTest::newRow("unclosed, 100000 deep") << QByteArray("<Config>") + QByteArray("<a>").repeated(100000);
         // Well-formed, but past any file the player writes.
-        QTest::newRow("larger than 4 MiB")
-            << QByteArray(baFull).replace("<Config>", "<Config><!--" + QByteArray(4 * 1024 * 1024, 'x') + "-->");
+        QTest::newRow("larger than 4 MiB") << QByteArray(baFull).replace(
+            "<Config>", "<Config><!--" + QByteArray(4 * 1024 * 1024, 'x') + "-->");
     }
     void damagedFileIsKeptAside() {
         QFETCH(QByteArray, baData);
@@ -237,6 +238,50 @@ private slots:
         QVERIFY(ReadRaw(Path()).contains("<Config>") && !ReadRaw(Path()).contains("Settings"));
     }
 
+    void mainWindowValuesOutOfRangeFallBack_data() {
+        QTest::addColumn<QByteArray>("baMainWnd");
+        QTest::addColumn<int>("nPlayWndNum");
+        QTest::addColumn<int>("nVolume");
+        QTest::addColumn<QRect>("rcMainDlg");
+        QTest::newRow("all good") << QByteArray("<PlayWndNum>9</PlayWndNum><Volume>200</Volume><X>-1900</X>"
+                                                "<Y>20</Y><Width>1000</Width><Height>600</Height>")
+                                  << 9 << 200 << QRect(-1900, 20, 1000, 600);
+        QTest::newRow("layout not a grid, volume past boost")
+            << QByteArray("<PlayWndNum>6</PlayWndNum><Volume>201</Volume>") << 1 << 50 << QRect();
+        QTest::newRow("negative volume, layout 0")
+            << QByteArray("<PlayWndNum>0</PlayWndNum><Volume>-1</Volume>") << 1 << 50 << QRect();
+        QTest::newRow("geometry without height")
+            << QByteArray("<X>10</X><Y>10</Y><Width>1000</Width>") << 1 << 50 << QRect();
+        QTest::newRow("zero size (nothing was stored)")
+            << QByteArray("<X>0</X><Y>0</Y><Width>0</Width><Height>0</Height>") << 1 << 50 << QRect();
+        QTest::newRow("negative size")
+            << QByteArray("<X>0</X><Y>0</Y><Width>-900</Width><Height>600</Height>") << 1 << 50 << QRect();
+        QTest::newRow("absurd position")
+            << QByteArray("<X>-2147483648</X><Y>0</Y><Width>900</Width><Height>600</Height>") << 1 << 50
+            << QRect();
+        QTest::newRow("text for numbers")
+            << QByteArray("<PlayWndNum>four</PlayWndNum><Volume>loud</Volume>") << 1 << 50 << QRect();
+        QTest::newRow("empty and wrapped numbers")
+            << QByteArray("<PlayWndNum/><Volume>4294967306</Volume>") << 1 << 50 << QRect();
+    }
+    void mainWindowValuesOutOfRangeFallBack() {
+        QFETCH(QByteArray, baMainWnd);
+        QFETCH(int, nPlayWndNum);
+        QFETCH(int, nVolume);
+        QFETCH(QRect, rcMainDlg);
+        // A bad value costs that value only: the rest of the file is read.
+        QVERIFY(WriteRaw(Path(), "<Config><PlayerSetting><MainWnd>" + baMainWnd +
+                                     "<Mute>1</Mute></MainWnd><Common><Skin>3</Skin></Common>"
+                                     "</PlayerSetting></Config>"));
+        PlayerConfig cfg = Defaults();
+        QVERIFY(m_store.ReadPlayerConfig(Path(), &cfg));
+        QCOMPARE(cfg.nSkin, 3);
+        QVERIFY(cfg.bMute);
+        QCOMPARE(cfg.nPlayWndNum, nPlayWndNum);
+        QCOMPARE(cfg.nVolume, nVolume);
+        QCOMPARE(cfg.rcMainDlg, rcMainDlg);
+    }
+
     void deepOrLargeFilesWithinLimitsAreRead() {
         // A full file with unknown elements nested 60 deep and a 3 MB comment: not
         // what the player writes, but within the limits, so it is read.
@@ -244,7 +289,8 @@ private slots:
         QVERIFY(m_store.WritePlayerConfig(Path(), &cfgOut));
         QByteArray baData = ReadRaw(Path());
         baData.replace("<URLRecords>", "<URLRecords>" + Nested(60, "<URL>not a record</URL>"));
-        baData.replace("<Config>", "<Config><!--" + QByteArray(3 * 1024 * 1024, '-').replace("--", "- ") + "-->");
+        baData.replace("<Config>",
+                       "<Config><!--" + QByteArray(3 * 1024 * 1024, '-').replace("--", "- ") + "-->");
         QVERIFY(WriteRaw(Path(), baData));
         VERIFY_READS_AS(cfgOut);
         QVERIFY(!QFile::exists(Path() + QStringLiteral(".bad")));
@@ -268,11 +314,13 @@ private slots:
         QTest::newRow("end tags in CDATA") << QByteArray("<a><![CDATA[</a></a>]]><b><c></c></b></a>") << 3;
         QTest::newRow("'/>' in a quoted value") << QByteArray("<a x=\"/>\"><b y='/>'><c></c></b></a>") << 3;
         QTest::newRow("'>' and end tags in a value") << QByteArray("<a x=\"></a></a>\"><b></b></a>") << 2;
-        QTest::newRow("the other quote in a value") << QByteArray("<a x=\"it's\"><b y='\"'><c/></b></a>") << 3;
+        QTest::newRow("the other quote in a value")
+            << QByteArray("<a x=\"it's\"><b y='\"'><c/></b></a>") << 3;
         QTest::newRow("bare values") << QByteArray("<a x=1 y=2><b z=3/><b z=4></b></a>") << 2;
         QTest::newRow("end tags in the declaration's version")
             << QByteArray("<?xml version=\"</a></a>\" ?><a><b><c></c></b></a>") << 3;
-        QTest::newRow("declaration inside an element") << QByteArray("<a><?xml version='</a>'?><b></b></a>") << 2;
+        QTest::newRow("declaration inside an element")
+            << QByteArray("<a><?xml version='</a>'?><b></b></a>") << 2;
         QTest::newRow("unknown node inside an element") << QByteArray("<a><!x </a> ><b><c/></b></a>") << 3;
         QTest::newRow("high bytes in names")
             << QByteArray("<\xb1\xea\xcc\xe2><\xc3\xfb></\xc3\xfb></\xb1\xea\xcc\xe2>") << 2;
@@ -342,7 +390,8 @@ private slots:
             QCOMPARE(proc.exitStatus(), QProcess::CrashExit);
 
             PlayerConfig cfgIn = Defaults();
-            QVERIFY2(m_store.ReadPlayerConfig(Path(), &cfgIn), qPrintable(QStringLiteral("round %1").arg(nRound)));
+            QVERIFY2(m_store.ReadPlayerConfig(Path(), &cfgIn),
+                     qPrintable(QStringLiteral("round %1").arg(nRound)));
             const QString strDiffA = FirstDifference(cfgIn, records[0]);
             const QString strDiffB = FirstDifference(cfgIn, records[1]);
             QVERIFY2(strDiffA.isEmpty() || strDiffB.isEmpty(), qPrintable(strDiffA + " / " + strDiffB));
@@ -365,8 +414,9 @@ private slots:
         const QByteArray baOld = ReadRaw(strOldFile);
         QVERIFY(QFile::setPermissions(strReadOnly, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadGroup |
                                                        QFile::ExeGroup | QFile::ReadOther | QFile::ExeOther));
-        const auto restore = qScopeGuard(
-            [&] { QFile::setPermissions(strReadOnly, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner); });
+        const auto restore = qScopeGuard([&] {
+            QFile::setPermissions(strReadOnly, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        });
         {
             QFile probe(strReadOnly + QStringLiteral("/probe"));
             if (probe.open(QIODevice::WriteOnly)) {
@@ -386,8 +436,9 @@ private slots:
     void fileAndFolderPrivateToOwner() {
         using P = QFileDevice;
         const P::Permissions permOwnerRW = P::ReadOwner | P::WriteOwner;
-        const P::Permissions permMask = P::ReadOwner | P::WriteOwner | P::ExeOwner | P::ReadGroup | P::WriteGroup |
-                                        P::ExeGroup | P::ReadOther | P::WriteOther | P::ExeOther;
+        const P::Permissions permMask = P::ReadOwner | P::WriteOwner | P::ExeOwner | P::ReadGroup |
+                                        P::WriteGroup | P::ExeGroup | P::ReadOther | P::WriteOther |
+                                        P::ExeOther;
         // A new file: passwords in URLs and file keys are for its owner only.
         PlayerConfig cfg = MakeFull(0);
         QVERIFY(m_store.WritePlayerConfig(Path(), &cfg));
@@ -403,7 +454,8 @@ private slots:
         const QString strFallback = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
         QVERIFY(!strFallback.isEmpty());
         QVERIFY(QDir(strFallback).removeRecursively());
-        QCOMPARE(CPlayerConfigFile::ChooseConfigDir(m_pDir->filePath(QStringLiteral("missing"))), strFallback);
+        QCOMPARE(CPlayerConfigFile::ChooseConfigDir(m_pDir->filePath(QStringLiteral("missing"))),
+                 strFallback);
         QCOMPARE(QFileInfo(strFallback).permissions() & permMask, permOwnerRW | P::ExeOwner);
     }
 

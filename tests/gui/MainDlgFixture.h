@@ -5,6 +5,7 @@
 // restart passes the folder of the first dialog to the second.
 
 #include <QApplication>
+#include <QDialog>
 #include <QLabel>
 #include <QSize>
 #include <QString>
@@ -18,6 +19,30 @@
 #include "CPlaylist.h"
 #include "CSkinButton.h"
 #include "CVelquinDlg.h"
+
+// Rejects every modal dialog of class szClass that shows up while it lives; a
+// static QFileDialog call or a dialog's exec() does not return before that.
+class ModalRejecter : public QObject {
+public:
+    explicit ModalRejecter(const char* szClass) : m_szClass(szClass) { m_nTimerId = startTimer(20); }
+    int Rejected() const { return m_nRejected; }
+
+protected:
+    void timerEvent(QTimerEvent*) override {
+        for (QWidget* pWidget : QApplication::topLevelWidgets()) {
+            QDialog* pDialog = qobject_cast<QDialog*>(pWidget);
+            if (pDialog && pDialog->isVisible() && pDialog->inherits(m_szClass)) {
+                ++m_nRejected;
+                pDialog->reject();
+            }
+        }
+    }
+
+private:
+    const char* m_szClass;
+    int m_nTimerId = 0;
+    int m_nRejected = 0;
+};
 
 struct MainDlgFixture {
     QTemporaryDir dirConfig;

@@ -1,12 +1,16 @@
 // The main dialog on the offscreen platform: start with and without the
-// configuration files, the widget tree the skins select on, opening from the
-// command line, the end of a file and the run-time error path.
+// configuration files, what a restart brings back, the widget tree the skins
+// select on, the title and the recording's clock, keys after a click in the
+// playlist, the start page, opening from the command line, the end of a file
+// and the run-time error path.
 
 #include <QtTest>
 
 #include "CPlaylist.h"
 
+#include <QDateTime>
 #include <QFile>
+#include <QFileDialog>
 #include <QGuiApplication>
 #include <QLabel>
 #include <QLocale>
@@ -18,6 +22,8 @@
 #include <memory>
 
 #include "AllGlobalConfig.h"
+#include "CPlayWnd.h"
+#include "CPlayerConfigFile.h"
 #include "CDlgShow.h"
 #include "CSkinButton.h"
 #include "CVelquinDlg.h"
@@ -25,6 +31,7 @@
 #include "GuiMedia.h"
 #include "MainDlgFixture.h"
 #include "MainDlgNames.h"
+#include "StartPageWnd.h"
 
 namespace {
 
@@ -47,6 +54,13 @@ QByteArray GlobalConfig(int nLanguage, int nSkin) {
         .arg(nLanguage)
         .arg(nSkin)
         .toUtf8();
+}
+
+// The dialog's own maximised geometry: the available screen, or the minimum
+// size where the screen is smaller (the offscreen screen may be).
+QRect MaximisedGeometry(const QWidget* pDlg) {
+    const QRect rcAvail = QGuiApplication::primaryScreen()->availableGeometry();
+    return QRect(rcAvail.topLeft(), rcAvail.size().expandedTo(pDlg->minimumSize()));
 }
 
 } // namespace
@@ -141,13 +155,78 @@ private slots:
                  CVelquinDlg::InitialSizeForScreen(QGuiApplication::primaryScreen()->size()));
     }
 
+    void restartBringsBackLayoutSoundAndGeometry() {
+        QTemporaryDir dirConfig;
+        QVERIFY(dirConfig.isValid());
+        QRect rcNormal;
+        {
+            Fixture fx(dirConfig.path());
+            QVERIFY(fx.Start());
+            QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
+            QVERIFY(fx.pDlg->SetVolumeValue(130));
+            QVERIFY(fx.pDlg->On_Mute());
+            // A normal geometry that fits the screen, so that it comes back as it is.
+            const QRect rcAvail = QGuiApplication::primaryScreen()->availableGeometry();
+            QVERIFY(rcAvail.height() >= 580);
+            rcNormal =
+                QRect(rcAvail.topLeft() + QPoint(qBound(0, rcAvail.width() - 914, 20), 10), QSize(914, 570));
+            fx.pDlg->setGeometry(rcNormal);
+            QTRY_COMPARE(fx.pDlg->geometry(), rcNormal);
+            QTest::mouseClick(fx.Button("m_pBtnMax"), Qt::LeftButton);
+            QTRY_COMPARE(fx.pDlg->geometry(), MaximisedGeometry(fx.pDlg.get()));
+        } // the exit writes the configuration
+
+        Fixture fx(dirConfig.path());
+        QVERIFY(fx.Start());
+        QCOMPARE(fx.pStage->GetPlayWndNum(), 4);
+        QSlider* pSound = fx.pDlg->findChild<QSlider*>("m_pSliderSound");
+        QCOMPARE(pSound->value(), 100); // the slider ends at 100; the volume goes on to 130
+        QCOMPARE(pSound->toolTip(), QStringLiteral("Volume: 130%"));
+        QCOMPARE(fx.Button("m_pBtnMute")->toolTip(), QStringLiteral("Cancel Mute"));
+        QTRY_COMPARE(fx.Button("m_pBtnMax")->toolTip(), QStringLiteral("Restore window"));
+        QCOMPARE(fx.pDlg->geometry(), MaximisedGeometry(fx.pDlg.get()));
+        // Out of the maximised state the dialog goes back where it was left.
+        QTest::mouseClick(fx.Button("m_pBtnMax"), Qt::LeftButton);
+        QTRY_COMPARE(fx.pDlg->geometry(), rcNormal);
+
+        // Paths given at start fill the remembered layout: both play.
+        const QStringList lstClips = {GuiMedia::Clip("h264_aac.mp4"), GuiMedia::Clip("mpeg4.mp4")};
+        QVERIFY(fx.pDlg->OpenFileList(lstClips));
+        for (int i = 0; i < 2; ++i)
+            QTRY_VERIFY_WITH_TIMEOUT(fx.Playing(fx.pStage->GetPlayState(i)), kPlayTimeoutMs);
+        // One Down key takes the remembered 130 to 120 and lifts the mute.
+        QTest::keyClick(fx.pDlg->windowHandle(), Qt::Key_Down);
+        QCOMPARE(pSound->toolTip(), QStringLiteral("Volume: 120%"));
+        QCOMPARE(fx.Button("m_pBtnMute")->toolTip(), QStringLiteral("Mute"));
+    }
+
+    void geometryOffEveryScreenComesBackOnScreen() {
+        // A monitor that has gone: the stored place lies far off every screen.
+        Fixture fx;
+        PlayerConfig cfg;
+        CPlayerConfigFile::SetDefaults(&cfg, fx.strConfigDir);
+        cfg.rcMainDlg = QRect(-6000, -4000, 1000, 640);
+        CPlayerConfigFile store;
+        QVERIFY(store.WritePlayerConfig(fx.dirConfig.filePath("PlayerConfig.xml"), &cfg));
+        QVERIFY(fx.Start());
+        const QRect rcAvail = QGuiApplication::primaryScreen()->availableGeometry();
+        const QRect rcDlg = fx.pDlg->geometry();
+        // Its title bar, where it is dragged from, is on the screen.
+        QVERIFY2(rcAvail.contains(rcDlg.topLeft()),
+                 qPrintable(QStringLiteral("%1,%2").arg(rcDlg.x()).arg(rcDlg.y())));
+        QVERIFY(rcDlg.width() >= 914 && rcDlg.height() >= 565);
+        QVERIFY(rcDlg.height() <= qMax(rcAvail.height(), 565));
+        QCOMPARE(fx.Button("m_pBtnMax")->toolTip(), QStringLiteral("Maximize"));
+    }
+
     // ---- widget tree ----
 
     void widgetTreeHoldsEveryName() {
         Fixture fx;
         QVERIFY(fx.Start());
         const QStringList names = MainDlgWidgetNames() << "verticalLayout_4"
-                                                       << "m_pHLayoutMainClient";
+                                                       << "m_pHLayoutMainClient"
+                                                       << "m_pLabGlobalTime";
         for (const QString& strName : names)
             QVERIFY2(fx.pDlg->findChild<QObject*>(strName), qPrintable(strName));
 
@@ -155,10 +234,9 @@ private slots:
         QVERIFY(fx.Button("m_pBtnLanguage")->isHidden());
         QVERIFY(fx.Button("m_pBtnListDelete")->isHidden());
 
-        // Buttons of features that are not built stay greyed out, and still say what
-        // they are for.
-        for (const char* szName :
-             {"m_pBtnTools", "m_pBtnFast", "m_pBtnSlow", "m_pBtnSyncPlay", "m_pBtnCapPic"}) {
+        // Buttons with nothing to act on stay greyed out, and still say what they
+        // are for.
+        for (const char* szName : {"m_pBtnFast", "m_pBtnSlow", "m_pBtnSyncPlay", "m_pBtnCapPic"}) {
             QVERIFY2(!fx.Button(szName)->isEnabled(), szName);
             QVERIFY2(!fx.Button(szName)->toolTip().isEmpty(), szName);
         }
@@ -202,6 +280,141 @@ private slots:
         QTest::mouseClick(fx.Button("m_pBtnMax"), Qt::LeftButton);
         QTRY_COMPARE(fx.pDlg->geometry(), rcBefore);
         QCOMPARE(fx.Button("m_pBtnMax")->toolTip(), QStringLiteral("Maximize"));
+    }
+
+    // ---- title, clock, keys and the start page ----
+
+    void titleAndClockFollowSelectedWindow() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        QLabel* pTitle = fx.pDlg->findChild<QLabel*>("m_pLabMainWndTitle");
+        QCOMPARE(fx.pDlg->windowTitle(), QStringLiteral("Velquin"));
+        QCOMPARE(pTitle->text(), QStringLiteral("Velquin"));
+        QVERIFY(fx.pDlg->On_ChangePlayWndNum(4));
+        // Window 0: a recording with a creation time, 2024-03-15 10:00:00 at 25
+        // frames a second; window 1, selected last: none.
+        QVERIFY(fx.pDlg->OpenFileList({GuiMedia::Clip("sync_a_25fps.mp4"), GuiMedia::Clip("no_clock.mp4")}));
+        for (int i = 0; i < 2; ++i)
+            QTRY_VERIFY_WITH_TIMEOUT(fx.Playing(fx.pStage->GetPlayState(i)), kPlayTimeoutMs);
+        QCOMPARE(fx.pStage->GetSelWndIndex(), 1);
+        QTRY_COMPARE(fx.pDlg->windowTitle(), QStringLiteral("no_clock.mp4 \u2014 Velquin"));
+        QCOMPARE(pTitle->text(), fx.pDlg->windowTitle());
+        QTRY_VERIFY(!fx.Label("m_pLabFrameIndex").isEmpty()); // the timer has read window 1
+        QCOMPARE(fx.Label("m_pLabGlobalTime"), QString());
+
+        QVERIFY(fx.pStage->On_ChangeSelWnd(0));
+        QCOMPARE(fx.pDlg->windowTitle(), QStringLiteral("sync_a_25fps.mp4 \u2014 Velquin"));
+        // Some way into the file, so that the offset counts.
+        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->GetCurrentFrameNum() >= 30 &&
+                                     fx.pStage->GetCurrentFrameNum() != 0xFFFFFFFFu,
+                                 kPlayTimeoutMs);
+        QVERIFY(fx.pDlg->On_PlayOrPause());
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        // Paused, the label must name the shown frame's time: 10:00:00 plus its offset.
+        const QDateTime dtBegin(QDate(2024, 3, 15), QTime(10, 0, 0), Qt::UTC);
+        auto clockError = [&]() -> qint64 {
+            const QDateTime dtShown =
+                QDateTime::fromString(fx.Label("m_pLabGlobalTime"), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+            if (!dtShown.isValid())
+                return -1;
+            const qint64 nFrameMs = qint64(fx.pStage->GetCurrentFrameNum()) * 1000 / 25;
+            return qAbs(
+                QDateTime(dtShown.date(), dtShown.time(), Qt::UTC).msecsTo(dtBegin.addMSecs(nFrameMs)));
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(clockError() >= 0 && clockError() < 1000, 5000);
+
+        // Back to the clip without a clock: the label empties at once.
+        QVERIFY(fx.pStage->On_ChangeSelWnd(1));
+        QCOMPARE(fx.Label("m_pLabGlobalTime"), QString());
+        // Closing what the selected window shows leaves the program's name.
+        QVERIFY(fx.pDlg->On_CloseByFilePath(GuiMedia::Clip("no_clock.mp4")));
+        QTRY_COMPARE(fx.pDlg->windowTitle(), QStringLiteral("Velquin"));
+        QCOMPARE(pTitle->text(), QStringLiteral("Velquin"));
+    }
+
+    void keysReachDialogAfterClickInPlaylist() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        // Nothing in the dialog takes the keyboard but fields to type into.
+        for (QWidget* pWidget : fx.pDlg->findChildren<QWidget*>()) {
+            if (pWidget->isWindow() || pWidget->inherits("QLineEdit") ||
+                pWidget->inherits("QAbstractSpinBox") || pWidget->inherits("QTextEdit"))
+                continue;
+            QVERIFY2(pWidget->focusPolicy() == Qt::NoFocus,
+                     qPrintable(QStringLiteral("%1 %2").arg(pWidget->metaObject()->className(),
+                                                            pWidget->objectName())));
+        }
+
+        QVERIFY(fx.pDlg->OpenFileList({GuiMedia::Clip("sync_a_25fps.mp4")}));
+        QTRY_COMPARE_WITH_TIMEOUT(fx.pStage->GetPlayState(0), 1, kPlayTimeoutMs);
+        // Steps wait for the frame index; a loaded machine may take a while.
+        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
+        OpenInfo stSecond = GuiMedia::FileInfo(GuiMedia::Clip("no_clock.mp4"));
+        QVERIFY(fx.pList->AddFile(&stSecond)); // a row below, for the list's own Down to move to
+        QCOMPARE(fx.pList->count(), 2);
+        QTest::mouseClick(fx.pList->viewport(), Qt::LeftButton, Qt::NoModifier,
+                          fx.pList->visualItemRect(fx.pList->item(0)).center());
+        QVERIFY(fx.pList->item(0)->isSelected());
+        QWidget* pFocus = QApplication::focusWidget();
+        QVERIFY2(!pFocus || (pFocus != fx.pList && !fx.pList->isAncestorOf(pFocus)),
+                 pFocus ? pFocus->metaObject()->className() : "");
+
+        // Keys as the window system delivers them: the hot keys work.
+        QWindow* pWindow = fx.pDlg->windowHandle();
+        QTest::keyClick(pWindow, Qt::Key_Space);
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
+        QTest::keyClick(pWindow, Qt::Key_Up);
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->value(), 60);
+        const uint nFrame = fx.pStage->GetCurrentFrameNum();
+        QTest::keyClick(pWindow, Qt::Key_Right);
+        QTRY_COMPARE_WITH_TIMEOUT(fx.pStage->GetCurrentFrameNum(), nFrame + 1, 5000);
+        // A key that reaches the list is not the list's: Down moves no selection,
+        // it turns the volume down.
+        QTest::keyClick(fx.pList, Qt::Key_Down);
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->value(), 50);
+        QVERIFY(fx.pList->item(0)->isSelected() && !fx.pList->item(1)->isSelected());
+        // A play window hands its keys to the stage, the stage to the dialog.
+        QTest::keyClick(fx.pStage->GetPlayWnd(0), Qt::Key_Up);
+        QCOMPARE(fx.pDlg->findChild<QSlider*>("m_pSliderSound")->value(), 60);
+
+        // Stopped, play opens the selected row again.
+        QTest::keyClick(pWindow, Qt::Key_S, Qt::ControlModifier);
+        QTRY_COMPARE(fx.pStage->GetPlayState(0), 3);
+        QTest::keyClick(pWindow, Qt::Key_Space);
+        QTRY_COMPARE_WITH_TIMEOUT(fx.pStage->GetPlayState(0), 1, kPlayTimeoutMs);
+    }
+
+    void startPageCoversEmptyStageAndOpens() {
+        Fixture fx;
+        QVERIFY(fx.Start());
+        StartPageWnd* pPage = fx.pStage->findChild<StartPageWnd*>();
+        QVERIFY(pPage);
+        QTRY_VERIFY(pPage->isVisible());
+        QTRY_COMPARE(pPage->geometry(), fx.pStage->rect());
+
+        // Its buttons reach the dialog's open commands: each dialog comes up.
+        auto click = [&](const char* szButton) {
+            QAbstractButton* pBtn = pPage->findChild<QAbstractButton*>(QString::fromLatin1(szButton));
+            QVERIFY2(pBtn, szButton);
+            pBtn->click();
+        };
+        {
+            ModalRejecter rejecter("QFileDialog");
+            click("m_pBtnOpenFile");
+            QCOMPARE(rejecter.Rejected(), 1);
+            click("m_pBtnOpenFolder");
+            QCOMPARE(rejecter.Rejected(), 2);
+        }
+        {
+            // The stream dialog comes from the event loop, after the click.
+            ModalRejecter rejecter("InputURLDlg");
+            click("m_pBtnOpenStream");
+            QTRY_COMPARE(rejecter.Rejected(), 1);
+        }
+
+        QVERIFY(fx.pDlg->OpenFileList({GuiMedia::Clip("h264_aac.mp4")}));
+        QTRY_VERIFY_WITH_TIMEOUT(fx.Playing(fx.pStage->GetPlayState(0)), kPlayTimeoutMs);
+        QVERIFY(!pPage->isVisible());
     }
 
     void escapeDoesNotClose() {

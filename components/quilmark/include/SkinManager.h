@@ -47,7 +47,7 @@ class SkinTable;
 //   6  file information dialog: qss FileInfoDlg.qss.
 //   7  watermark dialog: qss WatermarkDlg.qss.
 //   8  colour adjust dialog: qss ColorAdjustDlg.qss.
-//   9  start page: qss StartPage.qss; picture 0 logo.
+//   9  start page: qss StartPage.qss; pictures 0 centre, 1 left corner, 2 right corner.
 //   10 about dialog: qss AboutDlg.qss; picture 0 program icon.
 //   11 decryption key dialog: qss DecryptKeyDlg.qss; sheets 0 name label, 1 key field,
 //      2 "Apply to all" button.
@@ -61,7 +61,8 @@ class SkinTable;
 //      1..4 layouts 1, 4, 9, 16.
 //   16 layout popup: qss LayoutMenu.qss; colours 12, 13 button text normal / selected;
 //      pictures 0..3 layouts 1, 4, 9, 16; 4..7 the same, selected.
-//   17 tools popup: qss ToolsMenu.qss; pictures 0..3 clip, convert, merge, stream.
+//   17 tools popup: qss ToolsMenu.qss; colour 12 button text; pictures 0..3 clip,
+//      convert, merge, stream.
 //   18 synchronous time ruler: qss SyncRuler.qss; colours 0 scale background,
 //      1 rows background, 2 text, 3 ticks, 4 row separator, 5 file bar, 6 file bar of
 //      the selected window; font 2; sheet 7 horizontal scroll bar.

@@ -141,6 +141,8 @@ bool Tavrix_SetDecodeThreads(int32_t nPort, uint32_t nThreads);
 // The engine in use: 1 only while hardware decoding really runs.
 uint32_t Tavrix_GetDecodeEngine(int32_t nPort);
 uint32_t Tavrix_GetLastError(int32_t nPort);
+// The engine's version, one byte each from the top: major, minor, revision, build.
+uint32_t Tavrix_GetSdkVersion();
 
 // ---- stream mode ------------------------------------------------------------
 //

@@ -90,6 +90,11 @@ uint32_t Tavrix_GetLastError(int32_t nPort) {
     return PortTable::Instance().LastError(nPort);
 }
 
+uint32_t Tavrix_GetSdkVersion() {
+    // 1.2.0.0: raised by hand when the engine's behaviour towards its callers changes.
+    return (1u << 24) | (2u << 16);
+}
+
 // ---- stream mode ------------------------------------------------------------
 
 bool Tavrix_OpenStream(int32_t nPort, const char* pHeader, uint32_t nHeaderLen, uint32_t nBufPoolSize) {
