@@ -1,9 +1,6 @@
 #include "CPlayWndLayoutMenu.h"
 
 #include <QButtonGroup>
-#include <QFocusEvent>
-#include <QHideEvent>
-#include <QMouseEvent>
 #include <QHBoxLayout>
 
 #include "CLanguageParser.h"
@@ -27,17 +24,8 @@ const int BTN_SIDE = 44;
 
 } // namespace
 
-CPlayWndLayoutMenu::CPlayWndLayoutMenu(QWidget* pParent) : QDialog(pParent) {
+CPlayWndLayoutMenu::CPlayWndLayoutMenu(QWidget* pParent) : PopupPanel(pParent) {
     setObjectName(QStringLiteral("CPlayWndLayoutMenu"));
-    // A popup: a press anywhere outside closes it, as a menu does. The dialog
-    // itself holds the focus (its buttons take none); losing it folds it away too.
-    setWindowFlags(Qt::Popup | Qt::FramelessWindowHint);
-    setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_StyledBackground);
-}
-
-CPlayWndLayoutMenu::~CPlayWndLayoutMenu() {
-    SkinManager::DelObserver(this);
 }
 
 bool CPlayWndLayoutMenu::Init() {
@@ -63,10 +51,7 @@ bool CPlayWndLayoutMenu::Init() {
     }
     connect(m_pBtnGroup, &QButtonGroup::buttonClicked, this, &CPlayWndLayoutMenu::On_ChangePlayWndNum);
     UpdateLanguage();
-    if (SkinManager::GetInstance())
-        SkinManager::AddObserver(this);
-    else
-        SkinChanged();
+    FollowSkin();
     return true;
 }
 
@@ -126,23 +111,4 @@ bool CPlayWndLayoutMenu::On_ChangePlayWndNum(QAbstractButton* pBtn) {
         return false;
     emit Sig_ChangePlayWndNum(nWndNum);
     return true;
-}
-
-void CPlayWndLayoutMenu::focusOutEvent(QFocusEvent* ev) {
-    QDialog::focusOutEvent(ev);
-    hide();
-}
-
-void CPlayWndLayoutMenu::hideEvent(QHideEvent* ev) {
-    QDialog::hideEvent(ev);
-}
-
-void CPlayWndLayoutMenu::mousePressEvent(QMouseEvent* ev) {
-    // A press outside closes the popup (the base class does that); on the button
-    // that opened it, the press must not reach the button again and reopen it.
-    if (!rect().contains(ev->position().toPoint()) && m_pAnchor && m_pAnchor->isVisible()) {
-        const QRect rcAnchor(m_pAnchor->mapToGlobal(QPoint(0, 0)), m_pAnchor->size());
-        setAttribute(Qt::WA_NoMouseReplay, rcAnchor.contains(ev->globalPosition().toPoint()));
-    }
-    QDialog::mousePressEvent(ev);
 }

@@ -1,8 +1,6 @@
 #include "CToolsMenu.h"
 
-#include <QFocusEvent>
 #include <QHideEvent>
-#include <QMouseEvent>
 #include <QGridLayout>
 #include <QIcon>
 #include <QLabel>
@@ -33,17 +31,8 @@ const int CLR_TEXT = 12;
 
 } // namespace
 
-CToolsMenu::CToolsMenu(QWidget* pParent) : QDialog(pParent) {
+CToolsMenu::CToolsMenu(QWidget* pParent) : PopupPanel(pParent) {
     setObjectName(QStringLiteral("CToolsMenu"));
-    // A popup: a press anywhere outside closes it, as a menu does. The dialog
-    // itself holds the focus (its buttons take none); losing it folds it away too.
-    setWindowFlags(Qt::Popup | Qt::FramelessWindowHint);
-    setFocusPolicy(Qt::StrongFocus);
-    setAttribute(Qt::WA_StyledBackground);
-}
-
-CToolsMenu::~CToolsMenu() {
-    SkinManager::DelObserver(this);
 }
 
 bool CToolsMenu::Init() {
@@ -84,10 +73,7 @@ bool CToolsMenu::Init() {
     connect(m_pBtnNps, &QPushButton::clicked, this, &CToolsMenu::On_ShowNpsDlg);
 
     UpdateLanguage();
-    if (SkinManager::GetInstance())
-        SkinManager::AddObserver(this);
-    else
-        SkinChanged();
+    FollowSkin();
     return true;
 }
 
@@ -146,26 +132,11 @@ bool CToolsMenu::On_ShowNpsDlg() {
     return true;
 }
 
-void CToolsMenu::focusOutEvent(QFocusEvent* ev) {
-    QDialog::focusOutEvent(ev);
-    hide();
-}
-
 void CToolsMenu::hideEvent(QHideEvent* ev) {
-    QDialog::hideEvent(ev);
+    PopupPanel::hideEvent(ev);
     // However it went (focus lost, a press outside, Escape), the owner must know:
     // it holds the stage's painting while the menu is up.
     emit Sig_focusOutEvent();
-}
-
-void CToolsMenu::mousePressEvent(QMouseEvent* ev) {
-    // A press outside closes the popup (the base class does that); on the button
-    // that opened it, the press must not reach the button again and reopen it.
-    if (!rect().contains(ev->position().toPoint()) && m_pAnchor && m_pAnchor->isVisible()) {
-        const QRect rcAnchor(m_pAnchor->mapToGlobal(QPoint(0, 0)), m_pAnchor->size());
-        setAttribute(Qt::WA_NoMouseReplay, rcAnchor.contains(ev->globalPosition().toPoint()));
-    }
-    QDialog::mousePressEvent(ev);
 }
 
 void CToolsMenu::paintEvent(QPaintEvent* ev) {

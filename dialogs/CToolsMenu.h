@@ -1,12 +1,8 @@
 #pragma once
 
-#include <QDialog>
+#include "PopupPanel.h"
 
-#include "IObserverBase.h"
-
-class QFocusEvent;
 class QHideEvent;
-class QMouseEvent;
 class QLabel;
 class QPaintEvent;
 class CSkinButton;
@@ -14,7 +10,7 @@ class CSkinButton;
 // The toolbox popup of the control bar: four buttons that start the companion
 // programs (clip, convert, merge, streaming) without a file. Frameless; it hides
 // itself when it loses the focus and tells the main dialog.
-class CToolsMenu : public QDialog, public IObserverBase {
+class CToolsMenu : public PopupPanel {
     Q_OBJECT
 
 public:
@@ -22,14 +18,9 @@ public:
     static const int MENU_HEIGHT = 142;
 
     explicit CToolsMenu(QWidget* pParent = nullptr);
-    ~CToolsMenu() override;
 
     bool Init();
     void UpdateLanguage();
-
-    // The button that opens the popup: a press on it while the popup is up only
-    // closes the popup, instead of closing and opening it again.
-    void SetAnchor(QWidget* pAnchor) { m_pAnchor = pAnchor; }
 
     void SkinChanged() override;
 
@@ -47,13 +38,10 @@ public slots:
     bool On_ShowNpsDlg();
 
 protected:
-    void focusOutEvent(QFocusEvent* ev) override;
     void hideEvent(QHideEvent* ev) override;
-    void mousePressEvent(QMouseEvent* ev) override;
     void paintEvent(QPaintEvent* ev) override;
 
 private:
-    QWidget* m_pAnchor = nullptr;
     QLabel* m_pLabelTitle = nullptr;
     CSkinButton* m_pBtnConvert = nullptr;
     CSkinButton* m_pBtnMerge = nullptr;

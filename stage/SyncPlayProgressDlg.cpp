@@ -6,11 +6,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMouseEvent>
-#include <QPainter>
-#include <QPalette>
-#include <QPolygon>
 #include <QPushButton>
-#include <QResizeEvent>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QSignalBlocker>
@@ -29,7 +25,6 @@
 namespace {
 
 const int SKIN_RES_RULER = 18;
-const int SKIN_SHEET_HBAR = 7;
 
 const int LEFT_COLUMN_WIDTH = 160; // title, zoom and file names
 const int TITLE_HEIGHT = 15;       // the time label floats in this strip
@@ -40,7 +35,6 @@ const int TIME_LABEL_HEIGHT = 14;
 const int RED_LINE_WIDTH = 15;
 const int RED_LINE_HEIGHT = 120;
 const int RED_LINE_X = 6; // the column of the line inside its label
-const int FOLLOW_MARGIN = 5;
 
 QString Text(const char* pKey, const char* pDefault) {
     QString strText;
@@ -58,13 +52,6 @@ int GradeOfScale(int nScale) {
     return 3;
 }
 
-void SetBackground(QWidget* pWidget, const QPixmap& pix) {
-    QPalette pal = pWidget->palette();
-    pal.setBrush(QPalette::Window, QBrush(pix));
-    pWidget->setPalette(pal);
-    pWidget->setAutoFillBackground(true);
-}
-
 // The time label has a fixed size; a skin font too wide for a full date and
 // time is made smaller until it fits.
 QFont TimeLabelFont(QFont font) {
@@ -77,49 +64,19 @@ QFont TimeLabelFont(QFont font) {
     return font;
 }
 
-QPixmap RedLinePixmap() {
-    QPixmap pix(RED_LINE_WIDTH, RED_LINE_HEIGHT);
-    pix.fill(Qt::transparent);
-    QPainter painter(&pix);
-    const QColor clrRed(0xE5, 0x39, 0x35);
-    painter.fillRect(RED_LINE_X, 0, 1, RED_LINE_HEIGHT, clrRed);
-    // A handle at the top gives the thin line something to take hold of.
-    painter.setPen(clrRed);
-    painter.setBrush(clrRed);
-    painter.drawPolygon(
-        QPolygon({QPoint(RED_LINE_X - 4, 0), QPoint(RED_LINE_X + 4, 0), QPoint(RED_LINE_X, 5)}));
-    return pix;
-}
-
 } // namespace
 
 SyncPlayProgressDlg::SyncPlayProgressDlg(QWidget* pParent)
-    : QDialog(pParent, Qt::Dialog | Qt::FramelessWindowHint) {
+    : SyncRulerDlgBase(pParent, SyncRulerPainter::LARGE, DLG_HEIGHT) {
     setObjectName(QStringLiteral("SyncPlayProgressDlg"));
-    setFixedHeight(DLG_HEIGHT);
-    // Showing the ruler must not take the keyboard from the main dialog.
-    setAttribute(Qt::WA_ShowWithoutActivating, true);
-    SetInitialRanges();
     m_pixRuler = QPixmap(20, RULER_HEIGHT);
     m_pixFiles = QPixmap(20, 20);
-}
-
-SyncPlayProgressDlg::~SyncPlayProgressDlg() {
-    if (m_bObserving)
-        SkinManager::DelObserver(this);
 }
 
 bool SyncPlayProgressDlg::Init() {
     if (m_pScrollAreaTimes)
         return true;
-    SetupUI();
-    LayoutChildren();
-    m_nBaseWidth = m_nRulerWidth = ViewportWidth();
-    BuildGradeLabels();
-
-    QScrollBar* pVBar = m_pScrollAreaTimes->verticalScrollBar();
-    connect(pVBar, &QScrollBar::valueChanged, this, &SyncPlayProgressDlg::On_VScrollBarValueChange);
-    connect(pVBar, &QScrollBar::sliderReleased, this, &SyncPlayProgressDlg::On_VScrollBarSliderRelease);
+    CreateWidgets();
     connect(m_pScrollAreaTimes->horizontalScrollBar(), &QScrollBar::valueChanged, this,
             &SyncPlayProgressDlg::On_HScrollBarValueChange);
     connect(m_pSliderRulerScale, &QSlider::valueChanged, this, &SyncPlayProgressDlg::On_RulerScaleChange);
@@ -127,11 +84,7 @@ bool SyncPlayProgressDlg::Init() {
     connect(m_pBtnRulerMinus, &QPushButton::clicked, this, &SyncPlayProgressDlg::On_RulerScaleMinus);
 
     UpdateLanguage();
-    // Calls SkinChanged() at once.
-    if (SkinManager::GetInstance()) {
-        SkinManager::AddObserver(this);
-        m_bObserving = true;
-    }
+    ObserveSkin();
     return true;
 }
 
@@ -170,16 +123,7 @@ void SyncPlayProgressDlg::SetupUI() {
     // The scale scrolls only with the rows below it, never by itself.
     m_pScrollAreaRulerContainer = new QWidget(this);
     m_pScrollAreaRulerContainer->setObjectName(QStringLiteral("m_pScrollAreaRulerContainer"));
-    m_pScrollAreaRuler = new QScrollArea(m_pScrollAreaRulerContainer);
-    m_pScrollAreaRuler->setObjectName(QStringLiteral("m_pScrollAreaRuler"));
-    m_pScrollAreaRuler->setFrameShape(QFrame::NoFrame);
-    m_pScrollAreaRuler->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_pScrollAreaRuler->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_pScrollAreaRuler->setWidgetResizable(false);
-    m_pWndTimeRuler = new QWidget();
-    m_pWndTimeRuler->setObjectName(QStringLiteral("m_pWndTimeRuler"));
-    m_pWndTimeRuler->resize(m_pixRuler.size());
-    m_pScrollAreaRuler->setWidget(m_pWndTimeRuler);
+    CreateScaleArea(m_pScrollAreaRulerContainer, m_pixRuler.size());
 
     for (int i = 0; i < 3; ++i) {
         m_pLabelFileName[i] = new QLabel(this);
@@ -187,25 +131,12 @@ void SyncPlayProgressDlg::SetupUI() {
         m_pLabelFileName[i]->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     }
 
-    m_pScrollAreaTimes = new QScrollArea(this);
-    m_pScrollAreaTimes->setObjectName(QStringLiteral("m_pScrollAreaTimes"));
-    m_pScrollAreaTimes->setFrameShape(QFrame::NoFrame);
-    m_pScrollAreaTimes->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    m_pScrollAreaTimes->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    m_pScrollAreaTimes->setWidgetResizable(false);
+    CreateRowsArea(m_pixFiles.size());
     m_pScrollAreaTimes->verticalScrollBar()->setSingleStep(ROW_HEIGHT);
-    m_pWndPlayTimes = new QWidget();
-    m_pWndPlayTimes->setObjectName(QStringLiteral("m_pWndPlayTimes"));
-    m_pWndPlayTimes->resize(m_pixFiles.size());
-    m_pScrollAreaTimes->setWidget(m_pWndPlayTimes);
 
     // Made last so that they lie above the scale and the rows.
-    m_pLabelPlayPosRedLine = new QLabel(this);
-    m_pLabelPlayPosRedLine->setObjectName(QStringLiteral("m_pLabelPlayPosRedLine"));
-    m_pLabelPlayPosRedLine->setFixedSize(RED_LINE_WIDTH, RED_LINE_HEIGHT);
-    m_pLabelPlayPosRedLine->setPixmap(RedLinePixmap());
+    CreateRedLine({RED_LINE_WIDTH, RED_LINE_HEIGHT, RED_LINE_X, 4});
     m_pLabelPlayPosRedLine->setCursor(Qt::SizeHorCursor);
-    m_pLabelPlayPosRedLine->hide();
     m_pLabelPlayPosSysTime = new QLabel(this);
     m_pLabelPlayPosSysTime->setObjectName(QStringLiteral("m_pLabelPlayPosSysTime"));
     m_pLabelPlayPosSysTime->setFixedSize(TIME_LABEL_WIDTH, TIME_LABEL_HEIGHT);
@@ -231,57 +162,14 @@ void SyncPlayProgressDlg::LayoutChildren() {
         m_pLabelFileName[i]->setGeometry(0, nRowsTop + i * ROW_HEIGHT, LEFT_COLUMN_WIDTH, ROW_HEIGHT);
 }
 
-// The rows' viewport width as the scroll area itself works it out; the widget
-// may not be laid out yet (a hidden dialog gets its resize events late).
-int SyncPlayProgressDlg::ViewportWidth() const {
-    if (!m_pScrollAreaTimes)
-        return 1;
-    const int nWidth = m_pScrollAreaTimes->width() - 2 * m_pScrollAreaTimes->frameWidth() -
-                       m_pScrollAreaTimes->verticalScrollBar()->sizeHint().width();
-    return std::max(1, nWidth);
-}
-
-void SyncPlayProgressDlg::SetInitialRanges() {
-    TAVRIX_SYSTEM_TIME stInitial{};
-    stInitial.nYear = 1998;
-    stInitial.nMonth = 1;
-    stInitial.nDay = 1;
-    m_stFirstFile.stBegin = m_stFirstFile.stEnd = stInitial;
-    m_stLastFile = m_stFirstFile;
-}
-
-bool SyncPlayProgressDlg::SetMainDlg(CVelquinDlg* pMainDlg) {
-    if (!pMainDlg)
-        return false;
-    m_pMainDlg = pMainDlg;
-    return true;
-}
-
 void SyncPlayProgressDlg::DaySpan(TAVRIX_SYSTEM_TIME* pDayBegin, TAVRIX_SYSTEM_TIME* pDayEnd) const {
     SyncRulerPainter::DaySpan(m_stFirstFile, m_stLastFile, pDayBegin, pDayEnd);
 }
 
 bool SyncPlayProgressDlg::StartSyncRuler(std::vector<SYNC_WND_FILE*>& vecFiles, FILE_INFO_SYNC* pFirst,
                                          FILE_INFO_SYNC* pLast) {
-    if (!pFirst || !pLast || !m_pLabelPlayPosSysTime || !m_pLabelPlayPosRedLine)
+    if (!m_pLabelPlayPosSysTime || !TakeGroup(vecFiles, pFirst, pLast))
         return false;
-    // A hidden dialog gets its resize event only when shown; the widths below
-    // need the places for its present size.
-    LayoutChildren();
-    m_vecFiles.clear();
-    for (const SYNC_WND_FILE* pFile : vecFiles) {
-        if (pFile)
-            m_vecFiles.push_back(*pFile);
-    }
-    m_stFirstFile = *pFirst;
-    m_stLastFile = *pLast;
-
-    if (!SyncRulerPainter::FilePositions(m_stFirstFile, m_stLastFile, m_vecFiles, &m_vecFilePos))
-        return false;
-    m_nDays = CPlayHelper::GetTimeSpan_Day(&pFirst->stBegin, &pLast->stEnd) + 1;
-    m_nHours = m_nDays * 24;
-
-    m_nBaseWidth = m_nRulerWidth = ViewportWidth();
     m_nGrade = 0;
     m_nScale = MIN_SCALE;
     {
@@ -290,29 +178,16 @@ bool SyncPlayProgressDlg::StartSyncRuler(std::vector<SYNC_WND_FILE*>& vecFiles, 
     }
 
     UpdateLanguage();
-    m_pScrollAreaTimes->verticalScrollBar()->setValue(0);
+    ShowGroup();
     ShowFileLabels(0);
-
-    BuildGradeLabels();
-    UpdateRulerPixmap();
-    UpdateFilesPixmap();
-    m_pScrollAreaTimes->horizontalScrollBar()->setValue(0);
-    m_pLabelPlayPosRedLine->show();
     m_pLabelPlayPosSysTime->show();
-    m_pLabelPlayPosRedLine->raise();
     m_pLabelPlayPosSysTime->raise();
     SetPlayPos(&pFirst->stBegin);
     return true;
 }
 
 bool SyncPlayProgressDlg::ResetSyncRuler() {
-    LayoutChildren();
-    SetInitialRanges();
-    m_vecFiles.clear();
-    m_vecFilePos.clear();
-    m_nDays = 1;
-    m_nHours = 24;
-    m_nBaseWidth = m_nRulerWidth = ViewportWidth();
+    ResetGroup();
     m_nGrade = 0;
     m_nScale = MIN_SCALE;
     m_bDragPlayPos = false;
@@ -321,9 +196,6 @@ bool SyncPlayProgressDlg::ResetSyncRuler() {
         const QSignalBlocker blocker(m_pSliderRulerScale);
         m_pSliderRulerScale->setValue(MIN_SCALE);
     }
-    BuildGradeLabels();
-    if (m_pLabelPlayPosRedLine)
-        m_pLabelPlayPosRedLine->hide();
     if (m_pLabelPlayPosSysTime)
         m_pLabelPlayPosSysTime->hide();
     ShowFileLabels(0);
@@ -355,10 +227,6 @@ void SyncPlayProgressDlg::ShowFileLabels(int nFirstRow) {
     }
 }
 
-void SyncPlayProgressDlg::BuildGradeLabels() {
-    SyncRulerPainter::BuildGradeLabels(m_nDays, m_lstGradeLabels);
-}
-
 bool SyncPlayProgressDlg::SetScale(int nValue) {
     if (nValue < MIN_SCALE || nValue > MAX_SCALE)
         return false;
@@ -373,52 +241,8 @@ bool SyncPlayProgressDlg::SetScale(int nValue) {
     return true;
 }
 
-void SyncPlayProgressDlg::UpdateRulerPixmap() {
-    if (!m_pMainDlg || m_vecFiles.empty() || !m_pWndTimeRuler)
-        return;
-    const QStringList& lstLabels = m_lstGradeLabels[m_nGrade];
-    if (lstLabels.isEmpty())
-        return;
-    m_pixRuler = m_painter.PaintScale(m_nRulerWidth, m_nGrade, lstLabels);
-    m_pWndTimeRuler->resize(m_pixRuler.size());
-    SetBackground(m_pWndTimeRuler, m_pixRuler);
-    SyncScrollRanges();
-}
-
-void SyncPlayProgressDlg::UpdateFilesPixmap() {
-    if (!m_pMainDlg || m_vecFiles.empty() || !m_pWndPlayTimes)
-        return;
-    m_pixFiles = m_painter.PaintRows(m_nRulerWidth, m_vecFiles, m_vecFilePos, SelectedWndIndex());
-    m_pWndPlayTimes->resize(m_pixFiles.size());
-    SetBackground(m_pWndPlayTimes, m_pixFiles);
-    SyncScrollRanges();
-}
-
-// The scroll areas set their ranges when they see the resize of their widget,
-// which a hidden dialog receives only when shown; the follow and centre rules
-// need them now.
-void SyncPlayProgressDlg::SyncScrollRanges() {
-    const int nViewport = ViewportWidth();
-    const int nMax = std::max(0, m_nRulerWidth - nViewport);
-    m_pScrollAreaRuler->horizontalScrollBar()->setRange(0, nMax);
-    QScrollBar* pHBar = m_pScrollAreaTimes->horizontalScrollBar();
-    pHBar->setRange(0, nMax);
-    pHBar->setPageStep(nViewport);
-    QScrollBar* pVBar = m_pScrollAreaTimes->verticalScrollBar();
-    pVBar->setSingleStep(ROW_HEIGHT);
-    pVBar->setPageStep(ROW_HEIGHT);
-}
-
 bool SyncPlayProgressDlg::On_VScrollBarValueChange(int nValue) {
     ShowFileLabels(nValue / ROW_SCROLL_BASE);
-    return true;
-}
-
-bool SyncPlayProgressDlg::On_VScrollBarSliderRelease() {
-    if (!m_pScrollAreaTimes)
-        return false;
-    QScrollBar* pVBar = m_pScrollAreaTimes->verticalScrollBar();
-    pVBar->setValue(pVBar->value() / ROW_HEIGHT * ROW_HEIGHT);
     return true;
 }
 
@@ -472,13 +296,9 @@ bool SyncPlayProgressDlg::SetPlayPos(TAVRIX_SYSTEM_TIME* pTime) {
 bool SyncPlayProgressDlg::ShowPlayPos(const TAVRIX_SYSTEM_TIME* pTime) {
     if (!m_pScrollAreaTimes || !pTime)
         return false;
-    TAVRIX_SYSTEM_TIME stDayBegin;
-    TAVRIX_SYSTEM_TIME stDayEnd;
-    DaySpan(&stDayBegin, &stDayEnd);
-    double dPrecent = 0.0;
-    if (!CPlayHelper::GetPrecentByGlobalTime(pTime, dPrecent, &stDayBegin, &stDayEnd))
+    int x = 0;
+    if (!PlayPosX(pTime, &x))
         return false;
-    const int x = int(m_nRulerWidth * dPrecent);
     const int nViewport = ViewportWidth();
     QScrollBar* pBar = m_pScrollAreaTimes->horizontalScrollBar();
 
@@ -488,13 +308,7 @@ bool SyncPlayProgressDlg::ShowPlayPos(const TAVRIX_SYSTEM_TIME* pTime) {
             pBar->setValue(nCentre);
         m_bCenterPlayPos = false;
     }
-    const int nScroll = pBar->value();
-    if (x < nScroll - FOLLOW_MARGIN) {
-        pBar->setValue(x - FOLLOW_MARGIN > pBar->minimum() ? x - FOLLOW_MARGIN : pBar->minimum());
-    } else if (x > nScroll + nViewport - FOLLOW_MARGIN) {
-        const int nNext = x - nViewport + FOLLOW_MARGIN;
-        pBar->setValue(nNext >= pBar->maximum() ? x - nViewport : nNext);
-    }
+    FollowPlayPos(x);
 
     const int r = x - pBar->value();
     const int nLeft = m_pScrollAreaRuler->mapTo(this, QPoint(0, 0)).x();
@@ -568,29 +382,11 @@ void SyncPlayProgressDlg::mouseReleaseEvent(QMouseEvent* pEvent) {
     pEvent->accept();
 }
 
-void SyncPlayProgressDlg::resizeEvent(QResizeEvent* pEvent) {
-    QDialog::resizeEvent(pEvent);
-    if (!m_pScrollAreaTimes)
-        return;
-    LayoutChildren();
-    const int nViewport = ViewportWidth();
-    if (nViewport > m_nRulerWidth)
-        m_nBaseWidth = m_nRulerWidth = nViewport;
-    UpdateRulerPixmap();
-    UpdateFilesPixmap();
-    SyncScrollRanges();
-    SetPlayPos(&m_stPlayTime);
-}
-
 void SyncPlayProgressDlg::SkinChanged() {
     m_painter.LoadSkin();
     if (m_pLabelPlayPosSysTime)
         m_pLabelPlayPosSysTime->setFont(TimeLabelFont(m_painter.TextFont()));
-    const QString strQss = SkinManager::GetQssResPath(SKIN_RES_RULER);
-    setStyleSheet(strQss.isEmpty() ? QString() : SkinManager::ReadQssFile(strQss));
-    if (m_pScrollAreaTimes)
-        m_pScrollAreaTimes->horizontalScrollBar()->setStyleSheet(
-            SkinManager::GetResStyleSheet(SKIN_RES_RULER, SKIN_SHEET_HBAR));
+    ApplySheets(SKIN_RES_RULER);
     LayoutChildren();
     UpdateRulerPixmap();
     UpdateFilesPixmap();

@@ -1,29 +1,19 @@
 #pragma once
 
-#include <QColor>
-#include <QDialog>
-#include <QFont>
-#include <QPixmap>
 #include <QString>
-#include <QStringList>
 
-#include <utility>
 #include <vector>
 
 #include "FileInfoSync.h"
-#include "IObserverBase.h"
-#include "SyncRulerPainter.h"
+#include "SyncRulerDlgBase.h"
 #include "SyncWndFile.h"
 #include "Tavrix.h"
 
 class QLabel;
 class QMouseEvent;
 class QPushButton;
-class QResizeEvent;
-class QScrollArea;
 class QSlider;
 class QWidget;
-class CVelquinDlg;
 
 // The time ruler of synchronous play. It hangs under the main dialog while a
 // group plays: a time scale over the whole days the group touches, one row per
@@ -35,7 +25,7 @@ class CVelquinDlg;
 // with Sig_SyncPlayLocate. Scale and rows are painted into pixmaps only on a new
 // group, a zoom, a resize or a skin change, so that a timer tick only moves two
 // labels. GUI thread only.
-class SyncPlayProgressDlg : public QDialog, public IObserverBase {
+class SyncPlayProgressDlg : public SyncRulerDlgBase {
     Q_OBJECT
 
 public:
@@ -47,12 +37,9 @@ public:
     static const int ROW_HEIGHT = 33;
 
     explicit SyncPlayProgressDlg(QWidget* pParent = nullptr);
-    ~SyncPlayProgressDlg() override;
 
     // Builds the widgets; false only when it cannot. A second call does nothing.
     bool Init();
-    // The owner, asked for the selected window whose row gets its own colour.
-    bool SetMainDlg(CVelquinDlg* pMainDlg);
     // Takes the rows of a new group (window order) and the first and last file
     // ranges, and shows the red line at the group's begin.
     bool StartSyncRuler(std::vector<SYNC_WND_FILE*>& vecFiles, FILE_INFO_SYNC* pFirst, FILE_INFO_SYNC* pLast);
@@ -60,7 +47,7 @@ public:
     bool ResetSyncRuler();
     // The group's position, from the play timer. While the user drags the red
     // line it is only remembered.
-    bool SetPlayPos(TAVRIX_SYSTEM_TIME* pTime);
+    bool SetPlayPos(TAVRIX_SYSTEM_TIME* pTime) override;
     void UpdateLanguage();
     // The selected window changed: its row takes the selection colour.
     void RefreshSelection() { UpdateFilesPixmap(); }
@@ -80,8 +67,7 @@ signals:
     bool Sig_SyncPlayLocate(double dPrecent, TAVRIX_SYSTEM_TIME* pstTime);
 
 public slots:
-    bool On_VScrollBarValueChange(int nValue);
-    bool On_VScrollBarSliderRelease();
+    bool On_VScrollBarValueChange(int nValue) override;
     bool On_HScrollBarValueChange(int nValue);
     bool On_RulerScaleChange(int nValue);
     bool On_RulerScalePlus();
@@ -91,58 +77,26 @@ protected:
     void mousePressEvent(QMouseEvent* pEvent) override;
     void mouseMoveEvent(QMouseEvent* pEvent) override;
     void mouseReleaseEvent(QMouseEvent* pEvent) override;
-    void resizeEvent(QResizeEvent* pEvent) override;
 
 private:
-    void SetupUI();
-    void LayoutChildren();
-    int ViewportWidth() const;
-    void SetInitialRanges();
+    void SetupUI() override;
+    void LayoutChildren() override;
     bool SetScale(int nValue);
-    void BuildGradeLabels();
-    void UpdateRulerPixmap();
-    void UpdateFilesPixmap();
-    void SyncScrollRanges();
     void ShowFileLabels(int nFirstRow);
     bool ShowPlayPos(const TAVRIX_SYSTEM_TIME* pTime);
     void DaySpan(TAVRIX_SYSTEM_TIME* pDayBegin, TAVRIX_SYSTEM_TIME* pDayEnd) const;
     bool DragTarget(const QMouseEvent* pEvent, double* pdPrecent, TAVRIX_SYSTEM_TIME* pTime) const;
-    int SelectedWndIndex() const;
+    int SelectedWndIndex() const override;
 
-    CVelquinDlg* m_pMainDlg = nullptr;
-    TAVRIX_SYSTEM_TIME m_stPlayTime{};
-    int m_nBaseWidth = 0;
-    int m_nRulerWidth = 0;
-    FILE_INFO_SYNC m_stFirstFile{};
-    FILE_INFO_SYNC m_stLastFile{};
-    std::vector<SYNC_WND_FILE> m_vecFiles;
-    std::vector<std::pair<float, float>> m_vecFilePos; // start and end as fractions of the day span
-    int m_nDays = 1;
-    int m_nHours = 24;
-    int m_nGrade = 0;
-    int m_nScale = 1;
-    QStringList m_lstGradeLabels[4];
-    QPixmap m_pixRuler;
-    QPixmap m_pixFiles;
     bool m_bDragPlayPos = false;
     bool m_bCenterPlayPos = false;
     QLabel* m_pLabelPlayPosSysTime = nullptr;
-    QLabel* m_pLabelPlayPosRedLine = nullptr;
 
     QLabel* m_pLabelSyncPlayTitle = nullptr;
-    QWidget* m_pScrollAreaRulerContainer = nullptr;
-    QScrollArea* m_pScrollAreaRuler = nullptr;
-    QWidget* m_pWndTimeRuler = nullptr;
     QLabel* m_pLabelSpace = nullptr;
     QLabel* m_pLabelFileName[3] = {nullptr, nullptr, nullptr};
-    QScrollArea* m_pScrollAreaTimes = nullptr;
-    QWidget* m_pWndPlayTimes = nullptr;
     QWidget* m_pSliderRulerContainer = nullptr;
     QPushButton* m_pBtnRulerMinus = nullptr;
     QSlider* m_pSliderRulerScale = nullptr;
     QPushButton* m_pBtnRulerPlus = nullptr;
-
-    // Colours, font and measures of the scale and the rows.
-    SyncRulerPainter m_painter{SyncRulerPainter::LARGE};
-    bool m_bObserving = false;
 };

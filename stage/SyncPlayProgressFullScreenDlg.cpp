@@ -6,7 +6,6 @@
 #include <QLabel>
 #include <QMetaObject>
 #include <QPainter>
-#include <QPalette>
 #include <QPushButton>
 #include <QResizeEvent>
 #include <QScrollArea>
@@ -26,8 +25,6 @@ const int SKIN_RES_FULL = 19;
 const int SKIN_SHEET_PAUSED = 0;
 const int SKIN_SHEET_RUNNING = 1;
 const int SKIN_PIC_MASK = 2;
-const int SKIN_RES_RULER = 18;
-const int SKIN_SHEET_HBAR = 7;
 
 const int TITLE_BAR_HEIGHT = 45;
 const int BTNS_WIDTH = 142;
@@ -36,7 +33,6 @@ const int BTN_SIDE = 34;
 const int RED_LINE_WIDTH = 12;
 const int RED_LINE_HEIGHT = 70;
 const int RED_LINE_X = 4; // the column of the line inside its label
-const int FOLLOW_MARGIN = 5;
 const int PLAY_STATE_PAUSED = 2;
 
 QString Text(const char* pKey, const char* pDefault) {
@@ -45,54 +41,17 @@ QString Text(const char* pKey, const char* pDefault) {
     return strText;
 }
 
-void SetBackground(QWidget* pWidget, const QPixmap& pix) {
-    QPalette pal = pWidget->palette();
-    pal.setBrush(QPalette::Window, QBrush(pix));
-    pWidget->setPalette(pal);
-    pWidget->setAutoFillBackground(true);
-}
-
-QPixmap RedLinePixmap() {
-    QPixmap pix(RED_LINE_WIDTH, RED_LINE_HEIGHT);
-    pix.fill(Qt::transparent);
-    QPainter painter(&pix);
-    const QColor clrRed(0xE5, 0x39, 0x35);
-    painter.fillRect(RED_LINE_X, 0, 1, RED_LINE_HEIGHT, clrRed);
-    painter.setPen(clrRed);
-    painter.setBrush(clrRed);
-    painter.drawPolygon(
-        QPolygon({QPoint(RED_LINE_X - 3, 0), QPoint(RED_LINE_X + 3, 0), QPoint(RED_LINE_X, 4)}));
-    return pix;
-}
-
 } // namespace
 
 SyncPlayProgressFullScreenDlg::SyncPlayProgressFullScreenDlg(QWidget* pParent)
-    : QDialog(pParent, Qt::Dialog | Qt::FramelessWindowHint) {
+    : SyncRulerDlgBase(pParent, SyncRulerPainter::SMALL, DLG_HEIGHT) {
     setObjectName(QStringLiteral("SyncPlayProgressFullScreenDlg"));
-    setFixedHeight(DLG_HEIGHT);
-    // Showing the bar must not take the keyboard from the full screen stage.
-    setAttribute(Qt::WA_ShowWithoutActivating, true);
-    SetInitialRanges();
-}
-
-SyncPlayProgressFullScreenDlg::~SyncPlayProgressFullScreenDlg() {
-    if (m_bObserving)
-        SkinManager::DelObserver(this);
 }
 
 bool SyncPlayProgressFullScreenDlg::Init() {
     if (m_pScrollAreaTimes)
         return true;
-    SetupUI();
-    LayoutChildren();
-    m_nBaseWidth = m_nRulerWidth = ViewportWidth();
-    SyncRulerPainter::BuildGradeLabels(m_nDays, m_lstGradeLabels);
-
-    QScrollBar* pVBar = m_pScrollAreaTimes->verticalScrollBar();
-    connect(pVBar, &QScrollBar::valueChanged, this, &SyncPlayProgressFullScreenDlg::On_VScrollBarValueChange);
-    connect(pVBar, &QScrollBar::sliderReleased, this,
-            &SyncPlayProgressFullScreenDlg::On_VScrollBarSliderRelease);
+    CreateWidgets();
     // The scale has no bar of its own: it follows the rows sideways.
     connect(m_pScrollAreaTimes->horizontalScrollBar(), &QScrollBar::valueChanged,
             m_pScrollAreaRuler->horizontalScrollBar(), &QScrollBar::setValue);
@@ -100,11 +59,7 @@ bool SyncPlayProgressFullScreenDlg::Init() {
     connect(m_pBtnExitSync, &QPushButton::clicked, this, &SyncPlayProgressFullScreenDlg::On_ExitSyncPlay);
 
     UpdateLanguage();
-    // Calls SkinChanged() at once.
-    if (SkinManager::GetInstance()) {
-        SkinManager::AddObserver(this);
-        m_bObserving = true;
-    }
+    ObserveSkin();
     return true;
 }
 
@@ -132,39 +87,17 @@ void SyncPlayProgressFullScreenDlg::SetupUI() {
 
     m_pScrollAreaRulerContainer = new QWidget(this);
     m_pScrollAreaRulerContainer->setObjectName(QStringLiteral("m_pScrollAreaRulerContainer"));
-    m_pScrollAreaRuler = new QScrollArea(m_pScrollAreaRulerContainer);
-    m_pScrollAreaRuler->setObjectName(QStringLiteral("m_pScrollAreaRuler"));
-    m_pScrollAreaRuler->setFrameShape(QFrame::NoFrame);
-    m_pScrollAreaRuler->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_pScrollAreaRuler->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_pScrollAreaRuler->setWidgetResizable(false);
-    m_pWndTimeRuler = new QWidget();
-    m_pWndTimeRuler->setObjectName(QStringLiteral("m_pWndTimeRuler"));
-    m_pWndTimeRuler->resize(20, RULER_HEIGHT);
-    m_pScrollAreaRuler->setWidget(m_pWndTimeRuler);
+    CreateScaleArea(m_pScrollAreaRulerContainer, QSize(20, RULER_HEIGHT));
     // Fills the corner over the rows' vertical bar.
     m_pLabelSpace = new QLabel(m_pScrollAreaRulerContainer);
     m_pLabelSpace->setObjectName(QStringLiteral("m_pLabelSpace"));
 
-    m_pScrollAreaTimes = new QScrollArea(this);
-    m_pScrollAreaTimes->setObjectName(QStringLiteral("m_pScrollAreaTimes"));
-    m_pScrollAreaTimes->setFrameShape(QFrame::NoFrame);
-    m_pScrollAreaTimes->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    m_pScrollAreaTimes->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
-    m_pScrollAreaTimes->setWidgetResizable(false);
-    m_pWndPlayTimes = new QWidget();
-    m_pWndPlayTimes->setObjectName(QStringLiteral("m_pWndPlayTimes"));
-    m_pWndPlayTimes->resize(20, ROW_HEIGHT);
-    m_pScrollAreaTimes->setWidget(m_pWndPlayTimes);
+    CreateRowsArea(QSize(20, ROW_HEIGHT));
 
     // Made last so that it lies above the scale and the rows. A display only:
     // it takes no presses.
-    m_pLabelPlayPosRedLine = new QLabel(this);
-    m_pLabelPlayPosRedLine->setObjectName(QStringLiteral("m_pLabelPlayPosRedLine"));
-    m_pLabelPlayPosRedLine->setFixedSize(RED_LINE_WIDTH, RED_LINE_HEIGHT);
-    m_pLabelPlayPosRedLine->setPixmap(RedLinePixmap());
+    CreateRedLine({RED_LINE_WIDTH, RED_LINE_HEIGHT, RED_LINE_X, 3});
     m_pLabelPlayPosRedLine->setAttribute(Qt::WA_TransparentForMouseEvents);
-    m_pLabelPlayPosRedLine->hide();
 }
 
 // Fixed places: the scale must sit exactly over the rows' viewport, whose width
@@ -183,74 +116,19 @@ void SyncPlayProgressFullScreenDlg::LayoutChildren() {
     m_pLabelSpace->setGeometry(nViewport, 0, std::max(0, nWidth - nViewport), RULER_HEIGHT);
 }
 
-// The rows' viewport width as the scroll area itself works it out; a hidden
-// dialog gets its resize events late.
-int SyncPlayProgressFullScreenDlg::ViewportWidth() const {
-    if (!m_pScrollAreaTimes)
-        return 1;
-    const int nWidth = m_pScrollAreaTimes->width() - 2 * m_pScrollAreaTimes->frameWidth() -
-                       m_pScrollAreaTimes->verticalScrollBar()->sizeHint().width();
-    return std::max(1, nWidth);
-}
-
-void SyncPlayProgressFullScreenDlg::SetInitialRanges() {
-    TAVRIX_SYSTEM_TIME stInitial{};
-    stInitial.nYear = 1998;
-    stInitial.nMonth = 1;
-    stInitial.nDay = 1;
-    m_stFirstFile.stBegin = m_stFirstFile.stEnd = stInitial;
-    m_stLastFile = m_stFirstFile;
-}
-
-bool SyncPlayProgressFullScreenDlg::SetMainDlg(CVelquinDlg* pMainDlg) {
-    if (!pMainDlg)
-        return false;
-    m_pMainDlg = pMainDlg;
-    return true;
-}
-
 bool SyncPlayProgressFullScreenDlg::StartSyncRuler(std::vector<SYNC_WND_FILE*>& vecFiles,
                                                    FILE_INFO_SYNC* pFirst, FILE_INFO_SYNC* pLast) {
-    if (!pFirst || !pLast || !m_pLabelPlayPosRedLine)
+    if (!TakeGroup(vecFiles, pFirst, pLast))
         return false;
-    LayoutChildren();
-    m_vecFiles.clear();
-    for (const SYNC_WND_FILE* pFile : vecFiles) {
-        if (pFile)
-            m_vecFiles.push_back(*pFile);
-    }
-    m_stFirstFile = *pFirst;
-    m_stLastFile = *pLast;
-    if (!SyncRulerPainter::FilePositions(m_stFirstFile, m_stLastFile, m_vecFiles, &m_vecFilePos))
-        return false;
-    m_nDays = CPlayHelper::GetTimeSpan_Day(&pFirst->stBegin, &pLast->stEnd) + 1;
-    m_nHours = m_nDays * 24;
-    m_nBaseWidth = m_nRulerWidth = ViewportWidth();
-
     UpdateLanguage();
-    m_pScrollAreaTimes->verticalScrollBar()->setValue(0);
-    SyncRulerPainter::BuildGradeLabels(m_nDays, m_lstGradeLabels);
-    UpdateRulerPixmap();
-    UpdateFilesPixmap();
-    m_pScrollAreaTimes->horizontalScrollBar()->setValue(0);
-    m_pLabelPlayPosRedLine->show();
-    m_pLabelPlayPosRedLine->raise();
+    ShowGroup();
     SetPlayPos(&pFirst->stBegin);
     UpdateShape();
     return true;
 }
 
 bool SyncPlayProgressFullScreenDlg::ResetSyncRuler() {
-    LayoutChildren();
-    SetInitialRanges();
-    m_vecFiles.clear();
-    m_vecFilePos.clear();
-    m_nDays = 1;
-    m_nHours = 24;
-    m_nBaseWidth = m_nRulerWidth = ViewportWidth();
-    SyncRulerPainter::BuildGradeLabels(m_nDays, m_lstGradeLabels);
-    if (m_pLabelPlayPosRedLine)
-        m_pLabelPlayPosRedLine->hide();
+    ResetGroup();
     UpdateLanguage();
     return true;
 }
@@ -265,25 +143,13 @@ bool SyncPlayProgressFullScreenDlg::SetPlayPos(TAVRIX_SYSTEM_TIME* pTime) {
 bool SyncPlayProgressFullScreenDlg::ShowPlayPos(const TAVRIX_SYSTEM_TIME* pTime) {
     if (!m_pScrollAreaTimes || !pTime)
         return false;
-    TAVRIX_SYSTEM_TIME stDayBegin;
-    TAVRIX_SYSTEM_TIME stDayEnd;
-    SyncRulerPainter::DaySpan(m_stFirstFile, m_stLastFile, &stDayBegin, &stDayEnd);
-    double dPrecent = 0.0;
-    if (!CPlayHelper::GetPrecentByGlobalTime(pTime, dPrecent, &stDayBegin, &stDayEnd))
+    int x = 0;
+    if (!PlayPosX(pTime, &x))
         return false;
-    const int x = int(m_nRulerWidth * dPrecent);
-    const int nViewport = ViewportWidth();
-    QScrollBar* pBar = m_pScrollAreaTimes->horizontalScrollBar();
     // The view follows the line only when it would leave it; otherwise the bar
     // is left alone.
-    const int nScroll = pBar->value();
-    if (x < nScroll - FOLLOW_MARGIN) {
-        pBar->setValue(x - FOLLOW_MARGIN > pBar->minimum() ? x - FOLLOW_MARGIN : pBar->minimum());
-    } else if (x > nScroll + nViewport - FOLLOW_MARGIN) {
-        const int nNext = x - nViewport + FOLLOW_MARGIN;
-        pBar->setValue(nNext >= pBar->maximum() ? x - nViewport : nNext);
-    }
-    const int r = x - pBar->value();
+    FollowPlayPos(x);
+    const int r = x - m_pScrollAreaTimes->horizontalScrollBar()->value();
     const int nLeft = m_pScrollAreaRuler->mapTo(this, QPoint(0, 0)).x();
     m_pLabelPlayPosRedLine->move(nLeft + r - RED_LINE_X, TITLE_BAR_HEIGHT);
     return true;
@@ -309,38 +175,9 @@ void SyncPlayProgressFullScreenDlg::UpdatePlayBtn() {
     }
 }
 
-void SyncPlayProgressFullScreenDlg::UpdateRulerPixmap() {
-    if (!m_pMainDlg || m_vecFiles.empty() || !m_pWndTimeRuler || m_lstGradeLabels[m_nGrade].isEmpty())
-        return;
-    m_pixRuler = m_painter.PaintScale(m_nRulerWidth, m_nGrade, m_lstGradeLabels[m_nGrade]);
-    m_pWndTimeRuler->resize(m_pixRuler.size());
-    SetBackground(m_pWndTimeRuler, m_pixRuler);
-    SyncScrollRanges();
-}
-
-void SyncPlayProgressFullScreenDlg::UpdateFilesPixmap() {
-    if (!m_pMainDlg || m_vecFiles.empty() || !m_pWndPlayTimes)
-        return;
+int SyncPlayProgressFullScreenDlg::SelectedWndIndex() const {
     const CDlgShow* pStage = Stage();
-    const int nSelWnd = pStage ? pStage->GetSelWndIndex() : -1;
-    m_pixFiles = m_painter.PaintRows(m_nRulerWidth, m_vecFiles, m_vecFilePos, nSelWnd);
-    m_pWndPlayTimes->resize(m_pixFiles.size());
-    SetBackground(m_pWndPlayTimes, m_pixFiles);
-    SyncScrollRanges();
-}
-
-// The scroll areas set their ranges when they see their widget's resize, which
-// a hidden dialog receives only when shown; the follow rule needs them now.
-void SyncPlayProgressFullScreenDlg::SyncScrollRanges() {
-    const int nViewport = ViewportWidth();
-    const int nMax = std::max(0, m_nRulerWidth - nViewport);
-    m_pScrollAreaRuler->horizontalScrollBar()->setRange(0, nMax);
-    QScrollBar* pHBar = m_pScrollAreaTimes->horizontalScrollBar();
-    pHBar->setRange(0, nMax);
-    pHBar->setPageStep(nViewport);
-    QScrollBar* pVBar = m_pScrollAreaTimes->verticalScrollBar();
-    pVBar->setSingleStep(ROW_HEIGHT);
-    pVBar->setPageStep(ROW_HEIGHT);
+    return pStage ? pStage->GetSelWndIndex() : -1;
 }
 
 bool SyncPlayProgressFullScreenDlg::On_VScrollBarValueChange(int nValue) {
@@ -348,14 +185,6 @@ bool SyncPlayProgressFullScreenDlg::On_VScrollBarValueChange(int nValue) {
         return false;
     const QScrollBar* pVBar = m_pScrollAreaTimes->verticalScrollBar();
     return nValue >= pVBar->minimum() && nValue <= pVBar->maximum();
-}
-
-bool SyncPlayProgressFullScreenDlg::On_VScrollBarSliderRelease() {
-    if (!m_pScrollAreaTimes)
-        return false;
-    QScrollBar* pVBar = m_pScrollAreaTimes->verticalScrollBar();
-    pVBar->setValue(pVBar->value() / ROW_HEIGHT * ROW_HEIGHT);
-    return true;
 }
 
 bool SyncPlayProgressFullScreenDlg::On_PlayOrPause() {
@@ -377,18 +206,9 @@ bool SyncPlayProgressFullScreenDlg::On_ExitSyncPlay() {
 }
 
 void SyncPlayProgressFullScreenDlg::resizeEvent(QResizeEvent* ev) {
-    QDialog::resizeEvent(ev);
-    if (!m_pScrollAreaTimes)
-        return;
-    LayoutChildren();
-    const int nViewport = ViewportWidth();
-    if (nViewport > m_nRulerWidth)
-        m_nBaseWidth = m_nRulerWidth = nViewport;
-    UpdateRulerPixmap();
-    UpdateFilesPixmap();
-    SyncScrollRanges();
-    SetPlayPos(&m_stPlayTime);
-    UpdateShape();
+    SyncRulerDlgBase::resizeEvent(ev);
+    if (m_pScrollAreaTimes)
+        UpdateShape();
 }
 
 // A bar over the whole width below the title strip, with the skin's tab
@@ -412,11 +232,7 @@ void SyncPlayProgressFullScreenDlg::SkinChanged() {
     m_strBtnStylePaused = SkinManager::GetResStyleSheet(SKIN_RES_FULL, SKIN_SHEET_PAUSED);
     m_strBtnStyleRunning = SkinManager::GetResStyleSheet(SKIN_RES_FULL, SKIN_SHEET_RUNNING);
     m_strMaskPixmap = SkinManager::GetOtherResPath(SKIN_RES_FULL, SKIN_PIC_MASK);
-    const QString strQss = SkinManager::GetQssResPath(SKIN_RES_FULL);
-    setStyleSheet(strQss.isEmpty() ? QString() : SkinManager::ReadQssFile(strQss));
-    if (m_pScrollAreaTimes)
-        m_pScrollAreaTimes->horizontalScrollBar()->setStyleSheet(
-            SkinManager::GetResStyleSheet(SKIN_RES_RULER, SKIN_SHEET_HBAR));
+    ApplySheets(SKIN_RES_FULL);
     UpdatePlayBtn();
     LayoutChildren();
     UpdateRulerPixmap();

@@ -22,6 +22,11 @@
 #include "MainDlgFixture.h"
 #include "NetServers.h"
 
+// Stops a test at the first failure of a helper it called.
+#define RETURN_IF_FAILED()                                                                                   \
+    if (QTest::currentTestFailed())                                                                          \
+    return
+
 namespace {
 
 const int kPlayTimeoutMs = 30000;
@@ -186,21 +191,35 @@ struct MenuFixture : MainDlgFixture {
         return MainDlgFixture::Start(QSize(1000, 640));
     }
     QMenu* Menu(const char* szName) const { return pDlg->findChild<QMenu*>(QString::fromLatin1(szName)); }
-    // The stage's right menu as a right press on the stage pops it.
-    bool PopRightMenu() {
-        const QPoint ptLocal(pStage->width() / 2, pStage->height() / 2);
-        QMouseEvent ev(QEvent::MouseButtonPress, QPointF(ptLocal), QPointF(pStage->mapToGlobal(ptLocal)),
-                       Qt::RightButton, Qt::RightButton, Qt::NoModifier);
-        pDlg->On_DlgShowMousePressEvent(&ev);
-        return Menu("m_pMainRightMenu")->isVisible();
+    // Pops a menu as the user does: 0 the stage's right menu (a right press on
+    // the stage), 1 the main menu (its button), 2 the playlist's right menu.
+    QMenu* Pop(int nMenu) {
+        if (nMenu == 0) {
+            const QPoint ptLocal(pStage->width() / 2, pStage->height() / 2);
+            QMouseEvent ev(QEvent::MouseButtonPress, QPointF(ptLocal), QPointF(pStage->mapToGlobal(ptLocal)),
+                           Qt::RightButton, Qt::RightButton, Qt::NoModifier);
+            pDlg->On_DlgShowMousePressEvent(&ev);
+        } else if (nMenu == 1) {
+            QTest::mouseClick(Button("m_pBtnMainMenu"), Qt::LeftButton);
+        } else {
+            pDlg->On_ShowPlaylistRightMenu(pList->mapToGlobal(QPoint(10, 10)));
+        }
+        QMenu* pMenu = Menu(nMenu == 0   ? "m_pMainRightMenu"
+                            : nMenu == 1 ? "m_pMainMenu"
+                                         : "m_pPlaylistRightMenu");
+        return pMenu->isVisible() ? pMenu : nullptr;
     }
-    bool PopMainMenu() {
-        QTest::mouseClick(Button("m_pBtnMainMenu"), Qt::LeftButton);
-        return Menu("m_pMainMenu")->isVisible();
-    }
-    bool PopPlaylistMenu() {
-        pDlg->On_ShowPlaylistRightMenu(pList->mapToGlobal(QPoint(10, 10)));
-        return Menu("m_pPlaylistRightMenu")->isVisible();
+    // Triggers the entry of key szKey in a menu popped by Pop(nMenu).
+    bool Trigger(int nMenu, const char* szKey) {
+        QMenu* pMenu = Pop(nMenu);
+        if (!pMenu)
+            return false;
+        for (QAction* pAction : pMenu->actions()) {
+            if (pAction->property("langKey").toString() == QLatin1String(szKey))
+                pAction->trigger();
+        }
+        pMenu->hide();
+        return true;
     }
     void SelectRow(const QString& strPath) {
         pList->clearSelection();
@@ -208,7 +227,6 @@ struct MenuFixture : MainDlgFixture {
         if (nRow >= 0)
             pList->item(nRow)->setSelected(true);
     }
-    QAction* LangAction(int nIndex) { return Menu("m_pLanguageMenu")->actions().value(nIndex); }
     // Window i plays lstPaths[i], for each path given.
     bool WaitPlaying(const QStringList& lstPaths) {
         return QTest::qWaitFor(
@@ -285,18 +303,12 @@ class TestMenusLanguage : public QObject {
 
     void CheckAllMenus(MenuFixture& fx, Situation eSit, int nLanguage) {
         QSet<QString> setSeen;
-        QVERIFY(fx.PopRightMenu());
-        CheckMenu(fx.Menu("m_pMainRightMenu"), eSit, nLanguage, setSeen);
-        if (QTest::currentTestFailed())
-            return;
-        QVERIFY(fx.PopMainMenu());
-        CheckMenu(fx.Menu("m_pMainMenu"), eSit, nLanguage, setSeen);
-        if (QTest::currentTestFailed())
-            return;
-        QVERIFY(fx.PopPlaylistMenu());
-        CheckMenu(fx.Menu("m_pPlaylistRightMenu"), eSit, nLanguage, setSeen);
-        if (QTest::currentTestFailed())
-            return;
+        for (int nMenu = 0; nMenu < 3; ++nMenu) {
+            QMenu* pMenu = fx.Pop(nMenu);
+            QVERIFY(pMenu);
+            CheckMenu(pMenu, eSit, nLanguage, setSeen);
+            RETURN_IF_FAILED();
+        }
         // Nothing the table shows for this situation was missing from the menus.
         for (auto it = kExpected.cbegin(); it != kExpected.cend(); ++it) {
             if (it.value().at(eSit) != '-')
@@ -307,22 +319,21 @@ class TestMenusLanguage : public QObject {
 
     // Picks a language through the main menu.
     bool SwitchTo(MenuFixture& fx, int nIndex) {
-        if (!fx.PopMainMenu())
+        QMenu* pMenu = fx.Pop(1);
+        if (!pMenu)
             return false;
-        fx.LangAction(nIndex)->trigger();
-        fx.Menu("m_pMainMenu")->hide();
+        fx.Menu("m_pLanguageMenu")->actions().value(nIndex)->trigger();
+        pMenu->hide();
         return true;
     }
 
     void CheckBothLanguages(MenuFixture& fx, Situation eSit) {
         CheckAllMenus(fx, eSit, 1);
-        if (QTest::currentTestFailed())
-            return;
+        RETURN_IF_FAILED();
         QVERIFY(SwitchTo(fx, 1));
         QCOMPARE(fx.pDlg->GetLanguage(), 0);
         CheckAllMenus(fx, eSit, 0);
-        if (QTest::currentTestFailed())
-            return;
+        RETURN_IF_FAILED();
         QVERIFY(SwitchTo(fx, 0));
         QCOMPARE(fx.pDlg->GetLanguage(), 1);
     }
@@ -445,20 +456,11 @@ private slots:
                 return {};
             return QString::fromLocal8Bit(file.readAll()).split('\n', Qt::SkipEmptyParts);
         };
-        auto triggerRightMenuEntry = [&](const char* szKey) {
-            QVERIFY(fx.PopRightMenu());
-            for (QAction* pAction : fx.Menu("m_pMainRightMenu")->actions()) {
-                if (pAction->property("langKey").toString() == QLatin1String(szKey))
-                    pAction->trigger();
-            }
-            fx.Menu("m_pMainRightMenu")->hide();
-        };
 
         // Nothing open.
         fx.SelectRow(QString());
         CheckBothLanguages(fx, Empty);
-        if (QTest::currentTestFailed())
-            return;
+        RETURN_IF_FAILED();
         // Choosing the language already shown loads nothing.
         QLabel* pTitle = fx.pDlg->findChild<QLabel*>("m_pLabPlaylistTitle");
         pTitle->setText("x");
@@ -468,18 +470,13 @@ private slots:
         QCOMPARE(pTitle->text(), m_mapZh.value("IDS_Global_Playlist"));
         QVERIFY(SwitchTo(fx, 0));
         // A tool without a file gets the language and the skin.
-        triggerRightMenuEntry("IDS_Global_Merge");
+        QVERIFY(fx.Trigger(0, "IDS_Global_Merge"));
         QTRY_COMPARE_WITH_TIMEOUT(toolArgs(), (QStringList{"1", "0"}), 10000);
         // A missing tool and a missing manual are told.
-        triggerRightMenuEntry("IDS_Global_Cut");
+        QVERIFY(fx.Trigger(0, "IDS_Global_Cut"));
         QCOMPARE(MainDlgFixture::MessageTexts("Information"), QStringList{"Need velquin-clip"});
         MainDlgFixture::CloseMessages();
-        QVERIFY(fx.PopMainMenu());
-        for (QAction* pAction : fx.Menu("m_pMainMenu")->actions()) {
-            if (pAction->property("langKey").toString() == QLatin1String("IDS_Global_UserManual"))
-                pAction->trigger();
-        }
-        fx.Menu("m_pMainMenu")->hide();
+        QVERIFY(fx.Trigger(1, "IDS_Global_UserManual"));
         QCOMPARE(MainDlgFixture::MessageTexts("Information"), QStringList{"No user manual found."});
         MainDlgFixture::CloseMessages();
 
@@ -489,10 +486,9 @@ private slots:
         QVERIFY(fx.WaitPlaying({strFile}));
         fx.SelectRow(strFile);
         CheckBothLanguages(fx, File);
-        if (QTest::currentTestFailed())
-            return;
+        RETURN_IF_FAILED();
         QFile::remove(strArgsFile);
-        triggerRightMenuEntry("IDS_Global_Merge");
+        QVERIFY(fx.Trigger(0, "IDS_Global_Merge"));
         QTRY_COMPARE_WITH_TIMEOUT(toolArgs(), (QStringList{"1", strFile, "0"}), 10000);
         // The toolbox starts the same tool without the file.
         QFile::remove(strArgsFile);
@@ -515,8 +511,7 @@ private slots:
         QCOMPARE(fx.pStage->GetOpenMode(0), 2);
         fx.SelectRow(stUrl.strFilePath);
         CheckBothLanguages(fx, Stream);
-        if (QTest::currentTestFailed())
-            return;
+        RETURN_IF_FAILED();
 
         // Several windows, the layout chosen in the control bar's popup.
         QTest::mouseClick(fx.Button("m_pBtnLayout"), Qt::LeftButton);
@@ -531,8 +526,7 @@ private slots:
         QVERIFY(fx.pStage->On_ChangeSelWnd(0) || fx.pStage->GetSelWndIndex() == 0);
         fx.SelectRow(QString());
         CheckBothLanguages(fx, Multi);
-        if (QTest::currentTestFailed())
-            return;
+        RETURN_IF_FAILED();
 
         // The same windows as one group.
         QVERIFY(fx.pDlg->On_SyncPlay());

