@@ -43,7 +43,6 @@ constexpr int kApplyX = 305;
 // that it is never cut off at the right edge.
 constexpr int kApplyWidth = kContainerWidth - kApplyX - 5;
 
-constexpr int kTitleBarHeight = 32;
 constexpr int kWarningHeight = 55;
 
 QString Text(const char* pKey, const char* pDefault) {
@@ -91,23 +90,7 @@ void CGetDecryptKeyDlg::SetupUI() {
     pRoot->setContentsMargins(0, 0, 0, 0);
     pRoot->setSpacing(0);
 
-    m_pWgtTitleBar = new QWidget(this);
-    m_pWgtTitleBar->setObjectName(QStringLiteral("m_pWgtTitleBar"));
-    m_pWgtTitleBar->setFixedHeight(kTitleBarHeight);
-    auto* pTitleLayout = new QHBoxLayout(m_pWgtTitleBar);
-    pTitleLayout->setContentsMargins(12, 0, 6, 0);
-    m_pLabTitle = new QLabel(m_pWgtTitleBar);
-    m_pLabTitle->setObjectName(QStringLiteral("m_pLabTitle"));
-    m_pBtnClose = new QPushButton(m_pWgtTitleBar);
-    m_pBtnClose->setObjectName(QStringLiteral("m_pBtnClose"));
-    m_pBtnClose->setFixedSize(24, 24);
-    m_pBtnClose->setFocusPolicy(Qt::NoFocus);
-    m_pBtnClose->setAutoDefault(false);
-    pTitleLayout->addWidget(m_pLabTitle);
-    pTitleLayout->addStretch();
-    pTitleLayout->addWidget(m_pBtnClose);
-    pRoot->addWidget(m_pWgtTitleBar);
-    SetDragAreaHeight(kTitleBarHeight);
+    m_pWgtTitleBar = AddTitleBar(pRoot, &m_pLabTitle, &m_pBtnClose);
 
     m_pScrollArea = new QScrollArea(this);
     m_pScrollArea->setObjectName(QStringLiteral("m_pScrollArea"));

@@ -15,7 +15,6 @@
 namespace {
 
 constexpr int kSkinResource = 8;
-constexpr int kTitleBarHeight = 32;
 constexpr int kValueLabelWidth = 36;
 
 QString Text(const char* pKey, const char* pDefault) {
@@ -71,24 +70,8 @@ void ColorAdjustDlg::SetupUI() {
     pRoot->setContentsMargins(0, 0, 0, 0);
     pRoot->setSpacing(0);
 
-    auto* pTitleBar = new QWidget(this);
-    pTitleBar->setObjectName(QStringLiteral("m_pWgtTitleBar"));
-    pTitleBar->setFixedHeight(kTitleBarHeight);
-    auto* pTitleLayout = new QHBoxLayout(pTitleBar);
-    pTitleLayout->setContentsMargins(12, 0, 6, 0);
-    m_pLabTitle = new QLabel(pTitleBar);
-    m_pLabTitle->setObjectName(QStringLiteral("m_pLabTitle"));
-    m_pBtnClose = new QPushButton(pTitleBar);
-    m_pBtnClose->setObjectName(QStringLiteral("m_pBtnClose"));
-    m_pBtnClose->setFixedSize(24, 24);
-    m_pBtnClose->setFocusPolicy(Qt::NoFocus);
-    m_pBtnClose->setAutoDefault(false);
+    AddTitleBar(pRoot, &m_pLabTitle, &m_pBtnClose);
     m_pBtnClose->setText(QStringLiteral("x"));
-    pTitleLayout->addWidget(m_pLabTitle);
-    pTitleLayout->addStretch();
-    pTitleLayout->addWidget(m_pBtnClose);
-    pRoot->addWidget(pTitleBar);
-    SetDragAreaHeight(kTitleBarHeight);
 
     auto* pGrid = new QGridLayout();
     pGrid->setContentsMargins(24, 16, 24, 8);

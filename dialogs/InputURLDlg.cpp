@@ -33,7 +33,6 @@ constexpr int kPictureCopy = 0;
 
 constexpr int kDialogWidth = 540;
 constexpr int kDialogHeight = 246;
-constexpr int kTitleBarHeight = 32;
 constexpr int kFieldHeight = 26;
 
 // The test session gives up after its own time-out; the margin covers the
@@ -104,21 +103,8 @@ void InputURLDlg::SetupUI() {
     pRoot->setContentsMargins(0, 0, 0, 0);
     pRoot->setSpacing(0);
 
-    m_pWgtTitleBar = new QWidget(this);
-    m_pWgtTitleBar->setObjectName(QStringLiteral("m_pWgtTitleBar"));
-    m_pWgtTitleBar->setFixedHeight(kTitleBarHeight);
-    auto* pTitleLayout = new QHBoxLayout(m_pWgtTitleBar);
-    pTitleLayout->setContentsMargins(12, 0, 6, 0);
-    m_pLabTitle = MakeLabel(m_pWgtTitleBar, "m_pLabTitle");
-    m_pBtnExit = new QPushButton(m_pWgtTitleBar);
-    m_pBtnExit->setObjectName(QStringLiteral("m_pBtnExit"));
-    m_pBtnExit->setFixedSize(24, 24);
-    m_pBtnExit->setFocusPolicy(Qt::NoFocus);
-    m_pBtnExit->setAutoDefault(false);
-    pTitleLayout->addWidget(m_pLabTitle);
-    pTitleLayout->addStretch();
-    pTitleLayout->addWidget(m_pBtnExit);
-    pRoot->addWidget(m_pWgtTitleBar);
+    // It drags the dialog itself (mouse handlers below), not through the base.
+    m_pWgtTitleBar = AddTitleBar(pRoot, &m_pLabTitle, &m_pBtnExit, "m_pBtnExit", false);
 
     auto* pForm = new QGridLayout();
     pForm->setContentsMargins(24, 16, 24, 6);

@@ -3,7 +3,10 @@
 #include <QDialog>
 #include <QPoint>
 
+class QBoxLayout;
 class QKeyEvent;
+class QLabel;
+class QPushButton;
 class QMouseEvent;
 
 // Base of the skinned dialogs: frameless, dragged by the mouse on any free spot of
@@ -38,6 +41,13 @@ public slots:
     virtual void On_Exit();   // On_Cancel()
 
 protected:
+    // The title bar of the side dialogs, added to pRoot: the title label
+    // "m_pLabTitle" and, at the right, a 24 x 24 close button named szCloseName,
+    // in a bar "m_pWgtTitleBar" 32 high. bDragByBar: presses on the bar (only)
+    // drag the dialog.
+    QWidget* AddTitleBar(QBoxLayout* pRoot, QLabel** ppLabTitle, QPushButton** ppBtnClose,
+                         const char* szCloseName = "m_pBtnClose", bool bDragByBar = true);
+
     void mousePressEvent(QMouseEvent* pEvent) override;
     void mouseMoveEvent(QMouseEvent* pEvent) override;
     void mouseReleaseEvent(QMouseEvent* pEvent) override;

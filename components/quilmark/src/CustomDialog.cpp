@@ -1,7 +1,10 @@
 #include "CustomDialog.h"
 
+#include <QBoxLayout>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMouseEvent>
+#include <QPushButton>
 
 CustomDialog::CustomDialog(QWidget* pParent) : QDialog(pParent) {
     // Frameless from the start, so that a dialog that never calls SetupUI still
@@ -71,4 +74,30 @@ void CustomDialog::keyPressEvent(QKeyEvent* pEvent) {
         return;
     }
     QDialog::keyPressEvent(pEvent);
+}
+
+QWidget* CustomDialog::AddTitleBar(QBoxLayout* pRoot, QLabel** ppLabTitle, QPushButton** ppBtnClose,
+                                   const char* szCloseName, bool bDragByBar) {
+    const int nHeight = 32;
+    auto* pBar = new QWidget(this);
+    pBar->setObjectName(QStringLiteral("m_pWgtTitleBar"));
+    pBar->setFixedHeight(nHeight);
+    auto* pLayout = new QHBoxLayout(pBar);
+    pLayout->setContentsMargins(12, 0, 6, 0);
+    auto* pLabTitle = new QLabel(pBar);
+    pLabTitle->setObjectName(QStringLiteral("m_pLabTitle"));
+    auto* pBtnClose = new QPushButton(pBar);
+    pBtnClose->setObjectName(QLatin1String(szCloseName));
+    pBtnClose->setFixedSize(24, 24);
+    pBtnClose->setFocusPolicy(Qt::NoFocus);
+    pBtnClose->setAutoDefault(false); // Enter belongs to the dialog's own default button
+    pLayout->addWidget(pLabTitle);
+    pLayout->addStretch();
+    pLayout->addWidget(pBtnClose);
+    pRoot->addWidget(pBar);
+    if (bDragByBar)
+        SetDragAreaHeight(nHeight);
+    *ppLabTitle = pLabTitle;
+    *ppBtnClose = pBtnClose;
+    return pBar;
 }
