@@ -285,6 +285,32 @@ public slots:
     void UpdateMainTitle();
     // === end remembered state (public)
 
+    // === Settings and hot keys (CVelquinDlgSettings.cpp) — public slots
+    // The settings dialog, modal; made at first use and kept.
+    bool On_ShowPlaySettingDlg();
+    // The dialog's Apply or OK: its record into m_stPlayerCfg and the top mode;
+    // every consumer reads m_stPlayerCfg at its next use.
+    bool On_ApplyPlayerSetting();
+    // === end settings (public)
+
+    // === File information and playlist search (CVelquinDlgInfo.cpp) — public slots
+    // Shows the playlist's search bar, or hides it and shows every row again.
+    bool On_ShowSearchBar();
+    // The file information of the selected window, modal; nothing unless that
+    // window plays or is paused.
+    bool On_ShowFileInfoDlg();
+    class PlayListSearchBar* GetSearchBar() const { return m_pPlayListSearchBar; }
+    // === end file information (public)
+
+    // === Watermark (CVelquinDlgWatermark.cpp) — public slots
+    // Shows the watermark dialog (made at first use and kept) with its bottom
+    // edge on the stage's bottom left corner, and fills it at once.
+    bool On_ShowWatermarkDlg();
+    // The selected window's watermark record into the dialog; nothing while
+    // the dialog is hidden.
+    bool On_WatermarkTimer();
+    // === end watermark (public)
+
 protected:
     void keyPressEvent(QKeyEvent* ev) override;
     void mousePressEvent(QMouseEvent* ev) override;
@@ -414,6 +440,25 @@ private:
     QString SelWndClockText() const;
     QLabel* m_pLabGlobalTime = nullptr; // status line, after the frame index
     // === end remembered state (private)
+
+    // === Settings and hot keys — private members and helpers
+    class CPlayerSetDlg* m_pPlayerSetDlg = nullptr; // child; lives until the dialog ends
+    // === end settings (private)
+
+    // === File information and playlist search — private members and helpers
+    // The search bar, hidden, into the list column above the list (from
+    // BuildPlaylistColumn), and its connections (from the widget connections).
+    void BuildSearchBar(QVBoxLayout* pColumn);
+    bool ConnectSearchBar();
+    // The line under the list's toolbar: marked under the search button while
+    // the bar shows, one colour otherwise.
+    void PaintListBottomBorder(bool bSearchShown);
+    class PlayListSearchBar* m_pPlayListSearchBar = nullptr;
+    // === end file information (private)
+
+    // === Watermark — private members and helpers
+    class CWatermarkDlg* m_pWatermarkDlg = nullptr; // child; lives until the dialog ends
+    // === end watermark (private)
 
     // Init steps
     bool LoadConfig();

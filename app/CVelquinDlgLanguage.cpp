@@ -16,6 +16,8 @@
 #include "CCustomSlider.h"
 #include "CPlayWndLayoutMenu.h"
 #include "CToolsMenu.h"
+#include "CWatermarkDlg.h"
+#include "PlayListSearchBar.h"
 #include "SyncPlayProgressDlg.h"
 #include "SyncPlayProgressFullScreenDlg.h"
 #include "MainDlgCommon.h"
@@ -153,6 +155,10 @@ void CVelquinDlg::RetranslateSideWindows() {
         m_pToolsMenu->UpdateLanguage();
     if (m_pLayoutMenu)
         m_pLayoutMenu->UpdateLanguage();
+    if (m_pWatermarkDlg)
+        m_pWatermarkDlg->ReTranslateUI();
+    if (m_pPlayListSearchBar)
+        m_pPlayListSearchBar->UpdateLanguage();
     if (m_pSyncDlg)
         m_pSyncDlg->UpdateLanguage();
     if (m_pSyncFullDlg)

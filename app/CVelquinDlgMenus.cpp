@@ -217,7 +217,7 @@ bool CVelquinDlg::InitMenus() {
     m_pActColorAdjust->setObjectName(QStringLiteral("m_pActColorAdjust"));
     m_pImageCtrlMenu->addSeparator();
     m_pActWatermark = NewKeyedAction(m_pImageCtrlMenu, IDS_Global_Watermark, "Watermark");
-    m_pActWatermark->setVisible(false); // comes with the watermark dialog
+    m_pActWatermark->setObjectName(QStringLiteral("m_pActWatermark"));
     m_pIVSInfoMenu = NewKeyedMenu("m_pIVSInfoMenu", IDS_Global_IVS, "VCA Info");
     m_pIVSInfoGroup = MakeGroup(this, false);
     for (const KeyedEntry& entry : kPrivateDataEntries) {
@@ -285,7 +285,7 @@ bool CVelquinDlg::InitMenus() {
     m_pMainRightMenu->addSeparator();
     m_pMainRightMenu->addAction(m_pActSetting);
     m_pActFileInfo = NewKeyedAction(m_pMainRightMenu, IDS_Global_FileInfo, "File Information");
-    m_pActFileInfo->setVisible(false); // comes with the file information dialog
+    connect(m_pActFileInfo, &QAction::triggered, this, &CVelquinDlg::On_ShowFileInfoDlg);
     return InitMenuConnections();
 }
 
@@ -304,7 +304,10 @@ bool CVelquinDlg::InitMainMenu() {
     m_pMainMenu->addMenu(m_pLanguageMenu);
 
     m_pActSetting = NewKeyedAction(m_pMainMenu, IDS_Global_Setting, "Setting");
-    m_pActSetting->setVisible(false); // comes with the settings dialog
+    // Queued: the modal dialog runs after the menu has closed. The right menu
+    // shows the same action.
+    connect(m_pActSetting, &QAction::triggered, this, &CVelquinDlg::On_ShowPlaySettingDlg,
+            Qt::QueuedConnection);
     m_pActUserManual = NewKeyedAction(m_pMainMenu, IDS_Global_UserManual, "User Manual");
     m_pActAbout = NewKeyedAction(m_pMainMenu, IDS_Global_About, "About");
     return true;
@@ -403,6 +406,7 @@ bool CVelquinDlg::InitMenuConnections() {
     triggered(m_pActABRepeat, &CVelquinDlg::On_ABRepeat);
     triggered(m_pActMute, &CVelquinDlg::On_Mute);
     triggered(m_pActColorAdjust, &CVelquinDlg::On_ShowColorAdjustDlg);
+    triggered(m_pActWatermark, &CVelquinDlg::On_ShowWatermarkDlg);
     triggered(m_pActCapPic, &CVelquinDlg::On_CapPic);
     triggered(m_pActConCapPic, &CVelquinDlg::On_ConCapPic);
     triggered(m_pActPartZoom, &CVelquinDlg::On_PartZoom);

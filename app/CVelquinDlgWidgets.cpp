@@ -126,13 +126,12 @@ QWidget* CVelquinDlg::BuildPlaylistColumn() {
     pBar->addWidget(m_pBtnListDelete);
     pBar->addWidget(m_pBtnPlayMode);
     pBar->addWidget(m_pBtnSearch);
-    // The search bar is not part of this build yet.
-    m_pBtnSearch->setEnabled(false);
     pColumn->addWidget(m_pListToolBarContainer);
 
     m_pLabelListBottomBorder = MakeLabel(m_pPlaylistCtrlContainer, "m_pLabelListBottomBorder");
     m_pLabelListBottomBorder->setFixedHeight(1);
     pColumn->addWidget(m_pLabelListBottomBorder);
+    BuildSearchBar(pColumn);
 
     m_pPlaylist = new CPlaylist(m_pPlaylistCtrlContainer);
     pColumn->addWidget(m_pPlaylist, 1);
@@ -326,6 +325,7 @@ bool CVelquinDlg::InitConnections() {
     bOk &= bool(connect(m_pPlaylist, &CPlaylist::Sig_ListRButtonDown, this,
                         &CVelquinDlg::On_ShowPlaylistRightMenu));
     bOk &= bool(connect(m_pPlaylist, &CPlaylist::Sig_CloseFile, this, &CVelquinDlg::On_CloseByFilePath));
+    bOk &= ConnectSearchBar();
     bOk &= bool(connect(this, &CVelquinDlg::Sig_ShowAutoExpandWnd, this, &CVelquinDlg::On_ShowAutoExpandWnd));
     return bOk;
 }

@@ -484,6 +484,12 @@ bool CPlayWnd::Stop() {
         return false;
     if (!Tavrix_Stop(m_lPort))
         qDebug("Tavrix_Stop() Fail deError=%d", Tavrix_GetLastError(m_lPort));
+    {
+        // The decode thread may have reported a record between the reset above
+        // and its end; a stopped window shows none.
+        QMutexLocker lock(&m_mtxShared);
+        std::memset(m_stWatermark, 0, sizeof(m_stWatermark));
+    }
     update();
     m_nPlayState = 3;
     // Stopped, the display child covers the window again; the next play's

@@ -19,6 +19,8 @@
 #include "Item_FileInfo.h"
 #include "Tavrix.h"
 
+struct StreamInfo;
+
 class QLabel;
 class QEnterEvent;
 class QMouseEvent;
@@ -245,6 +247,11 @@ public:
     uint GetCurrentFrameNum();
     bool GetCurGlobalTime(TAVRIX_SYSTEM_TIME* pGlobalTime);
     bool GetImageSize(uint* pnWidth, uint* pnHeight);
+    // Path, frame rate and picture size as decoded so far, for the file
+    // information dialog (CPlayWndPicture.cpp). False for a null record.
+    bool GetStreamInfo(StreamInfo* pInfo);
+    // Pictures the decoder concealed damage in since the file opened; 0 without a port.
+    uint GetDamagedFrames() const;
     // Copies the 64-byte watermark record last seen.
     bool GetWatermarkInfo(void* pOut);
     // The text currently drawn on the picture (empty when none).

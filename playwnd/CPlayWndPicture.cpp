@@ -7,6 +7,7 @@
 #include <QSize>
 
 #include "CPlayWnd.h"
+#include "StreamInfo.h"
 
 namespace {
 
@@ -276,4 +277,28 @@ void CPlayWnd::ResetPictureControls() {
         Tavrix_RenderPrivateData(m_lPort, static_cast<int32_t>(nType), true);
     for (int32_t nSubType : kTemSubTypes)
         Tavrix_RenderPrivateDataEx(m_lPort, TAVRIX_RENDER_TEM, nSubType, true);
+}
+
+bool CPlayWnd::GetStreamInfo(StreamInfo* pInfo) {
+    if (!pInfo)
+        return false;
+    pInfo->strFilePath = m_strFilePath;
+    pInfo->nFrameRate = m_nFrameRate;
+    pInfo->nWidth = m_nVideoWidth;
+    pInfo->nHeight = m_nVideoHeight;
+    // A hardware decoder hands out no display record until a picture is
+    // shown; the engine's size of the stream is the better answer then.
+    const int32_t nPort = m_lPort;
+    int32_t nWidth = 0;
+    int32_t nHeight = 0;
+    if (nPort >= 0 && Tavrix_GetDecodeEngine(nPort) == 1 && Tavrix_GetPictureSize(nPort, &nWidth, &nHeight)) {
+        pInfo->nWidth = nWidth;
+        pInfo->nHeight = nHeight;
+    }
+    return true;
+}
+
+uint CPlayWnd::GetDamagedFrames() const {
+    const int32_t nPort = m_lPort;
+    return nPort >= 0 ? Tavrix_GetDamagedFrames(nPort) : 0;
 }

@@ -360,6 +360,25 @@ make pos_text.mkv -f lavfi -i "$(pattern 4)" -i pos_text.srt -map 0:v -map 1:s \
 make pos_text.mp4 -f lavfi -i "$(pattern 4)" -i pos_text.srt -map 0:v -map 1:s \
   -c:v libx264 -preset veryfast -g 25 -pix_fmt yuv420p -c:s mov_text -metadata creation_time=$CREATION
 
+# ---- Recorder watermarks ------------------------------------------------------
+
+# The watermark text in H.264 "user data unregistered" SEI under the player's
+# UUID, written by h264_metadata into the first access unit and every one with
+# a sequence header (in a transport stream libx264 repeats it at each key frame).
+# The bitstream filter's options take no ':' in a value: the MAC is written with '-'.
+WM_UUID=b60e8f6c-273d-414f-a5de-3b101d4d6de6
+WM_SEI_TEXT='mac=00-1a-2b-3c-4d-5e;sn=AB1234567;chan=2;time=20260501102030;info=1;type=3'
+make wm_sei.ts -f lavfi -i "$(pattern 3)" -c:v libx264 -preset veryfast -g 25 -bf 2 -pix_fmt yuv420p \
+  -bsf:v "h264_metadata=sei_user_data=${WM_UUID}+${WM_SEI_TEXT}"
+if [ "$(ffprobe -v error -select_streams v -show_entries frame_side_data=side_data_type -of csv=p=0 wm_sei.ts |
+    grep -c 'User Data Unregistered')" -lt 3 ]; then
+  echo "wm_sei.ts: the watermark SEI is not at every key frame" >&2
+  exit 1
+fi
+# The same kind of text as a container tag, in Matroska (which keeps any tag).
+make wm_tag.mkv -f lavfi -i "$(pattern 2)" -c:v libx264 -preset veryfast -g 25 -pix_fmt yuv420p \
+  -metadata 'watermark=mac=a0:b1:c2:d3:e4:f5;sn=98765;chan=7;time=20240229235958;info=4;type=9'
+
 # ---- Lock-step play: four cameras of one corridor --------------------------------
 
 # Begins 0, 7.3 s, 20 s and 61 s after 2024-03-15 10:00:00 at 25, 30, 12.5 and

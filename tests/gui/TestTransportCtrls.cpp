@@ -421,7 +421,11 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
         QVERIFY(fx.pDlg->On_FrameForward()); // a file window steps
         QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
-        const uint nFrame = fx.pStage->GetCurrentFrameNum();
+        // The stepped picture may still be on its way; a jump settles the
+        // window on a known frame, and the step's late picture is dropped.
+        const uint nFrame = 10;
+        QVERIFY(fx.pStage->SetFramePos(nFrame));
+        QTRY_COMPARE_WITH_TIMEOUT(fx.pStage->GetCurrentFrameNum(), nFrame, kPlayTimeoutMs);
 
         g_bSelectedIsStream = true;
         for (bool (CVelquinDlg::*pCmd)() :

@@ -15,6 +15,11 @@ struct _FA_FILE_INFO_ {
     int32_t nAudioChannels;
     int32_t nAudioSampleRate; // Hz
     int64_t nDurationMs;      // -1 when unknown
+    // The container by the finer codes of this player: within the ISO family
+    // FA_SYSTEM_MP4, FA_SYSTEM_MOV or FA_SYSTEM_ISO_MEDIA (3GPP) by the file's
+    // brand; otherwise the same as nSystemFormat. What the file information shows.
+    uint32_t nSystemFormatEx;
+    int64_t nBitRate; // bits per second of the whole file; 0 when unknown
 };
 
 enum : uint32_t {
@@ -22,10 +27,14 @@ enum : uint32_t {
     FA_SYSTEM_PS = 2,
     FA_SYSTEM_TS = 3,
     FA_SYSTEM_RTP = 4,
-    FA_SYSTEM_ISO_MEDIA = 5, // MP4, MOV, 3GP: the ISO base media family
-    FA_SYSTEM_MATROSKA = 0x10,
-    FA_SYSTEM_AVI = 0x11,
-    FA_SYSTEM_FLV = 0x12,
+    FA_SYSTEM_ISO_MEDIA = 5, // MP4, MOV, 3GP: the ISO base media family; as a
+                             // finer code (nSystemFormatEx) 3GPP only
+    // Codes of this player, for containers the classic list has no name for.
+    FA_SYSTEM_MATROSKA = 0x10, // "MKV"
+    FA_SYSTEM_AVI = 0x11,      // "AVI"
+    FA_SYSTEM_FLV = 0x12,      // "FLV"
+    FA_SYSTEM_MP4 = 0x13,      // "MP4": an ISO file of another brand than QuickTime or 3GPP
+    FA_SYSTEM_MOV = 0x14,      // "MOV": brand "qt  ", or no brand at all
     FA_SYSTEM_OTHER = 0xFF,
 };
 

@@ -41,6 +41,17 @@ uint32_t SystemFormat(const AVInputFormat* pFormat) {
     return FA_SYSTEM_OTHER;
 }
 
+// The ISO family shares one demuxer; the brand of the 'ftyp' box tells the
+// member. Old QuickTime files have no 'ftyp' at all.
+uint32_t IsoMember(AVFormatContext* pCtx) {
+    const AVDictionaryEntry* pBrand = av_dict_get(pCtx->metadata, "major_brand", nullptr, 0);
+    if (!pBrand || !pBrand->value || std::strncmp(pBrand->value, "qt", 2) == 0)
+        return FA_SYSTEM_MOV;
+    if (std::strncmp(pBrand->value, "3g", 2) == 0)
+        return FA_SYSTEM_ISO_MEDIA;
+    return FA_SYSTEM_MP4;
+}
+
 uint32_t VideoFormat(AVCodecID eId) {
     switch (eId) {
     case AV_CODEC_ID_NONE:
@@ -106,6 +117,9 @@ bool CPlayHelper::AnalyzeFileInfo(const QString& strPath, _FA_FILE_INFO_* pInfo)
         return false;
     _FA_FILE_INFO_ info{};
     info.nSystemFormat = SystemFormat(ctx->iformat);
+    info.nSystemFormatEx =
+        info.nSystemFormat == FA_SYSTEM_ISO_MEDIA ? IsoMember(ctx.get()) : info.nSystemFormat;
+    info.nBitRate = ctx->bit_rate > 0 ? ctx->bit_rate : 0;
     info.nDurationMs = ctx->duration > 0 ? av_rescale(ctx->duration, 1000, AV_TIME_BASE) : -1;
 
     const int nVideo = av_find_best_stream(ctx.get(), AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);

@@ -8,6 +8,7 @@
 extern "C" {
 #include <libavutil/dict.h>
 #include <libavutil/error.h>
+#include <libavutil/time.h>
 }
 
 namespace MediaProbe {
@@ -51,6 +52,18 @@ bool ValidTime(const TAVRIX_SYSTEM_TIME& t) {
     return CPlayHelper::IsSystemTimeValid(&t);
 }
 
+// Longest a network source may take to give its facts.
+constexpr int64_t kNetworkProbeUs = 5 * 1000 * 1000;
+
+int PastDeadline(void* pOpaque) {
+    return av_gettime_relative() > static_cast<int64_t>(reinterpret_cast<intptr_t>(pOpaque)) ? 1 : 0;
+}
+
+bool IsNetworkPath(const QString& strPath) {
+    const int nScheme = strPath.indexOf(QLatin1String("://"));
+    return nScheme > 1 && !strPath.startsWith(QLatin1String("file:"), Qt::CaseInsensitive);
+}
+
 } // namespace
 
 FormatPtr Open(const QString& strPath, bool bFindStreams) {
@@ -62,6 +75,17 @@ FormatPtr Open(const QString& strPath, bool bFindStreams) {
     av_dict_set(&pRawOpts, "analyzeduration", "1000000", 0);
     AVFormatContext* pRaw = nullptr;
     const QByteArray baPath = strPath.toUtf8();
+    if (IsNetworkPath(strPath)) {
+        // Facts are asked for on the GUI thread: a stream that accepts and then
+        // says nothing must not hold it. The deadline rides in the opaque pointer,
+        // so the callback needs no storage that could outlive the context.
+        pRaw = avformat_alloc_context();
+        if (!pRaw)
+            return FormatPtr();
+        pRaw->interrupt_callback.callback = PastDeadline;
+        pRaw->interrupt_callback.opaque =
+            reinterpret_cast<void*>(static_cast<intptr_t>(av_gettime_relative() + kNetworkProbeUs));
+    }
     const int nRet = avformat_open_input(&pRaw, baPath.constData(), nullptr, &pRawOpts);
     std::unique_ptr<AVDictionary, DictFree> opts(pRawOpts);
     if (nRet < 0) {

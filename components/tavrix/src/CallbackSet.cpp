@@ -78,6 +78,11 @@ CallbackSet::FileRef CallbackSet::GetFileRef() const {
     return m_fileRef;
 }
 
+CallbackSet::Watermark CallbackSet::GetWatermark() const {
+    std::lock_guard<std::mutex> lock(m_mtx);
+    return m_watermark;
+}
+
 void CallbackSet::ReportEncrypted() {
     EncryptType cb;
     {

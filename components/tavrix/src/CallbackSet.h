@@ -45,6 +45,7 @@ public:
     Dec GetDec() const;
     FileEnd GetFileEnd() const;
     FileRef GetFileRef() const;
+    Watermark GetWatermark() const;
     bool WantsYv12() const { return m_bWantsYv12.load(); }
 
     // Reports a run-time error through the module's callback, once per code

@@ -138,6 +138,8 @@ void Demuxer::FillInfo(const std::string& strOriginalPath) {
         m_info.bHasGlobalTime = true;
         m_info.nGlobalStartMs = nEpochMs;
     }
+    const AVDictionaryEntry* pMark = av_dict_get(m_pFormat->metadata, "watermark", nullptr, 0);
+    m_info.strWatermark = pMark != nullptr ? pMark->value : "";
     for (unsigned i = 0; i < m_pFormat->nb_streams; ++i) {
         size_t nSize = 0;
         if (av_stream_get_side_data(m_pFormat->streams[i], AV_PKT_DATA_ENCRYPTION_INIT_INFO, &nSize) !=

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 namespace tavrix {
 
@@ -17,6 +18,7 @@ struct MediaInfo {
     int64_t nGlobalStartMs = 0; // UTC ms since 1970 of the first video frame
     bool bHasAudio = false;
     bool bEncrypted = false; // the container declares encrypted samples
+    std::string strWatermark; // the container's "watermark" tag, empty for none
 };
 
 } // namespace tavrix

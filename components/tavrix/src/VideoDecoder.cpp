@@ -26,7 +26,8 @@ constexpr int kFailuresWithoutPicture = 64;
 } // namespace
 
 VideoDecoder::VideoDecoder(int nPort, CallbackSet* pCallbacks, PlayReadings* pReadings)
-    : m_nPort(nPort), m_pCallbacks(pCallbacks), m_pReadings(pReadings), m_yuv(nPort) {}
+    : m_nPort(nPort), m_pCallbacks(pCallbacks), m_pReadings(pReadings), m_yuv(nPort),
+      m_watermark(nPort, pCallbacks) {}
 
 VideoDecoder::~VideoDecoder() {
     Join();
@@ -130,6 +131,7 @@ bool VideoDecoder::Open(const AVStream* pStream, const MediaInfo& info, bool bHa
     m_bEncrypted = bEncrypted;
     m_pSawEncrypted = pSawEncrypted;
     m_nErrors = 0;
+    m_watermark.SetContainerText(info.strWatermark);
     return true;
 }
 
@@ -287,6 +289,9 @@ bool VideoDecoder::ReceiveFrames() {
         } else {
             m_nFailuresInRow = 0;
         }
+        // Every decoded picture, shown or not: a record rides on the key
+        // frame a jump decodes only as a reference.
+        m_watermark.OnFrame(*pFrame);
         if (!Deliver(std::move(pFrame))) {
             return false;
         }

@@ -10,6 +10,7 @@
 #include "PacketQueue.h"
 #include "PlayReadings.h"
 #include "VideoFrame.h"
+#include "WatermarkReader.h"
 #include "YuvConverter.h"
 
 #include <atomic>
@@ -99,6 +100,7 @@ private:
     std::unique_ptr<VideoFrame> m_pBeforeTarget; // nearest picture before a jump's target; decode thread only
     std::atomic<bool> m_bSkipNonRef{false};
     YuvConverter m_yuv;
+    WatermarkReader m_watermark; // decode thread only while it runs
     std::thread m_thread;
 };
 
