@@ -1,5 +1,7 @@
 #include "CPlayerSetDlg.h"
 
+#include <algorithm>
+
 #include <QAbstractButton>
 #include <QButtonGroup>
 #include <QCheckBox>
@@ -132,7 +134,6 @@ void CPlayerSetDlg::SetupUI() {
     pRoot->setContentsMargins(0, 0, 0, 0);
     pRoot->setSpacing(0);
     AddTitleBar(pRoot, &m_pLabTitle, &m_pBtnClose);
-    m_pBtnClose->setText(QStringLiteral("x"));
 
     auto* pBody = new QHBoxLayout();
     pBody->setContentsMargins(12, 12, 12, 0);
@@ -367,6 +368,16 @@ void CPlayerSetDlg::ReTranslateUI() {
     m_pBtnOK->setText(Text(IDS_Global_OK, "OK"));
     m_pBtnCancel->setText(Text(IDS_Global_Cancel, "Cancel"));
     m_pBtnApply->setText(Text(IDS_Global_Apply, "Apply"));
+
+    // Every page as wide as the widest in this language, so that the dialog
+    // keeps its size when the pages are switched.
+    int nPageWidth = 0;
+    for (QWidget* pPage : {m_pCommonConfigPage, m_pCapPicPage, m_pHotKeysPage}) {
+        pPage->setMinimumWidth(0);
+        nPageWidth = std::max(nPageWidth, pPage->sizeHint().width());
+    }
+    for (QWidget* pPage : {m_pCommonConfigPage, m_pCapPicPage, m_pHotKeysPage})
+        pPage->setMinimumWidth(nPageWidth);
 }
 
 void CPlayerSetDlg::SkinChanged() {

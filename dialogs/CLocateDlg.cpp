@@ -56,7 +56,6 @@ void CLocateDlg::SetupUI() {
     pRoot->setSpacing(0);
 
     AddTitleBar(pRoot, &m_pLabTitle, &m_pBtnClose);
-    m_pBtnClose->setText(QStringLiteral("x"));
 
     auto* pInputRow = new QHBoxLayout();
     pInputRow->setContentsMargins(20, 12, 20, 4);

@@ -85,7 +85,6 @@ void CWatermarkDlg::SetupUI() {
     pRoot->setContentsMargins(0, 0, 0, 0);
     pRoot->setSpacing(0);
     AddTitleBar(pRoot, &m_pLabTitle, &m_pBtnClose);
-    m_pBtnClose->setText(QStringLiteral("x"));
 
     // The names are the fields' own and are not translated.
     MakeRow("Mac", "MAC", &m_pLabelName_Mac, &m_pLabelValue_Mac);

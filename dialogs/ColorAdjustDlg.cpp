@@ -71,7 +71,6 @@ void ColorAdjustDlg::SetupUI() {
     pRoot->setSpacing(0);
 
     AddTitleBar(pRoot, &m_pLabTitle, &m_pBtnClose);
-    m_pBtnClose->setText(QStringLiteral("x"));
 
     auto* pGrid = new QGridLayout();
     pGrid->setContentsMargins(24, 16, 24, 8);

@@ -58,7 +58,6 @@ void LocateGlobalTimeDlg::SetupUI() {
     pRoot->setSpacing(0);
 
     AddTitleBar(pRoot, &m_pLabTitle, &m_pBtnClose);
-    m_pBtnClose->setText(QStringLiteral("x"));
 
     auto* pGrid = new QGridLayout();
     pGrid->setContentsMargins(20, 10, 20, 4);

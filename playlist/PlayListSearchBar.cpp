@@ -1,5 +1,7 @@
 #include "PlayListSearchBar.h"
 
+#include <algorithm>
+
 #include <QDateTime>
 #include <QDateTimeEdit>
 #include <QEvent>
@@ -119,6 +121,14 @@ void PlayListSearchBar::UpdateLanguage() {
     const QString strSearch = Text(IDS_Global_Search, "Search");
     m_pBtnSearchName->setText(strSearch);
     m_pBtnSearchTime->setText(strSearch);
+    // The fixed width fits the short texts; a longer translation widens the
+    // button rather than clipping its text (room for the skin's padding of
+    // 12 pixels a side and the border).
+    for (QPushButton* pButton : {m_pBtnSearchName, m_pBtnSearchTime}) {
+        pButton->ensurePolished();
+        const int nTextWidth = pButton->fontMetrics().horizontalAdvance(strSearch) + 32;
+        pButton->setFixedWidth(std::max(SEARCH_BUTTON_WIDTH, nTextWidth));
+    }
     // setText replaces a button's shortcut by the text's mnemonic, so the key
     // follows every text. Only the button of the shown bar takes it: a hidden
     // widget's shortcut is not active.
