@@ -100,6 +100,7 @@ QT_QPA_PLATFORM=${QT_QPA_PLATFORM:-offscreen} SDL_AUDIODRIVER=${SDL_AUDIODRIVER:
   "$OPEN_BENCH" "${OPEN16[@]}"
 echo
 run index "$OUT/d1_joined_10min.ts"
+echo "== clip-bench"; VELQUIN_CLIP=${VELQUIN_CLIP:-$([[ "$BENCH" == */* ]] && echo "$(dirname "$BENCH")/../app/velquin-clip" || echo velquin-clip)} bash "$(dirname "$0")/clip-bench.sh" "$OUT/clip"; echo
 
 # Playlist thumbnails and file facts: 200 short recordings of the usual sizes,
 # each named with its channel and start as recorders write them, against
@@ -174,3 +175,6 @@ for mode in 0 1 2; do
 done
 run stream "rtsp://127.0.0.1:$RTSP_PORT/live" --ports 16 --seconds 60 --no-peer
 kill "$RTSP_PID"
+# The converter against the ffmpeg tool with the same settings: the built one
+# beside velquin-bench's build (app/convert/), unless VELQUIN_CONVERT names it.
+echo "== convert-bench"; VELQUIN_CONVERT=${VELQUIN_CONVERT:-$([[ "$BENCH" == */* ]] && echo "$(dirname "$BENCH")/../app/convert/velquin-convert" || echo velquin-convert)} bash "$(dirname "$0")/convert-bench.sh" "$OUT"; echo

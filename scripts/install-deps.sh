@@ -19,6 +19,9 @@ PACKAGES=(
   # and aacparse (good), x264enc (ugly), appsrc and videotestsrc (base)
   python3-gi gir1.2-gstreamer-1.0 gir1.2-gst-plugins-base-1.0 gir1.2-gst-rtsp-server-1.0
   gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-plugins-ugly
+  # velquin-stream builds on GStreamer's RTSP server (C API); at run time it
+  # needs the demuxers, parsers and payloaders of the plugin sets above
+  libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev libgstrtspserver-1.0-dev
 )
 
 missing=()

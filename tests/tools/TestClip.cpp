@@ -1,0 +1,370 @@
+// The clip tool: its command line against the ffmpeg tool's own decode of the
+// source, its manifest against sha256sum and against a changed byte, the
+// inputs it must refuse, and its window as the player starts it.
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QLabel>
+#include <QLineEdit>
+#include <QProcess>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include "ClipManifest.h"
+#include "ClipWindow.h"
+#include "ToolArgs.h"
+
+namespace {
+
+const int kProcessTimeoutMs = 120000;
+
+struct Ran {
+    int nExit = -1;
+    QString strOut;
+    QString strErr;
+};
+
+Ran RunProgram(const QString& strProgram, const QStringList& lstArgs, const QString& strDir = QString()) {
+    QProcess proc;
+    if (!strDir.isEmpty())
+        proc.setWorkingDirectory(strDir);
+    proc.start(strProgram, lstArgs);
+    Ran ran;
+    if (!proc.waitForFinished(kProcessTimeoutMs)) {
+        proc.kill();
+        proc.waitForFinished(5000);
+        ran.strErr = QStringLiteral("timed out");
+        return ran;
+    }
+    ran.nExit = proc.exitStatus() == QProcess::NormalExit ? proc.exitCode() : -1;
+    ran.strOut = QString::fromLocal8Bit(proc.readAllStandardOutput());
+    ran.strErr = QString::fromLocal8Bit(proc.readAllStandardError());
+    return ran;
+}
+
+Ran RunClip(const QStringList& lstArgs) {
+    return RunProgram(QStringLiteral(VELQUIN_CLIP_TOOL), lstArgs);
+}
+
+// The checksums of every decoded picture, in the order shown.
+QStringList FrameMd5s(const QString& strPath) {
+    const Ran ran =
+        RunProgram(QStringLiteral("ffmpeg"),
+                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), strPath,
+                    QStringLiteral("-an"), QStringLiteral("-fps_mode"), QStringLiteral("passthrough"),
+                    QStringLiteral("-f"), QStringLiteral("framemd5"), QStringLiteral("-")});
+    QStringList lstSums;
+    for (const QString& strLine : ran.strOut.split(QLatin1Char('\n'))) {
+        if (strLine.startsWith(QLatin1Char('#')) || strLine.trimmed().isEmpty())
+            continue;
+        lstSums << strLine.section(QLatin1Char(','), 5).trimmed();
+    }
+    return lstSums;
+}
+
+QString Probe(const QString& strPath, const QString& strEntries) {
+    const Ran ran =
+        RunProgram(QStringLiteral("ffprobe"),
+                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
+                    strEntries, QStringLiteral("-of"), QStringLiteral("default=nw=1:nk=1"), strPath});
+    return ran.strOut.trimmed();
+}
+
+QPair<int, int> FramePair(const ClipManifest& manifest, const char* szKey) {
+    const QStringList lst = manifest.Value(QLatin1String(szKey)).split(QLatin1Char(' '));
+    return {lst.value(0, QStringLiteral("-1")).toInt(), lst.value(1, QStringLiteral("-1")).toInt()};
+}
+
+} // namespace
+
+class TestClip : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void clipMatchesSourceSpan_data();
+    void clipMatchesSourceSpan();
+    void refusesBadInput();
+    void windowFromPlayerArguments();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_strSource; // 12 s, B-pictures, groups of 50, sound, a creation time
+};
+
+void TestClip::initTestCase() {
+    QVERIFY(m_dir.isValid());
+    m_strSource = m_dir.filePath(QStringLiteral("cam1.mp4"));
+    const Ran ran =
+        RunProgram(QStringLiteral("ffmpeg"), {QStringLiteral("-v"),
+                                              QStringLiteral("error"),
+                                              QStringLiteral("-f"),
+                                              QStringLiteral("lavfi"),
+                                              QStringLiteral("-i"),
+                                              QStringLiteral("testsrc2=size=320x240:rate=25:duration=12"),
+                                              QStringLiteral("-f"),
+                                              QStringLiteral("lavfi"),
+                                              QStringLiteral("-i"),
+                                              QStringLiteral("sine=frequency=440:duration=12"),
+                                              QStringLiteral("-c:v"),
+                                              QStringLiteral("libx264"),
+                                              QStringLiteral("-preset"),
+                                              QStringLiteral("veryfast"),
+                                              QStringLiteral("-g"),
+                                              QStringLiteral("50"),
+                                              QStringLiteral("-bf"),
+                                              QStringLiteral("2"),
+                                              QStringLiteral("-pix_fmt"),
+                                              QStringLiteral("yuv420p"),
+                                              QStringLiteral("-c:a"),
+                                              QStringLiteral("aac"),
+                                              QStringLiteral("-shortest"),
+                                              QStringLiteral("-metadata"),
+                                              QStringLiteral("creation_time=2024-03-15T12:00:00.000000Z"),
+                                              m_strSource});
+    QVERIFY2(ran.nExit == 0 && QFileInfo(m_strSource).size() > 0, qPrintable(ran.strErr));
+    // The same recording as a transport stream, as recorders write it: no
+    // creation time inside, the start stamped in the name, and a device
+    // record at each key frame, which leaves the picture after it without
+    // time stamps in the stream.
+    const Ran ranTs = RunProgram(
+        QStringLiteral("ffmpeg"),
+        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), m_strSource, QStringLiteral("-c"),
+         QStringLiteral("copy"), QStringLiteral("-bsf:v"),
+         QStringLiteral("h264_metadata=sei_user_data=b60e8f6c-273d-414f-a5de-3b101d4d6de6+"
+                        "mac=00-1a-2b-3c-4d-5e;sn=AB1234567;chan=2;time=20240315120000"),
+         m_dir.filePath(QStringLiteral("cam1_20240315120000.ts"))});
+    QVERIFY2(ranTs.nExit == 0, qPrintable(ranTs.strErr));
+}
+
+void TestClip::clipMatchesSourceSpan_data() {
+    QTest::addColumn<QString>("strSourceName");
+    QTest::addColumn<QStringList>("lstSpan");
+    QTest::addColumn<QString>("strClipName");
+    QTest::addColumn<bool>("bExact");
+    // Mid-group starts, so the clip must reach back to a key frame or
+    // re-encode a head; ends on B-pictures, so the last group must be
+    // completed or a tail re-encoded.
+    QTest::newRow("mp4 seconds") << "cam1.mp4" << QStringList{"--from", "3.1", "--to", "00:06.5"} << "a.mp4"
+                                 << false;
+    QTest::newRow("mkv frames") << "cam1.mp4" << QStringList{"--frames", "--from", "120", "--to", "230"}
+                                << "b.mkv" << false;
+    QTest::newRow("ts seconds") << "cam1_20240315120000.ts" << QStringList{"--from", "5", "--to", "9"}
+                                << "c.ts" << false;
+    QTest::newRow("mp4 exact") << "cam1.mp4" << QStringList{"--exact", "--from", "2.5", "--to", "7.3"}
+                               << "d.mp4" << true;
+    QTest::newRow("mkv exact") << "cam1.mp4"
+                               << QStringList{"--exact", "--frames", "--from", "62", "--to", "183"} << "e.mkv"
+                               << true;
+    QTest::newRow("ts exact") << "cam1_20240315120000.ts"
+                              << QStringList{"--exact", "--frames", "--from", "101", "--to", "163"} << "f.ts"
+                              << true;
+}
+
+void TestClip::clipMatchesSourceSpan() {
+    QFETCH(QString, strSourceName);
+    QFETCH(QStringList, lstSpan);
+    QFETCH(QString, strClipName);
+    QFETCH(bool, bExact);
+    const QString strSource = m_dir.filePath(strSourceName);
+    const QString strClip = m_dir.filePath(strClipName);
+    const Ran ran =
+        RunClip(QStringList{QStringLiteral("--in"), strSource, QStringLiteral("--out"), strClip} + lstSpan);
+    QVERIFY2(ran.nExit == 0, qPrintable(ran.strErr));
+
+    const QString strManifestPath = ClipManifest::PathFor(strClip);
+    QVERIFY(ran.strOut.contains(strManifestPath));
+    ClipManifest manifest;
+    QString strWhy;
+    QVERIFY2(manifest.Read(strManifestPath, &strWhy), qPrintable(strWhy));
+    const QPair<int, int> asked = FramePair(manifest, "asked-frames");
+    const QPair<int, int> actual = FramePair(manifest, "actual-frames");
+    if (bExact) {
+        QCOMPARE(actual, asked);
+    } else {
+        QVERIFY(actual.first >= 0 && actual.first <= asked.first && actual.first % 50 == 0);
+        QVERIFY(actual.second >= asked.second && actual.second <= asked.second + 3);
+    }
+
+    // The clip's pictures are the source's of the actual span, bit for bit.
+    const QStringList lstSource = FrameMd5s(strSource);
+    const QStringList lstClip = FrameMd5s(strClip);
+    QCOMPARE(lstSource.size(), 300);
+    QCOMPARE(lstClip, lstSource.mid(actual.first, actual.second - actual.first + 1));
+    // Sound comes along, and the time line starts at 0; a transport stream
+    // holds no decode time before 0, so there the first picture waits for
+    // the B-pictures' decode delay (two frames).
+    QCOMPARE(Probe(strClip, QStringLiteral("stream=codec_type")).split(QLatin1Char('\n')).size(), 2);
+    const double dStart =
+        Probe(strClip, QStringLiteral("stream=start_time")).section(QLatin1Char('\n'), 0, 0).toDouble();
+    QVERIFY2(strClipName.endsWith(QLatin1String(".ts")) ? dStart <= 0.081 : dStart == 0.0,
+             qPrintable(QString::number(dStart)));
+
+    // Creation time: the source's plus the actual start (a transport stream
+    // has no place for it; the manifest still records it).
+    const QDateTime dtExpected = QDateTime::fromString(QStringLiteral("2024-03-15T12:00:00Z"), Qt::ISODate)
+                                     .addMSecs(actual.first * 40);
+    QCOMPARE(QDateTime::fromString(manifest.Value(QStringLiteral("creation-time")), Qt::ISODateWithMs),
+             dtExpected);
+    if (!strClipName.endsWith(QLatin1String(".ts"))) {
+        // MP4 keeps whole seconds.
+        const QString strTag = Probe(strClip, QStringLiteral("format_tags=creation_time"));
+        const qint64 nShortMs = QDateTime::fromString(strTag, Qt::ISODateWithMs).msecsTo(dtExpected);
+        QVERIFY2(strClipName.endsWith(QLatin1String(".mp4")) ? nShortMs >= 0 && nShortMs < 1000
+                                                             : nShortMs == 0,
+                 qPrintable(strTag));
+    }
+
+    // Both checksums hold, for sha256sum as for the tool; one changed byte of
+    // the clip is found and named.
+    const Ran ranSum =
+        RunProgram(QStringLiteral("sha256sum"), {QStringLiteral("-c"), strManifestPath}, m_dir.path());
+    QVERIFY2(ranSum.nExit == 0, qPrintable(ranSum.strOut + ranSum.strErr));
+    const Ran ranOk = RunClip({QStringLiteral("--verify"), strManifestPath});
+    QVERIFY2(ranOk.nExit == 0, qPrintable(ranOk.strErr));
+    {
+        QFile file(strClip);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.seek(file.size() / 2));
+        char chByte = 0;
+        QVERIFY(file.getChar(&chByte));
+        QVERIFY(file.seek(file.size() / 2));
+        QVERIFY(file.putChar(static_cast<char>(chByte ^ 0x01)));
+    }
+    const Ran ranBad = RunClip({QStringLiteral("--verify"), strManifestPath});
+    QCOMPARE(ranBad.nExit, int(ToolArgs::kExitFailure));
+    QVERIFY2(ranBad.strErr.contains(QLatin1String("clip: DIFFERS")), qPrintable(ranBad.strErr));
+    QVERIFY2(ranBad.strErr.contains(QLatin1String("source: OK")), qPrintable(ranBad.strErr));
+}
+
+void TestClip::refusesBadInput() {
+    const QString strText = m_dir.filePath(QStringLiteral("notes.txt"));
+    const QString strNoise = m_dir.filePath(QStringLiteral("noise.mp4"));
+    {
+        QFile text(strText);
+        QVERIFY(text.open(QIODevice::WriteOnly));
+        text.write("camera 1, Tuesday\n");
+        QFile noise(strNoise);
+        QVERIFY(noise.open(QIODevice::WriteOnly));
+        QByteArray baNoise(64 * 1024, '\0');
+        for (int i = 0; i < baNoise.size(); ++i)
+            baNoise[i] = static_cast<char>((i * 7919 + 13) % 251);
+        noise.write(baNoise);
+    }
+    // Two recordings joined: the second one's time stamps start over.
+    const QString strTs = m_dir.filePath(QStringLiteral("cam1_20240315120000.ts"));
+    const QString strJoined = m_dir.filePath(QStringLiteral("joined.ts"));
+    {
+        QFile ts(strTs);
+        QVERIFY(ts.open(QIODevice::ReadOnly));
+        const QByteArray baTs = ts.readAll();
+        QFile joined(strJoined);
+        QVERIFY(joined.open(QIODevice::WriteOnly));
+        joined.write(baTs + baTs);
+    }
+    const QString strLink = m_dir.filePath(QStringLiteral("link.mp4"));
+    QVERIFY(QFile::link(m_strSource, strLink));
+    const qint64 nSourceBytes = QFileInfo(m_strSource).size();
+    const QString strOut = m_dir.filePath(QStringLiteral("refused.mp4"));
+    struct Case {
+        QStringList lstArgs;
+        QString strSays;
+    };
+    const QList<Case> cases = {
+        {{"--in", m_strSource, "--from", "12.5", "--to", "20", "--out", strOut}, "outside the file"},
+        {{"--in", m_strSource, "--frames", "--from", "300", "--to", "310", "--out", strOut},
+         "outside the file"},
+        {{"--in", m_strSource, "--from", "6", "--to", "4", "--out", strOut}, "span is empty"},
+        // FFmpeg may take a text file for ANSI art; either way it is refused, by name.
+        {{"--in", strText, "--from", "0", "--to", "1", "--out", strOut}, strText},
+        {{"--in", strNoise, "--from", "0", "--to", "1", "--out", strOut}, "Cannot read " + strNoise},
+        {{"--in", m_dir.filePath(QStringLiteral("missing.mp4")), "--from", "0", "--to", "1"},
+         "does not exist"},
+        // A file where the folder should be.
+        {{"--in", m_strSource, "--from", "0", "--to", "1", "--out-dir", strText}, "cannot be written"},
+        {{"--in", m_strSource, "--from", "0", "--to", "1", "--out", strLink}, "overwrite its source"},
+        {{"--in", strJoined, "--from", "13", "--to", "15", "--out", strOut}, "start over"},
+    };
+    for (const Case& c : cases) {
+        const Ran ran = RunClip(c.lstArgs);
+        QVERIFY2(ran.nExit == ToolArgs::kExitBadInput, qPrintable(c.lstArgs.join(' ') + " -> " + ran.strErr));
+        QVERIFY2(ran.strErr.contains(c.strSays), qPrintable(ran.strErr));
+        QVERIFY(!QFileInfo::exists(strOut));
+    }
+    QCOMPARE(QFileInfo(m_strSource).size(), nSourceBytes);
+
+    // A recorder's file: the clip is named by its own start and span, and the
+    // same export again overwrites nothing and leaves no part behind.
+    QTemporaryDir outDir;
+    const QStringList lstTs = {"--in", strTs, "--from", "5", "--to", "9", "--out-dir", outDir.path()};
+    const Ran ranFirst = RunClip(lstTs);
+    const QString strManifest =
+        QDir(outDir.path())
+            .filePath(QStringLiteral("cam1_20240315120004_clip_4.000s-9.000s_keyframe.ts.manifest.sha256"));
+    QVERIFY2(ranFirst.nExit == 0 && ranFirst.strOut.contains(strManifest), qPrintable(ranFirst.strOut));
+    const Ran ranAgain = RunClip(lstTs);
+    QCOMPARE(ranAgain.nExit, int(ToolArgs::kExitBadInput));
+    QVERIFY2(ranAgain.strErr.contains(QLatin1String("exists already")), qPrintable(ranAgain.strErr));
+    QCOMPARE(RunClip({QStringLiteral("--verify"), strManifest}).nExit, 0);
+    QCOMPARE(QDir(outDir.path()).entryList(QDir::Files).size(), 2);
+}
+
+void TestClip::windowFromPlayerArguments() {
+    // As the player starts it: language, the shown file, skin.
+    ToolArgs args(QStringLiteral("velquin-clip"), QStringLiteral("1.0"), QString());
+    QVERIFY(
+        args.Parse({QStringLiteral("velquin-clip"), QStringLiteral("0"), m_strSource, QStringLiteral("0")}));
+    QVERIFY(!args.IsHeadless());
+    QCOMPARE(args.Language(), 0);
+    ToolWindow::ApplyLookAndLanguage(args);
+    ClipWindow window;
+    window.Init();
+    window.SetSource(args.File());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&window));
+    QCOMPARE(window.findChild<QLineEdit*>(QStringLiteral("m_pEdtSource"))->text(), m_strSource);
+
+    // The file's length is shown and bounds the span.
+    const QString strLength = window.findChild<QLabel*>(QStringLiteral("m_pLabLength"))->text();
+    QVERIFY2(strLength.contains(QLatin1String("00:00:12.000")) && strLength.contains(QLatin1String("300")),
+             qPrintable(strLength));
+
+    // An output "folder" that is a file is refused before any work, with the reason.
+    QSignalSpy spyDone(&window, &ToolWindow::Sig_JobFinished);
+    window.SetOutDir(m_strSource);
+    QTest::mouseClick(window.findChild<QPushButton*>(QStringLiteral("m_pBtnStart")), Qt::LeftButton);
+    QVERIFY(!window.IsJobRunning());
+    // The window speaks the player's language (Chinese here): the message is
+    // known by the folder it names.
+    QVERIFY2(window.StatusText().endsWith(m_strSource), qPrintable(window.StatusText()));
+    QTemporaryDir outDir;
+    window.SetOutDir(outDir.path());
+
+    // A good span, frame-exact inside the first group: the manifest is
+    // shown, and Verify in the window agrees.
+    window.SetExact(true);
+    window.SetSpanFrames(10, 40);
+    QTest::mouseClick(window.findChild<QPushButton*>(QStringLiteral("m_pBtnStart")), Qt::LeftButton);
+    QVERIFY(spyDone.wait(kProcessTimeoutMs));
+    QVERIFY2(spyDone.last().at(0).toBool(), qPrintable(window.StatusText()));
+    QCOMPARE(window.ProgressPercent(), 100);
+    const QString strManifest = window.ManifestPath();
+    QVERIFY(QFileInfo(strManifest).isFile());
+    QCOMPARE(QFileInfo(strManifest).absolutePath(), QFileInfo(outDir.path()).absoluteFilePath());
+    ClipManifest manifest;
+    QString strWhy;
+    QVERIFY2(manifest.Read(strManifest, &strWhy), qPrintable(strWhy));
+    QCOMPARE(manifest.Value(QStringLiteral("actual-frames")), QStringLiteral("10 40"));
+    const QString strClip = strManifest.chopped(QStringLiteral(".manifest.sha256").size());
+    QCOMPARE(FrameMd5s(strClip), FrameMd5s(m_strSource).mid(10, 31));
+    window.VerifyManifest(strManifest);
+    QVERIFY(spyDone.wait(kProcessTimeoutMs));
+    QVERIFY2(spyDone.last().at(0).toBool(), qPrintable(window.StatusText()));
+    QVERIFY(window.StatusText().contains(QLatin1String("clip: OK")));
+}
+
+QTEST_MAIN(TestClip)
+#include "TestClip.moc"

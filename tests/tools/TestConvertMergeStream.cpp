@@ -1,0 +1,269 @@
+// The converter, the merger and the streamer, run through their command lines
+// as a user's script would, their results read back with the ffmpeg tool.
+#include <QtTest>
+
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+namespace {
+
+const int kToolTimeoutMs = 120000;
+const int kServerStartMs = 10000;
+
+struct Run {
+    int nExit = -1; // -1: did not finish in time
+    QByteArray baOut;
+    QByteArray baErr;
+};
+
+Run RunProgram(const QString& strProgram, const QStringList& lstArgs, int nTimeoutMs = kToolTimeoutMs) {
+    Run run;
+    QProcess process;
+    process.start(strProgram, lstArgs);
+    if (!process.waitForStarted() || !process.waitForFinished(nTimeoutMs)) {
+        process.kill();
+        process.waitForFinished();
+        return run;
+    }
+    run.baOut = process.readAllStandardOutput();
+    run.baErr = process.readAllStandardError();
+    run.nExit = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    return run;
+}
+
+bool Ffmpeg(const QStringList& lstArgs) {
+    return RunProgram(QStringLiteral("ffmpeg"),
+                      QStringList{"-hide_banner", "-loglevel", "error", "-nostdin", "-y"} + lstArgs)
+               .nExit == 0;
+}
+
+// One value of ffprobe, e.g. Probe(f, "format=duration") or Probe(f, "stream=codec_name", "v:0").
+QString Probe(const QString& strFile, const QString& strEntries, const QString& strStreams = QString(),
+              bool bCount = false) {
+    QStringList lstArgs{"-v", "error", "-show_entries", strEntries, "-of", "default=nw=1:nk=1"};
+    if (!strStreams.isEmpty())
+        lstArgs << "-select_streams" << strStreams;
+    if (bCount)
+        lstArgs << "-count_frames";
+    return QString::fromUtf8(RunProgram(QStringLiteral("ffprobe"), lstArgs << strFile).baOut).trimmed();
+}
+
+// The pictures' MD5s of the ffmpeg tool's decode, first nFrames of the first video stream, each
+// picture once (no frames made up or dropped for a constant rate).
+QStringList PictureMd5s(const QStringList& lstInput, int nFrames) {
+    const Run run = RunProgram(QStringLiteral("ffmpeg"),
+                               QStringList{"-hide_banner", "-loglevel", "error", "-nostdin"} + lstInput +
+                                   QStringList{"-map", "0:v:0", "-fps_mode", "passthrough", "-frames:v",
+                                               QString::number(nFrames), "-f", "framemd5", "-"},
+                               30000);
+    QStringList lstMd5;
+    for (const QByteArray& baLine : run.baOut.split('\n')) {
+        if (baLine.startsWith('#') || baLine.trimmed().isEmpty())
+            continue;
+        lstMd5 << QString::fromLatin1(baLine.split(',').last().trimmed());
+    }
+    return lstMd5;
+}
+
+} // namespace
+
+class TestConvertMergeStream : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void convert();
+    void mergeInTimeOrder();
+    void stream();
+
+private:
+    QTemporaryDir m_dir;
+    QString Path(const QString& strName) const { return m_dir.filePath(strName); }
+};
+
+void TestConvertMergeStream::initTestCase() {
+    QVERIFY(m_dir.isValid());
+    QVERIFY2(QFileInfo(QStringLiteral(VELQUIN_CONVERT)).isExecutable(), VELQUIN_CONVERT);
+}
+
+// A recording in a format the player reads but many editors do not (MPEG-4
+// Visual and MP3 in Matroska) comes out as H.264 and AAC in MP4, every
+// picture kept, as long as the source; a file that is no recording is refused
+// and leaves nothing behind, and neither the recording (named through a link)
+// nor a file already there is written over.
+void TestConvertMergeStream::convert() {
+    const QString strIn = Path(QStringLiteral("camera.mkv"));
+    QVERIFY(Ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=352x288:rate=25:duration=3", "-f", "lavfi", "-i",
+                    "sine=frequency=440:sample_rate=44100:duration=3", "-c:v", "mpeg4", "-c:a", "libmp3lame",
+                    strIn}));
+    const QString strOut = Path(QStringLiteral("camera.mp4"));
+    const Run run = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strIn, "--out", strOut, "--preset",
+                                                                 "ultrafast", "--size", "176x144"});
+    QVERIFY2(run.nExit == 0, run.baErr.constData());
+    QCOMPARE(Probe(strOut, "stream=codec_name", "v:0"), QStringLiteral("h264"));
+    QCOMPARE(Probe(strOut, "stream=codec_name", "a:0"), QStringLiteral("aac"));
+    QCOMPARE(Probe(strOut, "stream=width,height", "v:0"), QStringLiteral("176\n144"));
+    QCOMPARE(Probe(strOut, "stream=r_frame_rate", "v:0"), QStringLiteral("25/1"));
+    QCOMPARE(Probe(strOut, "stream=nb_read_frames", "v:0", true),
+             Probe(strIn, "stream=nb_read_frames", "v:0", true));
+    const double dIn = Probe(strIn, "format=duration").toDouble();
+    const double dOut = Probe(strOut, "format=duration").toDouble();
+    QVERIFY2(dIn > 2.9 && qAbs(dOut - dIn) <= 0.04, qPrintable(QStringLiteral("%1 / %2").arg(dIn).arg(dOut)));
+
+    const qint64 nInSize = QFileInfo(strIn).size();
+    const qint64 nOutSize = QFileInfo(strOut).size();
+    const QString strLink = Path(QStringLiteral("link.mp4"));
+    QVERIFY(QFile::link(strIn, strLink));
+    const Run self =
+        RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strIn, "--out", strLink, "--overwrite"});
+    QCOMPARE(self.nExit, 1);
+    const Run again = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strIn, "--out", strOut});
+    QCOMPARE(again.nExit, 1);
+    QVERIFY2(again.baErr.contains("exists"), again.baErr.constData());
+    QCOMPARE(QFileInfo(strIn).size(), nInSize);
+    QCOMPARE(QFileInfo(strOut).size(), nOutSize);
+
+    const QString strText = Path(QStringLiteral("notes.txt"));
+    QFile file(strText);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("not a recording\n");
+    file.close();
+    const QString strBadOut = Path(QStringLiteral("notes.mp4"));
+    const Run bad = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strText, "--out", strBadOut});
+    QCOMPARE(bad.nExit, 1);
+    QVERIFY(!bad.baErr.isEmpty());
+    QVERIFY(!QFileInfo::exists(strBadOut));
+
+    // Stopped half way (SIGTERM, as Cancel in the window), the converter ends
+    // promptly and the half-written file (under its temporary name) is gone.
+    const QString strLong = Path(QStringLiteral("long.mkv"));
+    QVERIFY(
+        Ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=704x576:rate=25:duration=30", "-c:v", "mpeg4", strLong}));
+    const QString strPartial = Path(QStringLiteral("long.mp4"));
+    QProcess process;
+    process.start(QStringLiteral(VELQUIN_CONVERT),
+                  {"--in", strLong, "--out", strPartial, "--preset", "veryslow"});
+    QVERIFY(process.waitForStarted());
+    QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(strPartial + QStringLiteral(".part")).size() > 0, 30000);
+    process.terminate();
+    QVERIFY(process.waitForFinished(5000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 2);
+    QVERIFY(!QFileInfo::exists(strPartial));
+    QVERIFY(!QFileInfo::exists(strPartial + QStringLiteral(".part")));
+}
+
+// Three recordings of one camera, named out of order, are joined by their
+// creation times: all pictures, red then green then blue, the output dated
+// as the first. A later recording keeps its place on the time line, the gap
+// included. A camera of another size is refused unless re-encoding is chosen,
+// and then joined at the first one's size, at its place too.
+void TestConvertMergeStream::mergeInTimeOrder() {
+    const char* const kColours[] = {"red", "green", "blue"};
+    QStringList lstClips;
+    for (int i = 0; i < 3; ++i) {
+        // The names sort the other way round from the times.
+        const QString strClip = Path(QStringLiteral("part_%1.mp4").arg(QChar('c' - i)));
+        QVERIFY(Ffmpeg({"-f", "lavfi", "-i", QStringLiteral("color=c=%1:s=160x120:r=25:d=1").arg(kColours[i]),
+                        "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-metadata",
+                        QStringLiteral("creation_time=2024-05-01T10:00:0%1Z").arg(i), strClip}));
+        lstClips << strClip;
+    }
+    const QString strOut = Path(QStringLiteral("merged.mp4"));
+    const Run run =
+        RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strOut, lstClips[1], lstClips[2], lstClips[0]});
+    QVERIFY2(run.nExit == 0, run.baErr.constData());
+    QVERIFY(run.baOut.contains("copied"));
+    QCOMPARE(Probe(strOut, "stream=nb_read_frames", "v:0", true), QStringLiteral("75"));
+    QVERIFY(Probe(strOut, "format_tags=creation_time").startsWith(QStringLiteral("2024-05-01T10:00:00")));
+    // One averaged pixel per picture: the dominant colour of each second.
+    const Run pixels = RunProgram(QStringLiteral("ffmpeg"), {"-v", "error", "-i", strOut, "-vf", "scale=1:1",
+                                                             "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
+    QCOMPARE(pixels.baOut.size(), 75 * 3);
+    for (int nFrame = 0; nFrame < 75; ++nFrame) {
+        const auto* p = reinterpret_cast<const unsigned char*>(pixels.baOut.constData()) + nFrame * 3;
+        const int nChannel = nFrame / 25; // 0 red, 1 green, 2 blue
+        for (int c = 0; c < 3; ++c)
+            QVERIFY2(c == nChannel ? p[c] > 100 : p[c] < 60,
+                     qPrintable(QStringLiteral("picture %1").arg(nFrame)));
+    }
+
+    // Recorded at 10:00:05: its pictures stay at 5 s, so the player's clock reads 10:00:05.
+    const QString strLate = Path(QStringLiteral("late.mp4"));
+    QVERIFY(Ffmpeg({"-f", "lavfi", "-i", "color=c=green:s=160x120:r=25:d=1", "-c:v", "libx264", "-preset",
+                    "ultrafast", "-pix_fmt", "yuv420p", "-metadata", "creation_time=2024-05-01T10:00:05Z",
+                    strLate}));
+    const QString strGap = Path(QStringLiteral("gap.mp4"));
+    QCOMPARE(RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strGap, strLate, lstClips[0]}).nExit, 0);
+    QCOMPARE(Probe(strGap, "stream=nb_read_frames", "v:0", true), QStringLiteral("50"));
+    QVERIFY2(qAbs(Probe(strGap, "format=duration").toDouble() - 6.0) < 0.05,
+             qPrintable(Probe(strGap, "format=duration")));
+
+    const QString strOther = Path(QStringLiteral("other_camera.mp4"));
+    QVERIFY(Ffmpeg({"-f", "lavfi", "-i", "color=c=white:s=320x240:r=25:d=1", "-c:v", "libx264", "-preset",
+                    "ultrafast", "-pix_fmt", "yuv420p", "-metadata", "creation_time=2024-05-01T10:00:05Z",
+                    strOther}));
+    const QString strMixed = Path(QStringLiteral("mixed.mp4"));
+    const Run refused = RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strMixed, strOther, lstClips[0]});
+    QCOMPARE(refused.nExit, 1);
+    QVERIFY2(refused.baErr.contains("320x240"), refused.baErr.constData());
+    QVERIFY(!QFileInfo::exists(strMixed));
+    const Run reencoded =
+        RunProgram(QStringLiteral(VELQUIN_MERGE),
+                   {"--reencode", "--preset", "ultrafast", "--out", strMixed, strOther, lstClips[0]});
+    QVERIFY2(reencoded.nExit == 0, reencoded.baErr.constData());
+    QCOMPARE(Probe(strMixed, "stream=width,height", "v:0"), QStringLiteral("160\n120"));
+    QCOMPARE(Probe(strMixed, "stream=nb_read_frames", "v:0", true), QStringLiteral("50"));
+    QVERIFY2(qAbs(Probe(strMixed, "format=duration").toDouble() - 6.0) < 0.05,
+             qPrintable(Probe(strMixed, "format=duration")));
+}
+
+// A recording served over RTSP reaches a player picture for picture as the
+// file holds it; with looping, the stream goes on past the end and starts
+// again with the first picture. The server stops on SIGTERM.
+void TestConvertMergeStream::stream() {
+    const QString strClip = Path(QStringLiteral("gate.mp4"));
+    QVERIFY(Ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=320x240:rate=25:duration=2", "-f", "lavfi", "-i",
+                    "sine=frequency=440:duration=2", "-c:v", "libx264", "-preset", "ultrafast", "-g", "25",
+                    "-pix_fmt", "yuv420p", "-c:a", "aac", strClip}));
+    const QStringList lstFileMd5 = PictureMd5s({"-i", strClip}, 50);
+    QCOMPARE(lstFileMd5.size(), 50);
+
+    for (const bool bLoop : {false, true}) {
+        QProcess server;
+        QStringList lstArgs{"--in", strClip, "--port", "0", "--address", "127.0.0.1", "--mount", "gate"};
+        if (bLoop)
+            lstArgs << "--loop";
+        server.start(QStringLiteral(VELQUIN_STREAM), lstArgs);
+        QVERIFY(server.waitForStarted());
+        QString strUrl;
+        QDeadlineTimer deadline(kServerStartMs);
+        while (strUrl.isEmpty() && !deadline.hasExpired() && server.state() == QProcess::Running) {
+            if (server.canReadLine() || server.waitForReadyRead(int(deadline.remainingTime()))) {
+                const QString strLine = QString::fromUtf8(server.readLine()).trimmed();
+                if (strLine.startsWith(QStringLiteral("Serving ")))
+                    strUrl = strLine.mid(8);
+            }
+        }
+        QVERIFY2(
+            QRegularExpression(QStringLiteral("^rtsp://127\\.0\\.0\\.1:\\d+/gate$")).match(strUrl).hasMatch(),
+            qPrintable(strUrl + QString::fromUtf8(server.readAllStandardError())));
+
+        const int nFrames = bLoop ? 75 : 50;
+        const QStringList lstGot =
+            PictureMd5s({"-rtsp_transport", "tcp", "-timeout", "5000000", "-i", strUrl}, nFrames);
+        QCOMPARE(lstGot.size(), nFrames);
+        QCOMPARE(lstGot.mid(0, 50), lstFileMd5);
+        if (bLoop)
+            QCOMPARE(lstGot.mid(50), lstFileMd5.mid(0, 25));
+
+        server.terminate(); // SIGTERM to its process id
+        QVERIFY(server.waitForFinished(5000));
+        QCOMPARE(server.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(server.exitCode(), 0);
+    }
+}
+
+QTEST_GUILESS_MAIN(TestConvertMergeStream)
+#include "TestConvertMergeStream.moc"
