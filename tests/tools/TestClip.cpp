@@ -16,61 +16,12 @@
 #include "ClipManifest.h"
 #include "ClipWindow.h"
 #include "ToolArgs.h"
+#include "ToolRun.h"
 
 namespace {
 
-const int kProcessTimeoutMs = 120000;
-
-struct Ran {
-    int nExit = -1;
-    QString strOut;
-    QString strErr;
-};
-
-Ran RunProgram(const QString& strProgram, const QStringList& lstArgs, const QString& strDir = QString()) {
-    QProcess proc;
-    if (!strDir.isEmpty())
-        proc.setWorkingDirectory(strDir);
-    proc.start(strProgram, lstArgs);
-    Ran ran;
-    if (!proc.waitForFinished(kProcessTimeoutMs)) {
-        proc.kill();
-        proc.waitForFinished(5000);
-        ran.strErr = QStringLiteral("timed out");
-        return ran;
-    }
-    ran.nExit = proc.exitStatus() == QProcess::NormalExit ? proc.exitCode() : -1;
-    ran.strOut = QString::fromLocal8Bit(proc.readAllStandardOutput());
-    ran.strErr = QString::fromLocal8Bit(proc.readAllStandardError());
-    return ran;
-}
-
 Ran RunClip(const QStringList& lstArgs) {
     return RunProgram(QStringLiteral(VELQUIN_CLIP_TOOL), lstArgs);
-}
-
-// The checksums of every decoded picture, in the order shown.
-QStringList FrameMd5s(const QString& strPath) {
-    const Ran ran =
-        RunProgram(QStringLiteral("ffmpeg"),
-                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), strPath,
-                    QStringLiteral("-an"), QStringLiteral("-fps_mode"), QStringLiteral("passthrough"),
-                    QStringLiteral("-f"), QStringLiteral("framemd5"), QStringLiteral("-")});
-    QStringList lstSums;
-    for (const QString& strLine : ran.strOut.split(QLatin1Char('\n'))) {
-        if (strLine.startsWith(QLatin1Char('#')) || strLine.trimmed().isEmpty())
-            continue;
-        lstSums << strLine.section(QLatin1Char(','), 5).trimmed();
-    }
-    return lstSums;
-}
-
-QString Probe(const QString& strPath, const QString& strEntries) {
-    const Ran ran =
-        RunProgram(QStringLiteral("ffprobe"),
-                   {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-show_entries"),
-                    strEntries, QStringLiteral("-of"), QStringLiteral("default=nw=1:nk=1"), strPath});
-    return ran.strOut.trimmed();
 }
 
 QPair<int, int> FramePair(const ClipManifest& manifest, const char* szKey) {
@@ -98,46 +49,38 @@ private:
 void TestClip::initTestCase() {
     QVERIFY(m_dir.isValid());
     m_strSource = m_dir.filePath(QStringLiteral("cam1.mp4"));
-    const Ran ran =
-        RunProgram(QStringLiteral("ffmpeg"), {QStringLiteral("-v"),
-                                              QStringLiteral("error"),
-                                              QStringLiteral("-f"),
-                                              QStringLiteral("lavfi"),
-                                              QStringLiteral("-i"),
-                                              QStringLiteral("testsrc2=size=320x240:rate=25:duration=12"),
-                                              QStringLiteral("-f"),
-                                              QStringLiteral("lavfi"),
-                                              QStringLiteral("-i"),
-                                              QStringLiteral("sine=frequency=440:duration=12"),
-                                              QStringLiteral("-c:v"),
-                                              QStringLiteral("libx264"),
-                                              QStringLiteral("-preset"),
-                                              QStringLiteral("veryfast"),
-                                              QStringLiteral("-g"),
-                                              QStringLiteral("50"),
-                                              QStringLiteral("-bf"),
-                                              QStringLiteral("2"),
-                                              QStringLiteral("-pix_fmt"),
-                                              QStringLiteral("yuv420p"),
-                                              QStringLiteral("-c:a"),
-                                              QStringLiteral("aac"),
-                                              QStringLiteral("-shortest"),
-                                              QStringLiteral("-metadata"),
-                                              QStringLiteral("creation_time=2024-03-15T12:00:00.000000Z"),
-                                              m_strSource});
-    QVERIFY2(ran.nExit == 0 && QFileInfo(m_strSource).size() > 0, qPrintable(ran.strErr));
+    QVERIFY(Ffmpeg({"-f",
+                    "lavfi",
+                    "-i",
+                    "testsrc2=size=320x240:rate=25:duration=12",
+                    "-f",
+                    "lavfi",
+                    "-i",
+                    "sine=frequency=440:duration=12",
+                    "-c:v",
+                    "libx264",
+                    "-preset",
+                    "veryfast",
+                    "-g",
+                    "50",
+                    "-bf",
+                    "2",
+                    "-pix_fmt",
+                    "yuv420p",
+                    "-c:a",
+                    "aac",
+                    "-shortest",
+                    "-metadata",
+                    "creation_time=2024-03-15T12:00:00.000000Z",
+                    m_strSource}));
     // The same recording as a transport stream, as recorders write it: no
     // creation time inside, the start stamped in the name, and a device
     // record at each key frame, which leaves the picture after it without
     // time stamps in the stream.
-    const Ran ranTs = RunProgram(
-        QStringLiteral("ffmpeg"),
-        {QStringLiteral("-v"), QStringLiteral("error"), QStringLiteral("-i"), m_strSource, QStringLiteral("-c"),
-         QStringLiteral("copy"), QStringLiteral("-bsf:v"),
-         QStringLiteral("h264_metadata=sei_user_data=b60e8f6c-273d-414f-a5de-3b101d4d6de6+"
-                        "mac=00-1a-2b-3c-4d-5e;sn=AB1234567;chan=2;time=20240315120000"),
-         m_dir.filePath(QStringLiteral("cam1_20240315120000.ts"))});
-    QVERIFY2(ranTs.nExit == 0, qPrintable(ranTs.strErr));
+    QVERIFY(Ffmpeg({"-i", m_strSource, "-c", "copy", "-bsf:v",
+                    "h264_metadata=sei_user_data=b60e8f6c-273d-414f-a5de-3b101d4d6de6+"
+                    "mac=00-1a-2b-3c-4d-5e;sn=AB1234567;chan=2;time=20240315120000",
+                    m_dir.filePath(QStringLiteral("cam1_20240315120000.ts"))}));
 }
 
 void TestClip::clipMatchesSourceSpan_data() {
@@ -173,10 +116,10 @@ void TestClip::clipMatchesSourceSpan() {
     const QString strClip = m_dir.filePath(strClipName);
     const Ran ran =
         RunClip(QStringList{QStringLiteral("--in"), strSource, QStringLiteral("--out"), strClip} + lstSpan);
-    QVERIFY2(ran.nExit == 0, qPrintable(ran.strErr));
+    QVERIFY2(ran.nExit == 0, qPrintable(ran.Err()));
 
     const QString strManifestPath = ClipManifest::PathFor(strClip);
-    QVERIFY(ran.strOut.contains(strManifestPath));
+    QVERIFY(ran.Out().contains(strManifestPath));
     ClipManifest manifest;
     QString strWhy;
     QVERIFY2(manifest.Read(strManifestPath, &strWhy), qPrintable(strWhy));
@@ -190,8 +133,8 @@ void TestClip::clipMatchesSourceSpan() {
     }
 
     // The clip's pictures are the source's of the actual span, bit for bit.
-    const QStringList lstSource = FrameMd5s(strSource);
-    const QStringList lstClip = FrameMd5s(strClip);
+    const QStringList lstSource = PictureMd5s({QStringLiteral("-i"), strSource});
+    const QStringList lstClip = PictureMd5s({QStringLiteral("-i"), strClip});
     QCOMPARE(lstSource.size(), 300);
     QCOMPARE(lstClip, lstSource.mid(actual.first, actual.second - actual.first + 1));
     // Sound comes along, and the time line starts at 0; a transport stream
@@ -220,11 +163,11 @@ void TestClip::clipMatchesSourceSpan() {
 
     // Both checksums hold, for sha256sum as for the tool; one changed byte of
     // the clip is found and named.
-    const Ran ranSum =
-        RunProgram(QStringLiteral("sha256sum"), {QStringLiteral("-c"), strManifestPath}, m_dir.path());
-    QVERIFY2(ranSum.nExit == 0, qPrintable(ranSum.strOut + ranSum.strErr));
+    const Ran ranSum = RunProgram(QStringLiteral("sha256sum"), {QStringLiteral("-c"), strManifestPath},
+                                  kToolTimeoutMs, m_dir.path());
+    QVERIFY2(ranSum.nExit == 0, qPrintable(ranSum.Out() + ranSum.Err()));
     const Ran ranOk = RunClip({QStringLiteral("--verify"), strManifestPath});
-    QVERIFY2(ranOk.nExit == 0, qPrintable(ranOk.strErr));
+    QVERIFY2(ranOk.nExit == 0, qPrintable(ranOk.Err()));
     {
         QFile file(strClip);
         QVERIFY(file.open(QIODevice::ReadWrite));
@@ -236,8 +179,8 @@ void TestClip::clipMatchesSourceSpan() {
     }
     const Ran ranBad = RunClip({QStringLiteral("--verify"), strManifestPath});
     QCOMPARE(ranBad.nExit, int(ToolArgs::kExitFailure));
-    QVERIFY2(ranBad.strErr.contains(QLatin1String("clip: DIFFERS")), qPrintable(ranBad.strErr));
-    QVERIFY2(ranBad.strErr.contains(QLatin1String("source: OK")), qPrintable(ranBad.strErr));
+    QVERIFY2(ranBad.Err().contains(QLatin1String("clip: DIFFERS")), qPrintable(ranBad.Err()));
+    QVERIFY2(ranBad.Err().contains(QLatin1String("source: OK")), qPrintable(ranBad.Err()));
 }
 
 void TestClip::refusesBadInput() {
@@ -290,8 +233,8 @@ void TestClip::refusesBadInput() {
     };
     for (const Case& c : cases) {
         const Ran ran = RunClip(c.lstArgs);
-        QVERIFY2(ran.nExit == ToolArgs::kExitBadInput, qPrintable(c.lstArgs.join(' ') + " -> " + ran.strErr));
-        QVERIFY2(ran.strErr.contains(c.strSays), qPrintable(ran.strErr));
+        QVERIFY2(ran.nExit == ToolArgs::kExitBadInput, qPrintable(c.lstArgs.join(' ') + " -> " + ran.Err()));
+        QVERIFY2(ran.Err().contains(c.strSays), qPrintable(ran.Err()));
         QVERIFY(!QFileInfo::exists(strOut));
     }
     QCOMPARE(QFileInfo(m_strSource).size(), nSourceBytes);
@@ -304,10 +247,10 @@ void TestClip::refusesBadInput() {
     const QString strManifest =
         QDir(outDir.path())
             .filePath(QStringLiteral("cam1_20240315120004_clip_4.000s-9.000s_keyframe.ts.manifest.sha256"));
-    QVERIFY2(ranFirst.nExit == 0 && ranFirst.strOut.contains(strManifest), qPrintable(ranFirst.strOut));
+    QVERIFY2(ranFirst.nExit == 0 && ranFirst.Out().contains(strManifest), qPrintable(ranFirst.Out()));
     const Ran ranAgain = RunClip(lstTs);
     QCOMPARE(ranAgain.nExit, int(ToolArgs::kExitBadInput));
-    QVERIFY2(ranAgain.strErr.contains(QLatin1String("exists already")), qPrintable(ranAgain.strErr));
+    QVERIFY2(ranAgain.Err().contains(QLatin1String("exists already")), qPrintable(ranAgain.Err()));
     QCOMPARE(RunClip({QStringLiteral("--verify"), strManifest}).nExit, 0);
     QCOMPARE(QDir(outDir.path()).entryList(QDir::Files).size(), 2);
 }
@@ -348,7 +291,7 @@ void TestClip::windowFromPlayerArguments() {
     window.SetExact(true);
     window.SetSpanFrames(10, 40);
     QTest::mouseClick(window.findChild<QPushButton*>(QStringLiteral("m_pBtnStart")), Qt::LeftButton);
-    QVERIFY(spyDone.wait(kProcessTimeoutMs));
+    QVERIFY(spyDone.wait(kToolTimeoutMs));
     QVERIFY2(spyDone.last().at(0).toBool(), qPrintable(window.StatusText()));
     QCOMPARE(window.ProgressPercent(), 100);
     const QString strManifest = window.ManifestPath();
@@ -359,9 +302,10 @@ void TestClip::windowFromPlayerArguments() {
     QVERIFY2(manifest.Read(strManifest, &strWhy), qPrintable(strWhy));
     QCOMPARE(manifest.Value(QStringLiteral("actual-frames")), QStringLiteral("10 40"));
     const QString strClip = strManifest.chopped(QStringLiteral(".manifest.sha256").size());
-    QCOMPARE(FrameMd5s(strClip), FrameMd5s(m_strSource).mid(10, 31));
+    QCOMPARE(PictureMd5s({QStringLiteral("-i"), strClip}),
+             PictureMd5s({QStringLiteral("-i"), m_strSource}).mid(10, 31));
     window.VerifyManifest(strManifest);
-    QVERIFY(spyDone.wait(kProcessTimeoutMs));
+    QVERIFY(spyDone.wait(kToolTimeoutMs));
     QVERIFY2(spyDone.last().at(0).toBool(), qPrintable(window.StatusText()));
     QVERIFY(window.StatusText().contains(QLatin1String("clip: OK")));
 }

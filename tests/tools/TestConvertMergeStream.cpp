@@ -6,65 +6,11 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include "ToolRun.h"
+
 namespace {
 
-const int kToolTimeoutMs = 120000;
 const int kServerStartMs = 10000;
-
-struct Run {
-    int nExit = -1; // -1: did not finish in time
-    QByteArray baOut;
-    QByteArray baErr;
-};
-
-Run RunProgram(const QString& strProgram, const QStringList& lstArgs, int nTimeoutMs = kToolTimeoutMs) {
-    Run run;
-    QProcess process;
-    process.start(strProgram, lstArgs);
-    if (!process.waitForStarted() || !process.waitForFinished(nTimeoutMs)) {
-        process.kill();
-        process.waitForFinished();
-        return run;
-    }
-    run.baOut = process.readAllStandardOutput();
-    run.baErr = process.readAllStandardError();
-    run.nExit = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-    return run;
-}
-
-bool Ffmpeg(const QStringList& lstArgs) {
-    return RunProgram(QStringLiteral("ffmpeg"),
-                      QStringList{"-hide_banner", "-loglevel", "error", "-nostdin", "-y"} + lstArgs)
-               .nExit == 0;
-}
-
-// One value of ffprobe, e.g. Probe(f, "format=duration") or Probe(f, "stream=codec_name", "v:0").
-QString Probe(const QString& strFile, const QString& strEntries, const QString& strStreams = QString(),
-              bool bCount = false) {
-    QStringList lstArgs{"-v", "error", "-show_entries", strEntries, "-of", "default=nw=1:nk=1"};
-    if (!strStreams.isEmpty())
-        lstArgs << "-select_streams" << strStreams;
-    if (bCount)
-        lstArgs << "-count_frames";
-    return QString::fromUtf8(RunProgram(QStringLiteral("ffprobe"), lstArgs << strFile).baOut).trimmed();
-}
-
-// The pictures' MD5s of the ffmpeg tool's decode, first nFrames of the first video stream, each
-// picture once (no frames made up or dropped for a constant rate).
-QStringList PictureMd5s(const QStringList& lstInput, int nFrames) {
-    const Run run = RunProgram(QStringLiteral("ffmpeg"),
-                               QStringList{"-hide_banner", "-loglevel", "error", "-nostdin"} + lstInput +
-                                   QStringList{"-map", "0:v:0", "-fps_mode", "passthrough", "-frames:v",
-                                               QString::number(nFrames), "-f", "framemd5", "-"},
-                               30000);
-    QStringList lstMd5;
-    for (const QByteArray& baLine : run.baOut.split('\n')) {
-        if (baLine.startsWith('#') || baLine.trimmed().isEmpty())
-            continue;
-        lstMd5 << QString::fromLatin1(baLine.split(',').last().trimmed());
-    }
-    return lstMd5;
-}
 
 } // namespace
 
@@ -98,7 +44,7 @@ void TestConvertMergeStream::convert() {
                     "sine=frequency=440:sample_rate=44100:duration=3", "-c:v", "mpeg4", "-c:a", "libmp3lame",
                     strIn}));
     const QString strOut = Path(QStringLiteral("camera.mp4"));
-    const Run run = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strIn, "--out", strOut, "--preset",
+    const Ran run = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strIn, "--out", strOut, "--preset",
                                                                  "ultrafast", "--size", "176x144"});
     QVERIFY2(run.nExit == 0, run.baErr.constData());
     QCOMPARE(Probe(strOut, "stream=codec_name", "v:0"), QStringLiteral("h264"));
@@ -115,10 +61,10 @@ void TestConvertMergeStream::convert() {
     const qint64 nOutSize = QFileInfo(strOut).size();
     const QString strLink = Path(QStringLiteral("link.mp4"));
     QVERIFY(QFile::link(strIn, strLink));
-    const Run self =
+    const Ran self =
         RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strIn, "--out", strLink, "--overwrite"});
     QCOMPARE(self.nExit, 1);
-    const Run again = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strIn, "--out", strOut});
+    const Ran again = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strIn, "--out", strOut});
     QCOMPARE(again.nExit, 1);
     QVERIFY2(again.baErr.contains("exists"), again.baErr.constData());
     QCOMPARE(QFileInfo(strIn).size(), nInSize);
@@ -130,7 +76,7 @@ void TestConvertMergeStream::convert() {
     file.write("not a recording\n");
     file.close();
     const QString strBadOut = Path(QStringLiteral("notes.mp4"));
-    const Run bad = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strText, "--out", strBadOut});
+    const Ran bad = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strText, "--out", strBadOut});
     QCOMPARE(bad.nExit, 1);
     QVERIFY(!bad.baErr.isEmpty());
     QVERIFY(!QFileInfo::exists(strBadOut));
@@ -171,14 +117,14 @@ void TestConvertMergeStream::mergeInTimeOrder() {
         lstClips << strClip;
     }
     const QString strOut = Path(QStringLiteral("merged.mp4"));
-    const Run run =
+    const Ran run =
         RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strOut, lstClips[1], lstClips[2], lstClips[0]});
     QVERIFY2(run.nExit == 0, run.baErr.constData());
     QVERIFY(run.baOut.contains("copied"));
     QCOMPARE(Probe(strOut, "stream=nb_read_frames", "v:0", true), QStringLiteral("75"));
     QVERIFY(Probe(strOut, "format_tags=creation_time").startsWith(QStringLiteral("2024-05-01T10:00:00")));
     // One averaged pixel per picture: the dominant colour of each second.
-    const Run pixels = RunProgram(QStringLiteral("ffmpeg"), {"-v", "error", "-i", strOut, "-vf", "scale=1:1",
+    const Ran pixels = RunProgram(QStringLiteral("ffmpeg"), {"-v", "error", "-i", strOut, "-vf", "scale=1:1",
                                                              "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
     QCOMPARE(pixels.baOut.size(), 75 * 3);
     for (int nFrame = 0; nFrame < 75; ++nFrame) {
@@ -205,11 +151,11 @@ void TestConvertMergeStream::mergeInTimeOrder() {
                     "ultrafast", "-pix_fmt", "yuv420p", "-metadata", "creation_time=2024-05-01T10:00:05Z",
                     strOther}));
     const QString strMixed = Path(QStringLiteral("mixed.mp4"));
-    const Run refused = RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strMixed, strOther, lstClips[0]});
+    const Ran refused = RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strMixed, strOther, lstClips[0]});
     QCOMPARE(refused.nExit, 1);
     QVERIFY2(refused.baErr.contains("320x240"), refused.baErr.constData());
     QVERIFY(!QFileInfo::exists(strMixed));
-    const Run reencoded =
+    const Ran reencoded =
         RunProgram(QStringLiteral(VELQUIN_MERGE),
                    {"--reencode", "--preset", "ultrafast", "--out", strMixed, strOther, lstClips[0]});
     QVERIFY2(reencoded.nExit == 0, reencoded.baErr.constData());
