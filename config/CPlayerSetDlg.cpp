@@ -37,12 +37,6 @@ constexpr int kPicHotKeys = 4;
 constexpr int kColorPageText = 9;
 constexpr int kColorPageTextSelected = 10;
 
-QString Text(const char* szKey, const char* szDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
-    return strText;
-}
-
 // The rows of the hot key page, in the page's order, with the field each edits.
 struct HotKeyRow {
     const char* szName;
@@ -324,50 +318,51 @@ void CPlayerSetDlg::ConnectSignals() {
 void CPlayerSetDlg::ReTranslateUI() {
     if (!m_bInited)
         return;
-    const QString strTitle = Text(IDS_PlaySetDlg_PlayerSetting, "Player Setting");
+    const QString strTitle = LanguageText(IDS_PlaySetDlg_PlayerSetting, "Player Setting");
     setWindowTitle(strTitle);
     m_pLabTitle->setText(strTitle);
-    m_pBtnCommonConfig->setText(Text(IDS_PlaySetDlg_Basic, "General"));
-    m_pBtnCapPic->setText(Text(IDS_Global_Capture, "Capture"));
-    m_pBtnHotKeys->setText(Text(IDS_PlaySetDlg_HotKeys, "HotKey"));
+    m_pBtnCommonConfig->setText(LanguageText(IDS_PlaySetDlg_Basic, "General"));
+    m_pBtnCapPic->setText(LanguageText(IDS_Global_Capture, "Capture"));
+    m_pBtnHotKeys->setText(LanguageText(IDS_PlaySetDlg_HotKeys, "HotKey"));
 
-    m_pLabelTopDisplay->setText(Text(IDS_MainWnd_TopDiaplay, "Top Display"));
-    m_pRadioPlayTop->setText(Text(IDS_MainWnd_PlayTop, "Play Top"));
-    m_pRadioNeverTop->setText(Text(IDS_MainWnd_NeverTop, "Never Top"));
-    m_pRadioAlwaysTop->setText(Text(IDS_MainWnd_AlwaysTop, "Always Top"));
-    m_pLabelPlayLocateMode->setText(Text(IDS_PlaySetDlg_PlayLocateMode, "Play Locate Mode"));
-    m_pRadioLocateTimeStamp->setText(Text(IDS_PlaySetDlg_TimeStampLocate, "Locate Time Stamp"));
-    m_pRadioLocateFrameNum->setText(Text(IDS_PlaySetDlg_FrameLocate, "Locate Frame"));
+    m_pLabelTopDisplay->setText(LanguageText(IDS_MainWnd_TopDiaplay, "Top Display"));
+    m_pRadioPlayTop->setText(LanguageText(IDS_MainWnd_PlayTop, "Play Top"));
+    m_pRadioNeverTop->setText(LanguageText(IDS_MainWnd_NeverTop, "Never Top"));
+    m_pRadioAlwaysTop->setText(LanguageText(IDS_MainWnd_AlwaysTop, "Always Top"));
+    m_pLabelPlayLocateMode->setText(LanguageText(IDS_PlaySetDlg_PlayLocateMode, "Play Locate Mode"));
+    m_pRadioLocateTimeStamp->setText(LanguageText(IDS_PlaySetDlg_TimeStampLocate, "Locate Time Stamp"));
+    m_pRadioLocateFrameNum->setText(LanguageText(IDS_PlaySetDlg_FrameLocate, "Locate Frame"));
     m_pCheckExitSavePlaylistFiles->setText(
-        Text(IDS_PlaySetDlg_ExitSavePlaylistFiles, "Exit Save Playlist Files"));
+        LanguageText(IDS_PlaySetDlg_ExitSavePlaylistFiles, "Exit Save Playlist Files"));
     m_pCheckStartHardDecodeEngine->setText(
-        Text(IDS_PlaySetDlg_StartHardDecodeEngine, "Start Hard Decode Engine"));
+        LanguageText(IDS_PlaySetDlg_StartHardDecodeEngine, "Start Hard Decode Engine"));
     m_pCheckExitSavePlayProgress->setText(
-        Text(IDS_PlaySetDlg_ExitSavePlayProgress, "Exit Save Play Progress"));
-    m_pCheckAutoAddSimilarFiles->setText(Text(IDS_PlaySetDlg_AutoAddSimilarFiles, "Auto Add Similar Files"));
-    m_pCheckAutoShowGuide->setText(Text(IDS_PlaySetDlg_AutoShowGuide, "Auto Show Guide"));
-    const QString strRestore = Text(IDS_PlaySetDlg_ResetDefaultSetting, "Restore");
+        LanguageText(IDS_PlaySetDlg_ExitSavePlayProgress, "Exit Save Play Progress"));
+    m_pCheckAutoAddSimilarFiles->setText(
+        LanguageText(IDS_PlaySetDlg_AutoAddSimilarFiles, "Auto Add Similar Files"));
+    m_pCheckAutoShowGuide->setText(LanguageText(IDS_PlaySetDlg_AutoShowGuide, "Auto Show Guide"));
+    const QString strRestore = LanguageText(IDS_PlaySetDlg_ResetDefaultSetting, "Restore");
     for (QPushButton* pBtn : {m_pBtnResetCommon, m_pBtnResetCapPic, m_pBtnResetHotKeys})
         pBtn->setText(strRestore);
 
-    m_pLabelOutputConfig->setText(Text(IDS_PlaySetDlg_OutputConfig_2, "Output Config"));
-    m_pLabelFormat->setText(Text(IDS_PlaySetDlg_Format_2, "Format"));
-    m_pLabelSavePath->setText(Text(IDS_PlaySetDlg_SavePath, "Save Path"));
-    m_pBtnCapSaveFolder->setText(Text(IDS_Global_Browse, "Browse"));
-    m_pLabelConCapConfig->setText(Text(IDS_PlaySetDlg_ConCapConfig_2, "Continuous Capture Config"));
-    m_pLabelConCapMode->setText(Text(IDS_MainWnd_ConCapPicMode_2, "Mode"));
-    m_pComboConCapMode->setItemText(0, Text(IDS_MainWnd_ConCapPicMode_ByTime, "By time"));
-    m_pComboConCapMode->setItemText(1, Text(IDS_MainWnd_ConCapPicMode_ByFrame, "By frame index"));
-    m_pLabelConCapSpace->setText(Text(IDS_PlaySetDlg_ConCapGap_2, "Gap"));
-    m_pLabelConCapMaxNum->setText(Text(IDS_PlaySetDlg_ConCapMaxNum_2, "Max Frame Number"));
+    m_pLabelOutputConfig->setText(LanguageText(IDS_PlaySetDlg_OutputConfig_2, "Output Config"));
+    m_pLabelFormat->setText(LanguageText(IDS_PlaySetDlg_Format_2, "Format"));
+    m_pLabelSavePath->setText(LanguageText(IDS_PlaySetDlg_SavePath, "Save Path"));
+    m_pBtnCapSaveFolder->setText(LanguageText(IDS_Global_Browse, "Browse"));
+    m_pLabelConCapConfig->setText(LanguageText(IDS_PlaySetDlg_ConCapConfig_2, "Continuous Capture Config"));
+    m_pLabelConCapMode->setText(LanguageText(IDS_MainWnd_ConCapPicMode_2, "Mode"));
+    m_pComboConCapMode->setItemText(0, LanguageText(IDS_MainWnd_ConCapPicMode_ByTime, "By time"));
+    m_pComboConCapMode->setItemText(1, LanguageText(IDS_MainWnd_ConCapPicMode_ByFrame, "By frame index"));
+    m_pLabelConCapSpace->setText(LanguageText(IDS_PlaySetDlg_ConCapGap_2, "Gap"));
+    m_pLabelConCapMaxNum->setText(LanguageText(IDS_PlaySetDlg_ConCapMaxNum_2, "Max Frame Number"));
     On_ConCapModeChanged(m_pComboConCapMode->currentIndex());
 
     for (int i = 0; i < kHotKeyCount; ++i)
-        m_pHotKeyLabel[i]->setText(Text(kHotKeyRows[i].szKey, kHotKeyRows[i].szDefault));
+        m_pHotKeyLabel[i]->setText(LanguageText(kHotKeyRows[i].szKey, kHotKeyRows[i].szDefault));
 
-    m_pBtnOK->setText(Text(IDS_Global_OK, "OK"));
-    m_pBtnCancel->setText(Text(IDS_Global_Cancel, "Cancel"));
-    m_pBtnApply->setText(Text(IDS_Global_Apply, "Apply"));
+    m_pBtnOK->setText(LanguageText(IDS_Global_OK, "OK"));
+    m_pBtnCancel->setText(LanguageText(IDS_Global_Cancel, "Cancel"));
+    m_pBtnApply->setText(LanguageText(IDS_Global_Apply, "Apply"));
 
     // Every page as wide as the widest in this language, so that the dialog
     // keeps its size when the pages are switched.
@@ -558,7 +553,7 @@ bool CPlayerSetDlg::On_BrowserCapPicFolder() {
     else if (!QDir(strStart).exists())
         QDir().mkpath(strStart); // a failure shows at the next capture, not here
     const QString strFolder =
-        QFileDialog::getExistingDirectory(this, Text(IDS_Global_OpenFolder, "Open Folder"), strStart);
+        QFileDialog::getExistingDirectory(this, LanguageText(IDS_Global_OpenFolder, "Open Folder"), strStart);
     if (strFolder.isEmpty())
         return false;
     m_pEditSaveFolder->setText(QDir::toNativeSeparators(strFolder));
@@ -582,7 +577,7 @@ bool CPlayerSetDlg::On_ConCapModeChanged(int nMode) {
     if (!m_bInited)
         return false;
     // Only the unit changes; the gap keeps its number and its limits.
-    m_pLabelConCapUnit->setText(nMode == 1 ? Text(IDS_MainWnd_Locate_UnitFrameIndex, "Frame")
-                                           : Text(IDS_MainWnd_Locate_UnitSecond, "Second"));
+    m_pLabelConCapUnit->setText(nMode == 1 ? LanguageText(IDS_MainWnd_Locate_UnitFrameIndex, "Frame")
+                                           : LanguageText(IDS_MainWnd_Locate_UnitSecond, "Second"));
     return true;
 }

@@ -14,12 +14,6 @@
 
 namespace {
 
-QString Text(const char* szKey, const char* szDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
-    return strText;
-}
-
 const int RES_ABOUT = 10;
 const int PIC_ICON = 0;
 const int ICON_SIDE = 64;
@@ -91,13 +85,13 @@ void AboutDlg::SetupUI() {
 }
 
 void AboutDlg::ReTranslateUI() {
-    const QString strTitle = Text(IDS_Global_About, "About");
+    const QString strTitle = LanguageText(IDS_Global_About, "About");
     setWindowTitle(strTitle);
     m_pLabelTitle->setText(strTitle);
     m_pLabelPlayerVision->setText(QStringLiteral("Velquin, V7.4.1 Build") +
                                   BuildDateDigits(QString::fromLatin1(__DATE__)));
     m_pLabelTavrixVision->setText(EngineVersionText(Tavrix_GetSdkVersion()));
-    m_pLabelCompanyVision->setText(Text(IDS_MainWnd_CompanyInfo, "Velquin Video Player"));
+    m_pLabelCompanyVision->setText(LanguageText(IDS_MainWnd_CompanyInfo, "Velquin Video Player"));
 }
 
 void AboutDlg::InitBkgs() {

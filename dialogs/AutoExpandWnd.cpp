@@ -10,12 +10,6 @@
 
 namespace {
 
-QString Text(const char* szKey, const char* szDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
-    return strText;
-}
-
 // Drawn grid of the proposed layout, so that the prompt needs no pictures.
 QString GridText(int nWndNum) {
     const int nSide = nWndNum == 16 ? 4 : (nWndNum == 9 ? 3 : 2);
@@ -75,17 +69,17 @@ bool AutoExpandWnd::Init() {
 bool AutoExpandWnd::SetProposal(int nWndNum, bool bIsHoverWnd) {
     QString strLayout;
     if (nWndNum == 4)
-        strLayout = Text(IDS_PlayWnd_4PlayWnd, "4-window");
+        strLayout = LanguageText(IDS_PlayWnd_4PlayWnd, "4-window");
     else if (nWndNum == 9)
-        strLayout = Text(IDS_PlayWnd_9PlayWnd, "9-window");
+        strLayout = LanguageText(IDS_PlayWnd_9PlayWnd, "9-window");
     else if (nWndNum == 16)
-        strLayout = Text(IDS_PlayWnd_16PlayWnd, "16-window");
+        strLayout = LanguageText(IDS_PlayWnd_16PlayWnd, "16-window");
     else
         return false;
     m_nProposedWndNum = nWndNum;
     m_bHoverLook = bIsHoverWnd;
     m_pLabelThumb->setText(GridText(nWndNum));
-    m_pLabelTextInfo1->setText(Text(IDS_AutoExpandWnd_Info1, "Drag the file here, expand to"));
+    m_pLabelTextInfo1->setText(LanguageText(IDS_AutoExpandWnd_Info1, "Drag the file here, expand to"));
     m_pLabelTextInfo2->setText(strLayout);
     SkinChanged();
     return true;

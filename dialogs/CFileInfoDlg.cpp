@@ -25,12 +25,6 @@ const int NAME_WIDTH = 110;
 const int HEAD_VALUE_WIDTH = 230;
 const int VALUE_WIDTH = 250;
 
-QString Text(const char* szKey, const char* szDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
-    return strText;
-}
-
 QLabel* MakeLabel(QWidget* pParent, const char* szName) {
     QLabel* pLabel = new QLabel(pParent);
     pLabel->setObjectName(QString::fromLatin1(szName));
@@ -135,19 +129,19 @@ void CFileInfoDlg::SetupUI() {
 }
 
 void CFileInfoDlg::ReTranslateUI() {
-    const QString strTitle = Text(IDS_Global_FileInfo, "File Info");
+    const QString strTitle = LanguageText(IDS_Global_FileInfo, "File Info");
     setWindowTitle(strTitle);
     m_pLabelTitle->setText(strTitle);
-    m_pLabelName_FileType->setText(Text(IDS_FileInfoDlg_FileType, "File Type"));
-    m_pLabelName_Resolution->setText(Text(IDS_FileInfoDlg_Resolution, "Resolution"));
-    m_pLabelName_VideoType->setText(Text(IDS_FileInfoDlg_VideoFormat, "Video Format"));
-    m_pLabelName_FrameRate->setText(Text(IDS_FileInfoDlg_VideoFrameRate, "Frame Rate"));
-    m_pLabelName_SoundType->setText(Text(IDS_FileInfoDlg_AudioFormat, "Audio Format"));
-    m_pLabelName_FilePath->setText(Text(IDS_FileInfoDlg_FilePath, "File Path"));
-    m_pLabelName_BitRate->setText(Text(IDS_FileInfoDlg_BitRate, "Bit Rate"));
-    m_pLabelName_GlobalTime->setText(Text(IDS_Global_GlobalTime, "Global Time"));
-    m_pLabelName_Encrypted->setText(Text(IDS_FileInfoDlg_Encrypted, "Encrypted"));
-    m_pLabelName_Damaged->setText(Text(IDS_FileInfoDlg_DamagedPictures, "Damaged Pictures"));
+    m_pLabelName_FileType->setText(LanguageText(IDS_FileInfoDlg_FileType, "File Type"));
+    m_pLabelName_Resolution->setText(LanguageText(IDS_FileInfoDlg_Resolution, "Resolution"));
+    m_pLabelName_VideoType->setText(LanguageText(IDS_FileInfoDlg_VideoFormat, "Video Format"));
+    m_pLabelName_FrameRate->setText(LanguageText(IDS_FileInfoDlg_VideoFrameRate, "Frame Rate"));
+    m_pLabelName_SoundType->setText(LanguageText(IDS_FileInfoDlg_AudioFormat, "Audio Format"));
+    m_pLabelName_FilePath->setText(LanguageText(IDS_FileInfoDlg_FilePath, "File Path"));
+    m_pLabelName_BitRate->setText(LanguageText(IDS_FileInfoDlg_BitRate, "Bit Rate"));
+    m_pLabelName_GlobalTime->setText(LanguageText(IDS_Global_GlobalTime, "Global Time"));
+    m_pLabelName_Encrypted->setText(LanguageText(IDS_FileInfoDlg_Encrypted, "Encrypted"));
+    m_pLabelName_Damaged->setText(LanguageText(IDS_FileInfoDlg_DamagedPictures, "Damaged Pictures"));
 }
 
 void CFileInfoDlg::InitBkgs() {
@@ -202,8 +196,8 @@ bool CFileInfoDlg::SetFileInfo(StreamInfo* pInfo, unsigned nFileTime, QPixmap* p
     }
     bool bEncrypted = false;
     if (CPlayHelper::IsEncryption(strPath, &bEncrypted))
-        m_pLabelValue_Encrypted->setText(bEncrypted ? Text(IDS_Global_Yes, "Yes")
-                                                    : Text(IDS_Global_No, "No"));
+        m_pLabelValue_Encrypted->setText(bEncrypted ? LanguageText(IDS_Global_Yes, "Yes")
+                                                    : LanguageText(IDS_Global_No, "No"));
     return true;
 }
 
@@ -305,5 +299,5 @@ QString CFileInfoDlg::FileTimeText(unsigned nSeconds) {
 QString CFileInfoDlg::FrameRateText(int nFrameRate) {
     if (nFrameRate >= 1)
         return QString::number(nFrameRate);
-    return Text(IDS_FileInfoDlg_FrameRateLessThan1, "Frame rate is less than 1 fps.");
+    return LanguageText(IDS_FileInfoDlg_FrameRateLessThan1, "Frame rate is less than 1 fps.");
 }

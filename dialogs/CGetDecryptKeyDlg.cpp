@@ -45,12 +45,6 @@ constexpr int kApplyWidth = kContainerWidth - kApplyX - 5;
 
 constexpr int kWarningHeight = 55;
 
-QString Text(const char* pKey, const char* pDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(pKey), strText, QString::fromUtf8(pDefault));
-    return strText;
-}
-
 // Characters as the user sees them: a character outside the basic plane counts once,
 // not as its two UTF-16 halves.
 int KeyLength(const QString& strKey) {
@@ -165,16 +159,16 @@ void CGetDecryptKeyDlg::ConnectSignals() {
 }
 
 void CGetDecryptKeyDlg::ReTranslateUI() {
-    const QString strTitle = Text(IDS_MainWnd_SetSecret, "Set Secret");
+    const QString strTitle = LanguageText(IDS_MainWnd_SetSecret, "Set Secret");
     setWindowTitle(strTitle);
     m_pLabTitle->setText(strTitle);
     m_pTextWarning->setText(
-        Text(IDS_MainWnd_GetDecryptKeyWarning,
-             "Please enter the correct key of the file. If the file failed to play, contact "
-             "the provider of the video to get the correct key and try again."));
-    m_pBtnOK->setText(Text(IDS_Global_OK, "OK"));
-    m_pBtnCancel->setText(Text(IDS_Global_Cancel, "Cancel"));
-    const QString strApply = Text(IDS_MainWnd_ApplyToAll, "Apply to all");
+        LanguageText(IDS_MainWnd_GetDecryptKeyWarning,
+                     "Please enter the correct key of the file. If the file failed to play, contact "
+                     "the provider of the video to get the correct key and try again."));
+    m_pBtnOK->setText(LanguageText(IDS_Global_OK, "OK"));
+    m_pBtnCancel->setText(LanguageText(IDS_Global_Cancel, "Cancel"));
+    const QString strApply = LanguageText(IDS_MainWnd_ApplyToAll, "Apply to all");
     for (const KeyRow& row : m_vecKeyRows) {
         row.pBtnApplyAll->setText(strApply);
         // The button is narrow; the tip keeps a long translation readable.
@@ -224,7 +218,7 @@ void CGetDecryptKeyDlg::SetFiles(const QMap<QString, QString>& mapFileKey) {
     if (m_mapFileKey.isEmpty())
         return;
 
-    const QString strApply = Text(IDS_MainWnd_ApplyToAll, "Apply to all");
+    const QString strApply = LanguageText(IDS_MainWnd_ApplyToAll, "Apply to all");
     const bool bSingle = m_mapFileKey.size() == 1;
     int i = 0;
     for (auto it = m_mapFileKey.cbegin(); it != m_mapFileKey.cend(); ++it, ++i) {
@@ -282,7 +276,8 @@ void CGetDecryptKeyDlg::On_BtnApplyAllPressed(QAbstractButton* pBtn) {
 }
 
 void CGetDecryptKeyDlg::ShowKeyMessage(const char* pKey, const char* pDefault) {
-    NonModalMessageBox::MsgBox(this, Text(IDS_Global_Information, "Information"), Text(pKey, pDefault));
+    NonModalMessageBox::MsgBox(this, LanguageText(IDS_Global_Information, "Information"),
+                               LanguageText(pKey, pDefault));
 }
 
 void CGetDecryptKeyDlg::On_OK() {

@@ -17,12 +17,6 @@ namespace {
 
 constexpr int kSkinResource = 5;
 
-QString Text(const char* pKey, const char* pDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(pKey), strText, QString::fromUtf8(pDefault));
-    return strText;
-}
-
 } // namespace
 
 CLocateDlg::CLocateDlg(QWidget* pParent) : CustomDialog(pParent) {
@@ -107,18 +101,18 @@ void CLocateDlg::ReTranslateUI() {
     // The prompts share their keys with the empty-field messages of On_OK, whose
     // default texts differ.
     const bool bFrame = m_nLocateMode == 1;
-    const QString strTitle = bFrame ? Text(IDS_PlaySetDlg_FrameLocate, "Locate Frame")
-                                    : Text(IDS_PlaySetDlg_TimeStampLocate, "Locate Time Stamp");
+    const QString strTitle = bFrame ? LanguageText(IDS_PlaySetDlg_FrameLocate, "Locate Frame")
+                                    : LanguageText(IDS_PlaySetDlg_TimeStampLocate, "Locate Time Stamp");
     setWindowTitle(strTitle);
     m_pLabTitle->setText(strTitle);
     m_pLabelPleaseInput->setText(
-        bFrame ? Text(IDS_PlaySetDlg_Warn_InputFrameIndex, "Please enter a frame number:")
-               : Text(IDS_PlaySetDlg_Warn_InputTime, "Please set input time:"));
-    const QString strUnit = bFrame ? Text(IDS_MainWnd_Locate_UnitFrameIndex, "Unit:Frame index")
-                                   : Text(IDS_MainWnd_Locate_UnitSecond, "Unit:Second");
+        bFrame ? LanguageText(IDS_PlaySetDlg_Warn_InputFrameIndex, "Please enter a frame number:")
+               : LanguageText(IDS_PlaySetDlg_Warn_InputTime, "Please set input time:"));
+    const QString strUnit = bFrame ? LanguageText(IDS_MainWnd_Locate_UnitFrameIndex, "Unit:Frame index")
+                                   : LanguageText(IDS_MainWnd_Locate_UnitSecond, "Unit:Second");
     m_pLabelRange->setText(QStringLiteral("(%1 0~%2)").arg(strUnit).arg(m_nRange - 1));
-    m_pBtnOK->setText(Text(IDS_Global_OK, "OK"));
-    m_pBtnCancel->setText(Text(IDS_Global_Cancel, "Cancel"));
+    m_pBtnOK->setText(LanguageText(IDS_Global_OK, "OK"));
+    m_pBtnCancel->setText(LanguageText(IDS_Global_Cancel, "Cancel"));
 }
 
 void CLocateDlg::SkinChanged() {
@@ -149,9 +143,10 @@ void CLocateDlg::On_OK() {
     const QString strInput = m_pEditInputNum->text();
     if (strInput.isEmpty()) {
         const QString strText =
-            m_nLocateMode == 1 ? Text(IDS_PlaySetDlg_Warn_InputFrameIndex, "Please enter a frame number!")
-                               : Text(IDS_PlaySetDlg_Warn_InputTime, "Please set the time.");
-        NonModalMessageBox::MsgBox(this, Text(IDS_Global_Information, "Information"), strText);
+            m_nLocateMode == 1
+                ? LanguageText(IDS_PlaySetDlg_Warn_InputFrameIndex, "Please enter a frame number!")
+                : LanguageText(IDS_PlaySetDlg_Warn_InputTime, "Please set the time.");
+        NonModalMessageBox::MsgBox(this, LanguageText(IDS_Global_Information, "Information"), strText);
         m_pEditInputNum->setFocus();
         return;
     }

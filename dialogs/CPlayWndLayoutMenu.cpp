@@ -10,12 +10,6 @@
 
 namespace {
 
-QString Text(const char* szKey, const char* szDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
-    return strText;
-}
-
 const int RES_LAYOUT = 16;
 const int CLR_TEXT = 12;
 const int CLR_TEXT_SELECTED = 13;
@@ -58,10 +52,10 @@ bool CPlayWndLayoutMenu::Init() {
 void CPlayWndLayoutMenu::UpdateLanguage() {
     if (!m_pBtnGroup)
         return;
-    m_pBtn1Wnd->SetToolTipText(Text(IDS_PlayWnd_1PlayWnd, "1 window"));
-    m_pBtn4Wnd->SetToolTipText(Text(IDS_PlayWnd_4PlayWnd, "4 window"));
-    m_pBtn9Wnd->SetToolTipText(Text(IDS_PlayWnd_9PlayWnd, "9 window"));
-    m_pBtn16Wnd->SetToolTipText(Text(IDS_PlayWnd_16PlayWnd, "16 window"));
+    m_pBtn1Wnd->SetToolTipText(LanguageText(IDS_PlayWnd_1PlayWnd, "1 window"));
+    m_pBtn4Wnd->SetToolTipText(LanguageText(IDS_PlayWnd_4PlayWnd, "4 window"));
+    m_pBtn9Wnd->SetToolTipText(LanguageText(IDS_PlayWnd_9PlayWnd, "9 window"));
+    m_pBtn16Wnd->SetToolTipText(LanguageText(IDS_PlayWnd_16PlayWnd, "16 window"));
 }
 
 bool CPlayWndLayoutMenu::SetCurWndNum(int nWndNum) {

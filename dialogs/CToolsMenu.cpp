@@ -15,12 +15,6 @@
 
 namespace {
 
-QString Text(const char* szKey, const char* szDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
-    return strText;
-}
-
 // Skin resource of the toolbox and its picture indexes.
 const int RES_TOOLS = 17;
 const int PIC_CLIP = 0;
@@ -80,15 +74,15 @@ bool CToolsMenu::Init() {
 void CToolsMenu::UpdateLanguage() {
     if (!m_pLabelTitle)
         return;
-    m_pLabelTitle->setText(Text(IDS_Global_ToolBox, "Toolbox"));
+    m_pLabelTitle->setText(LanguageText(IDS_Global_ToolBox, "Toolbox"));
     const struct {
         CSkinButton* pBtn;
         QString strText;
     } aBtns[] = {
-        {m_pBtnConvert, Text(IDS_Global_Convert, "Convert")},
-        {m_pBtnMerge, Text(IDS_Global_Merge, "Merge")},
-        {m_pBtnNps, Text(IDS_GLOBE_NPS, "Streaming")},
-        {m_pBtnCut, Text(IDS_Global_Cut, "Clip")},
+        {m_pBtnConvert, LanguageText(IDS_Global_Convert, "Convert")},
+        {m_pBtnMerge, LanguageText(IDS_Global_Merge, "Merge")},
+        {m_pBtnNps, LanguageText(IDS_GLOBE_NPS, "Streaming")},
+        {m_pBtnCut, LanguageText(IDS_Global_Cut, "Clip")},
     };
     for (const auto& btn : aBtns) {
         btn.pBtn->setText(btn.strText);

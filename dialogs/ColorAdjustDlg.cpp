@@ -17,12 +17,6 @@ namespace {
 constexpr int kSkinResource = 8;
 constexpr int kValueLabelWidth = 36;
 
-QString Text(const char* pKey, const char* pDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(pKey), strText, QString::fromUtf8(pDefault));
-    return strText;
-}
-
 } // namespace
 
 ColorAdjustDlg::ColorAdjustDlg(QWidget* pParent) : CustomDialog(pParent) {
@@ -122,14 +116,14 @@ void ColorAdjustDlg::ConnectSignals() {
 void ColorAdjustDlg::ReTranslateUI() {
     if (!m_pLabTitle)
         return;
-    const QString strTitle = Text(IDS_PlaySetDlg_ColorAdjust, "Color Adjust");
+    const QString strTitle = LanguageText(IDS_PlaySetDlg_ColorAdjust, "Color Adjust");
     setWindowTitle(strTitle);
     m_pLabTitle->setText(strTitle);
-    m_pLabelName_Brightness->setText(Text(IDS_PlaySetDlg_Lightness, "Brightness"));
-    m_pLabelName_Contrast->setText(Text(IDS_PlaySetDlg_Constrast, "Constrast"));
-    m_pLabelName_Saturation->setText(Text(IDS_PlaySetDlg_Chromaticity, "Saturation"));
-    m_pLabelName_Hue->setText(Text(IDS_PlaySetDlg_Hue, "Hue"));
-    m_pBtnReset->setText(Text(IDS_PlaySetDlg_ResetDefaultSetting, "Restore"));
+    m_pLabelName_Brightness->setText(LanguageText(IDS_PlaySetDlg_Lightness, "Brightness"));
+    m_pLabelName_Contrast->setText(LanguageText(IDS_PlaySetDlg_Constrast, "Constrast"));
+    m_pLabelName_Saturation->setText(LanguageText(IDS_PlaySetDlg_Chromaticity, "Saturation"));
+    m_pLabelName_Hue->setText(LanguageText(IDS_PlaySetDlg_Hue, "Hue"));
+    m_pBtnReset->setText(LanguageText(IDS_PlaySetDlg_ResetDefaultSetting, "Restore"));
 }
 
 void ColorAdjustDlg::SkinChanged() {

@@ -49,12 +49,6 @@ const char* const kModeLabelStyleGreyed = "#m_pLabelTransmitMode{color: rgb(96,1
 const char* const kModeStyleNormal = "#m_pComboTransmitMode{color: rgb(152,158,160);}";
 const char* const kModeLabelStyleNormal = "#m_pLabelTransmitMode{color: rgb(152,158,160);}";
 
-QString Text(const char* pKey, const char* pDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(pKey), strText, QString::fromUtf8(pDefault));
-    return strText;
-}
-
 QLabel* MakeLabel(QWidget* pParent, const char* pName) {
     auto* pLabel = new QLabel(pParent);
     pLabel->setObjectName(QLatin1String(pName));
@@ -219,27 +213,27 @@ void InputURLDlg::ConnectSignals() {
 
 void InputURLDlg::ReTranslateUI() {
     const QString strColon = QStringLiteral(":");
-    const QString strTitle = Text(IDS_Global_OpenURL, "Open URL");
+    const QString strTitle = LanguageText(IDS_Global_OpenURL, "Open URL");
     setWindowTitle(strTitle);
     m_pLabTitle->setText(strTitle);
-    m_pLabelURL->setText(Text(IDS_Global_URL, "URL") + strColon);
-    m_pLabelTransmitMode->setText(Text(IDS_Global_TransmitMode, "Transmit Mode") + strColon);
-    m_pLabelPort->setText(Text(IDS_Global_Port, "Port") + strColon);
-    m_pLabelExample->setText(Text(IDS_NetStream_Example, "Example"));
+    m_pLabelURL->setText(LanguageText(IDS_Global_URL, "URL") + strColon);
+    m_pLabelTransmitMode->setText(LanguageText(IDS_Global_TransmitMode, "Transmit Mode") + strColon);
+    m_pLabelPort->setText(LanguageText(IDS_Global_Port, "Port") + strColon);
+    m_pLabelExample->setText(LanguageText(IDS_NetStream_Example, "Example"));
     m_pLabelExampleColon->setText(QStringLiteral(": "));
     m_pLabelExampleScheme->setText(QStringLiteral("rtsp://"));
-    m_pLabelExampleUser->setText(Text(IDS_NetStream_UserName, "User Name"));
+    m_pLabelExampleUser->setText(LanguageText(IDS_NetStream_UserName, "User Name"));
     m_pLabelExampleSep->setText(strColon);
-    m_pLabelExamplePassword->setText(Text(IDS_NetStream_Password, "Password"));
+    m_pLabelExamplePassword->setText(LanguageText(IDS_NetStream_Password, "Password"));
     m_pLabelExampleAt->setText(QStringLiteral("@"));
-    m_pLabelExampleIP->setText(Text(IDS_NetStream_IPAddress, "IP Address"));
+    m_pLabelExampleIP->setText(LanguageText(IDS_NetStream_IPAddress, "IP Address"));
     m_pLabelExamplePath->setText(QStringLiteral("/Stream/Channels/101"));
-    m_pBtnOK->setText(Text(IDS_Global_OK, "OK"));
-    m_pBtnCancel->setText(Text(IDS_Global_Cancel, "Cancel"));
+    m_pBtnOK->setText(LanguageText(IDS_Global_OK, "OK"));
+    m_pBtnCancel->setText(LanguageText(IDS_Global_Cancel, "Cancel"));
     // The clear item is the last one of a filled list.
     if (m_pConfig && m_pComboURL->count() == m_pConfig->lstURLRecords.size() + 2)
         m_pComboURL->setItemText(m_pComboURL->count() - 1,
-                                 Text(IDS_NetStream_ClearURLRecords, "Clear URL Records"));
+                                 LanguageText(IDS_NetStream_ClearURLRecords, "Clear URL Records"));
 }
 
 void InputURLDlg::SkinChanged() {
@@ -271,7 +265,7 @@ void InputURLDlg::FillURLList() {
         m_pComboURL->addItem(strURL);
     // After the newest record; with no records it is item 0.
     m_pComboURL->insertSeparator(1);
-    m_pComboURL->addItem(Text(IDS_NetStream_ClearURLRecords, "Clear URL Records"));
+    m_pComboURL->addItem(LanguageText(IDS_NetStream_ClearURLRecords, "Clear URL Records"));
     m_pComboURL->setItemData(m_pComboURL->count() - 1, QColor(QLatin1String(kClearItemColor)),
                              Qt::ForegroundRole);
     m_pComboURL->setCurrentIndex(0);
@@ -303,20 +297,20 @@ void InputURLDlg::AddRecord(QStringList& lstRecords, const QString& strURL) {
 QString InputURLDlg::MessageForCode(int nCode) {
     switch (nCode) {
     case ORVEL_ERR_PROTOCOL_UNSUPPORT:
-        return Text(IDS_NetStream_ProtocolTypeUnSupport, "Protocol Type UnSupport");
+        return LanguageText(IDS_NetStream_ProtocolTypeUnSupport, "Protocol Type UnSupport");
     case ORVEL_ERR_TIMEOUT:
-        return Text(IDS_NetStream_ConnectTimeOut, "Connect Time Out");
+        return LanguageText(IDS_NetStream_ConnectTimeOut, "Connect Time Out");
     case ORVEL_ERR_AUTH:
-        return Text(IDS_NetStream_AuthInfoError, "Auth Info Error");
+        return LanguageText(IDS_NetStream_AuthInfoError, "Auth Info Error");
     case ORVEL_ERR_PLUGIN_LOAD:
-        return Text(IDS_NetStream_PlugInLoadFail, "Plug-in Load Fail");
+        return LanguageText(IDS_NetStream_PlugInLoadFail, "Plug-in Load Fail");
     default:
-        return Text(IDS_NetStream_ConnectFail, "Connect Fail");
+        return LanguageText(IDS_NetStream_ConnectFail, "Connect Fail");
     }
 }
 
 void InputURLDlg::ShowMessage(const QString& strText) {
-    NonModalMessageBox::MsgBox(this, Text(IDS_Global_Information, "Information"), strText);
+    NonModalMessageBox::MsgBox(this, LanguageText(IDS_Global_Information, "Information"), strText);
 }
 
 void InputURLDlg::On_OK() {
@@ -328,7 +322,7 @@ void InputURLDlg::On_OK() {
     int nPort = 0;
     GetURLInfo(strURL, nTransmitMode, nPort);
     if (strURL.isEmpty()) {
-        ShowMessage(Text(IDS_NetStream_URLIsEmpty, "URL is empty!"));
+        ShowMessage(LanguageText(IDS_NetStream_URLIsEmpty, "URL is empty!"));
         return;
     }
 
@@ -337,7 +331,7 @@ void InputURLDlg::On_OK() {
         return; // the dialog was closed during the test
     if (nCode == ORVEL_OK && strURL.contains(QLatin1String("rtmp://"))) {
         // It answered, but the play windows cannot take this protocol.
-        ShowMessage(Text(IDS_NetStream_ProtocolTypeUnSupport, "Protocol Type UnSupport"));
+        ShowMessage(LanguageText(IDS_NetStream_ProtocolTypeUnSupport, "Protocol Type UnSupport"));
         return;
     }
     if (nCode != ORVEL_OK) {

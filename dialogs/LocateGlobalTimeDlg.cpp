@@ -19,12 +19,6 @@ namespace {
 
 constexpr int kSkinResource = 5;
 
-QString Text(const char* pKey, const char* pDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(pKey), strText, QString::fromUtf8(pDefault));
-    return strText;
-}
-
 } // namespace
 
 LocateGlobalTimeDlg::LocateGlobalTimeDlg(QWidget* pParent) : CustomDialog(pParent) {
@@ -113,22 +107,23 @@ void LocateGlobalTimeDlg::ConnectSignals() {
 
 QString LocateGlobalTimeDlg::RangeText(const char* pKey, const char* pDefault,
                                        const TAVRIX_SYSTEM_TIME& stTime) const {
-    return QStringLiteral("%1: %2").arg(
-        Text(pKey, pDefault), QString::asprintf("%04d/%02d/%02d %02d:%02d:%02d", stTime.nYear, stTime.nMonth,
-                                                stTime.nDay, stTime.nHour, stTime.nMinute, stTime.nSecond));
+    return QStringLiteral("%1: %2").arg(LanguageText(pKey, pDefault),
+                                        QString::asprintf("%04d/%02d/%02d %02d:%02d:%02d", stTime.nYear,
+                                                          stTime.nMonth, stTime.nDay, stTime.nHour,
+                                                          stTime.nMinute, stTime.nSecond));
 }
 
 void LocateGlobalTimeDlg::ReTranslateUI() {
     if (!m_bInited)
         return;
-    const QString strTitle = Text(IDS_PlaySetDlg_GlobalTimeLocate, "Locate Global Time");
+    const QString strTitle = LanguageText(IDS_PlaySetDlg_GlobalTimeLocate, "Locate Global Time");
     setWindowTitle(strTitle);
     m_pLabTitle->setText(strTitle);
-    m_pLabelPleaseInput->setText(Text(IDS_PlaySetDlg_Warn_InputTime, "Please set input time:"));
+    m_pLabelPleaseInput->setText(LanguageText(IDS_PlaySetDlg_Warn_InputTime, "Please set input time:"));
     m_pLabelRangeBegin->setText(RangeText(IDS_Global_Begin, "Begin", m_stRangeBegin));
     m_pLabelRangeEnd->setText(RangeText(IDS_Global_End, "End", m_stRangeEnd));
-    m_pBtnOK->setText(Text(IDS_Global_OK, "OK"));
-    m_pBtnCancel->setText(Text(IDS_Global_Cancel, "Cancel"));
+    m_pBtnOK->setText(LanguageText(IDS_Global_OK, "OK"));
+    m_pBtnCancel->setText(LanguageText(IDS_Global_Cancel, "Cancel"));
 }
 
 void LocateGlobalTimeDlg::SkinChanged() {
@@ -172,9 +167,9 @@ void LocateGlobalTimeDlg::On_OK() {
     stInput.nSecond = dt.time().second();
     if (CPlayHelper::IsOneTimeEarly(&stInput, &m_stRangeBegin) ||
         CPlayHelper::IsOneTimeEarly(&m_stRangeEnd, &stInput)) {
-        NonModalMessageBox::MsgBox(
-            this, Text(IDS_Global_Information, "Information"),
-            Text(IDS_PlaySetDlg_Warn_InputValidTime, "Please enter the time during the valid range."));
+        NonModalMessageBox::MsgBox(this, LanguageText(IDS_Global_Information, "Information"),
+                                   LanguageText(IDS_PlaySetDlg_Warn_InputValidTime,
+                                                "Please enter the time during the valid range."));
         return;
     }
     emit Sig_PlayLocateByGlobalTime(&stInput);

@@ -14,12 +14,6 @@
 
 namespace {
 
-QString Text(const char* szKey, const char* szDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
-    return strText;
-}
-
 const int RES_START = 9;
 const int PIC_CENTER = 0;
 const int PIC_LEFT_TOP = 1;
@@ -126,11 +120,11 @@ bool StartPageWnd::Init() {
 void StartPageWnd::UpdateLanguage() {
     if (!m_pBtnOpenFile)
         return;
-    const QString strOpenFile = Text(IDS_Global_OpenFile, "Open File");
+    const QString strOpenFile = LanguageText(IDS_Global_OpenFile, "Open File");
     m_pBtnOpenFile->setText(strOpenFile);
     m_pBtnOpenFile->SetToolTipText(strOpenFile);
-    m_pBtnOpenFolder->setText(Text(IDS_Global_OpenFolder, "Open Folder"));
-    m_pBtnOpenStream->setText(Text(IDS_Global_OpenURL, "Open URL"));
+    m_pBtnOpenFolder->setText(LanguageText(IDS_Global_OpenFolder, "Open Folder"));
+    m_pBtnOpenStream->setText(LanguageText(IDS_Global_OpenURL, "Open URL"));
 }
 
 bool StartPageWnd::IsOpenMenuShown() const {

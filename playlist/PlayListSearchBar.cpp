@@ -26,12 +26,6 @@ const int TAB_HEIGHT = 28;
 const int FIELD_HEIGHT = 26;
 const int SEARCH_BUTTON_WIDTH = 60;
 
-QString Text(const char* szKey, const char* szDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
-    return strText;
-}
-
 QPushButton* MakeButton(QWidget* pParent, const char* szName) {
     QPushButton* pButton = new QPushButton(pParent);
     pButton->setObjectName(QString::fromLatin1(szName));
@@ -116,9 +110,9 @@ void PlayListSearchBar::SetupUI() {
 void PlayListSearchBar::UpdateLanguage() {
     if (!m_pBtnShowNameBar)
         return;
-    m_pBtnShowNameBar->setText(Text(IDS_FileInfoDlg_FileName, "File Name"));
-    m_pBtnShowTimeBar->setText(Text(IDS_Global_GlobalTime, "Global Time"));
-    const QString strSearch = Text(IDS_Global_Search, "Search");
+    m_pBtnShowNameBar->setText(LanguageText(IDS_FileInfoDlg_FileName, "File Name"));
+    m_pBtnShowTimeBar->setText(LanguageText(IDS_Global_GlobalTime, "Global Time"));
+    const QString strSearch = LanguageText(IDS_Global_Search, "Search");
     m_pBtnSearchName->setText(strSearch);
     m_pBtnSearchTime->setText(strSearch);
     // The fixed width fits the short texts; a longer translation widens the
@@ -175,8 +169,8 @@ void PlayListSearchBar::On_SearchByFileName() {
     const QString strKey = m_pEditSearchName->text();
     if (strKey.isEmpty()) {
         NonModalMessageBox::MsgBox(
-            window(), Text(IDS_Global_Information, "Information"),
-            Text(IDS_MainWnd_PleaseEnterSearchKeywords, "Please enter search keywords!"));
+            window(), LanguageText(IDS_Global_Information, "Information"),
+            LanguageText(IDS_MainWnd_PleaseEnterSearchKeywords, "Please enter search keywords!"));
         return;
     }
     emit Sig_SearchByFileName(strKey);

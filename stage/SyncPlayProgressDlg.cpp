@@ -36,12 +36,6 @@ const int RED_LINE_WIDTH = 15;
 const int RED_LINE_HEIGHT = 120;
 const int RED_LINE_X = 6; // the column of the line inside its label
 
-QString Text(const char* pKey, const char* pDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(pKey), strText, QString::fromUtf8(pDefault));
-    return strText;
-}
-
 int GradeOfScale(int nScale) {
     if (nScale <= 3)
         return 0;
@@ -206,7 +200,7 @@ bool SyncPlayProgressDlg::ResetSyncRuler() {
 void SyncPlayProgressDlg::UpdateLanguage() {
     if (!m_pLabelSyncPlayTitle)
         return;
-    const QString strTitle = Text(IDS_MainWnd_SyncPlay, "Synchronous Play");
+    const QString strTitle = LanguageText(IDS_MainWnd_SyncPlay, "Synchronous Play");
     m_pLabelSyncPlayTitle->setText(QStringLiteral("  %1(%2)").arg(strTitle).arg(int(m_vecFiles.size())));
 }
 

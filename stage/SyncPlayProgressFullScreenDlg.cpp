@@ -35,12 +35,6 @@ const int RED_LINE_HEIGHT = 70;
 const int RED_LINE_X = 4; // the column of the line inside its label
 const int PLAY_STATE_PAUSED = 2;
 
-QString Text(const char* pKey, const char* pDefault) {
-    QString strText;
-    CLanguageParser::FindString(QString::fromLatin1(pKey), strText, QString::fromUtf8(pDefault));
-    return strText;
-}
-
 } // namespace
 
 SyncPlayProgressFullScreenDlg::SyncPlayProgressFullScreenDlg(QWidget* pParent)
@@ -158,7 +152,7 @@ bool SyncPlayProgressFullScreenDlg::ShowPlayPos(const TAVRIX_SYSTEM_TIME* pTime)
 void SyncPlayProgressFullScreenDlg::UpdateLanguage() {
     if (!m_pBtnExitSync)
         return;
-    m_pBtnExitSync->setToolTip(Text(IDS_MainWnd_SyncPlayCancel, "Cancel Synchronous Play"));
+    m_pBtnExitSync->setToolTip(LanguageText(IDS_MainWnd_SyncPlayCancel, "Cancel Synchronous Play"));
     UpdatePlayBtn();
 }
 
@@ -168,10 +162,10 @@ void SyncPlayProgressFullScreenDlg::UpdatePlayBtn() {
     CDlgShow* pStage = Stage();
     if (pStage && pStage->GetPlayState() == PLAY_STATE_PAUSED) {
         m_pBtnPlayPause->setStyleSheet(m_strBtnStylePaused);
-        m_pBtnPlayPause->setToolTip(Text(IDS_Global_Pause, "Pause"));
+        m_pBtnPlayPause->setToolTip(LanguageText(IDS_Global_Pause, "Pause"));
     } else {
         m_pBtnPlayPause->setStyleSheet(m_strBtnStyleRunning);
-        m_pBtnPlayPause->setToolTip(Text(IDS_Global_Play, "Play"));
+        m_pBtnPlayPause->setToolTip(LanguageText(IDS_Global_Play, "Play"));
     }
 }
 

@@ -48,3 +48,7 @@ private:
     QHash<QString, QString> m_hashStrings;
     int m_nLanguage = 1;
 };
+
+// The text of szKey in the loaded language; szDefault (UTF-8) when the file
+// has none.
+QString LanguageText(const char* szKey, const char* szDefault);

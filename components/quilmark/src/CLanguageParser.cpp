@@ -126,3 +126,9 @@ bool CLanguageParser::FindString(const QString& strKey, QString& strText, const 
     strText = strDefault;
     return false;
 }
+
+QString LanguageText(const char* szKey, const char* szDefault) {
+    QString strText;
+    CLanguageParser::FindString(QString::fromLatin1(szKey), strText, QString::fromUtf8(szDefault));
+    return strText;
+}
