@@ -30,7 +30,9 @@ const int kPlayTimeoutMs = 30000;
 const int kLostTimeoutMs = 8000;
 const int kWnds = 16;
 
-QStringList InfoTexts() { return MainDlgFixture::MessageTexts(QStringLiteral("Information")); }
+QStringList InfoTexts() {
+    return MainDlgFixture::MessageTexts(QStringLiteral("Information"));
+}
 
 OpenInfo Url(const QString& strUrl, int nTransmitMode = 0, int nPort = 0) {
     OpenInfo stInfo;
@@ -68,7 +70,8 @@ public:
                         {QStringLiteral(VELQUIN_SOURCE_DIR "/scripts/rtsp-server.py"), "--port",
                          QString::number(nPort), "--clip", strMediaDir + "/stream_d1.ts"});
         QDeadlineTimer deadline(20000);
-        while (!m_process.canReadLine() && m_process.state() != QProcess::NotRunning && !deadline.hasExpired())
+        while (!m_process.canReadLine() && m_process.state() != QProcess::NotRunning &&
+               !deadline.hasExpired())
             m_process.waitForReadyRead(int(deadline.remainingTime()));
         return m_process.readLine().trimmed() == "READY " + QByteArray::number(nPort);
     }
@@ -99,7 +102,8 @@ class TestNetStreams : public QObject {
             PlayerConfig stConfig;
             stConfig.bReconnectLostStreams = true;
             const QString strFile = strConfigDir + "/PlayerConfig.xml";
-            return nPort && (!bReconnect || CPlayerConfigFile().WritePlayerConfig(strFile, &stConfig)) && Start();
+            return nPort && (!bReconnect || CPlayerConfigFile().WritePlayerConfig(strFile, &stConfig)) &&
+                   Start();
         }
         CPlayWnd* Wnd(int i = 0) const { return pStage->GetPlayWnd(i); }
         // The road of a double click on the row: type, mode and port come from it.
@@ -125,16 +129,24 @@ private slots:
         QCOMPARE(Orvel_GetSessionCount(), 0);
     }
 
-    // Every kind of source plays and gives its row a picture.
+    // Every kind of source plays and gives its row a picture, the player's own
+    // stream tool among them.
     void playsEverySource_data() {
         QTest::addColumn<QString>("strServer");
         QTest::addColumn<QString>("strPath");
         QTest::addColumn<int>("nMode");
-        QTest::newRow("rtsp tcp") << "rtsp" << "/clip" << int(ORVEL_TRANSMIT_TCP);
-        QTest::newRow("rtsp udp") << "rtsp" << "/clip" << int(ORVEL_TRANSMIT_UDP);
-        QTest::newRow("rtsp http tunnel") << "rtsp" << "/clip" << int(ORVEL_TRANSMIT_HTTP);
-        QTest::newRow("http mpeg-ts") << "http" << "/live.ts" << 0;
-        QTest::newRow("hls") << "hls" << "/stream.m3u8" << 0;
+        QTest::newRow("rtsp tcp") << "rtsp"
+                                  << "/clip" << int(ORVEL_TRANSMIT_TCP);
+        QTest::newRow("rtsp udp") << "rtsp"
+                                  << "/clip" << int(ORVEL_TRANSMIT_UDP);
+        QTest::newRow("rtsp http tunnel") << "rtsp"
+                                          << "/clip" << int(ORVEL_TRANSMIT_HTTP);
+        QTest::newRow("http mpeg-ts") << "http"
+                                      << "/live.ts" << 0;
+        QTest::newRow("hls") << "hls"
+                             << "/stream.m3u8" << 0;
+        QTest::newRow("velquin-stream") << "tool"
+                                        << "/clip" << int(ORVEL_TRANSMIT_TCP);
     }
     void playsEverySource() {
         QFETCH(QString, strServer);
@@ -142,11 +154,14 @@ private slots:
         QFETCH(int, nMode);
         Fixture fx;
         const quint16 nPort = strServer == "rtsp"   ? fx.servers.StartRtsp()
+                              : strServer == "tool" ? fx.servers.StartStreamTool()
                               : strServer == "http" ? fx.servers.StartHttpTs()
                                                     : fx.servers.StartHls();
         QVERIFY2(nPort != 0, qPrintable(fx.servers.LastError()));
-        const QString strUrl =
-            QString("%1://127.0.0.1:%2%3").arg(strServer == "rtsp" ? "rtsp" : "http").arg(nPort).arg(strPath);
+        const QString strUrl = QString("%1://127.0.0.1:%2%3")
+                                   .arg(strServer == "http" || strServer == "hls" ? "http" : "rtsp")
+                                   .arg(nPort)
+                                   .arg(strPath);
         QVERIFY(fx.Start());
         // The tunnel is given the server's port, as the URL dialog does.
         QVERIFY(fx.AddAndOpen(Url(strUrl, nMode, nMode == ORVEL_TRANSMIT_HTTP ? nPort : 0)));
@@ -239,7 +254,8 @@ private slots:
         QElapsedTimer timerGap;
         qint64 nMaxGapMs = 0;
         QTimer ticker;
-        QObject::connect(&ticker, &QTimer::timeout, [&] { nMaxGapMs = std::max(nMaxGapMs, timerGap.restart()); });
+        QObject::connect(&ticker, &QTimer::timeout,
+                         [&] { nMaxGapMs = std::max(nMaxGapMs, timerGap.restart()); });
         ticker.start(50);
         timerGap.start();
         QElapsedTimer timerOpen;
@@ -275,7 +291,8 @@ private slots:
         QElapsedTimer timerClose;
         timerClose.start();
         fx.Stop();
-        QVERIFY2(timerClose.elapsed() < 4000, qPrintable(QString("closing took %1 ms").arg(timerClose.elapsed())));
+        QVERIFY2(timerClose.elapsed() < 4000,
+                 qPrintable(QString("closing took %1 ms").arg(timerClose.elapsed())));
         QCOMPARE(Orvel_GetSessionCount(), 0);
     }
 };

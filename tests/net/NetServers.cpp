@@ -94,6 +94,9 @@ quint16 NetServers::Launch(const QString& strProgram, const QStringList& args, q
         const QByteArray line = process->readLine().trimmed();
         if (line.startsWith("READY ")) {
             nPort = static_cast<quint16>(line.mid(6).toUInt());
+        } else if (line.startsWith("Serving rtsp://")) {
+            const QByteArray hostPort = line.mid(15).split('/').value(0);
+            nPort = static_cast<quint16>(hostPort.mid(hostPort.lastIndexOf(':') + 1).toUInt());
         }
         if (nPort == 0) {
             m_strError = strProgram + QStringLiteral(" did not get ready: ") + QString::fromUtf8(line);
@@ -127,6 +130,16 @@ quint16 NetServers::StartRtsp() {
                   {QStringLiteral(VELQUIN_SOURCE_DIR "/scripts/rtsp-server.py"), QStringLiteral("--port"),
                    QStringLiteral("0"), QStringLiteral("--clip"),
                    m_strMediaDir + QStringLiteral("/stream_d1.ts")},
+                  0);
+}
+
+quint16 NetServers::StartStreamTool() {
+    return Launch(QStringLiteral(VELQUIN_STREAM_TOOL),
+                  {QStringLiteral("--in"),
+                   m_strMediaDir + QStringLiteral("/ch02_20240315103000_20240315103010.mp4"),
+                   QStringLiteral("--port"), QStringLiteral("0"), QStringLiteral("--address"),
+                   QStringLiteral("127.0.0.1"), QStringLiteral("--mount"), QStringLiteral("clip"),
+                   QStringLiteral("--loop")},
                   0);
 }
 

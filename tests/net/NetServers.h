@@ -9,6 +9,9 @@
 //                  MPEG-TS to the first client of http://127.0.0.1:PORT/live.ts
 //   StartHls()     http://127.0.0.1:PORT/stream.m3u8: the folder hls/ of the
 //                  media served by Python's http.server
+//   StartStreamTool()  the player's own velquin-stream over the 704x576 MP4
+//                  ch02_..._20240315103010.mp4: rtsp://127.0.0.1:PORT/clip,
+//                  the clip again at its end
 //   StartBlackHole()  a TCP port that takes connections and never answers
 //   ClosedPort()   a TCP port that refuses connections
 //
@@ -33,6 +36,7 @@ public:
     quint16 StartRtsp();
     quint16 StartHttpTs();
     quint16 StartHls();
+    quint16 StartStreamTool();
     quint16 StartBlackHole();
     quint16 ClosedPort();
     // True once a client connected to the black hole on nPort since the last
@@ -58,7 +62,8 @@ private:
         quint16 nPort = 0;
     };
 
-    // Starts a server; nPort 0: it prints "READY <port>", else it listens on
+    // Starts a server; nPort 0: it prints "READY <port>" (or, the stream tool,
+    // "Serving rtsp://HOST:PORT/NAME"), else it listens on
     // nPort. bQuiet: its stderr is dropped, else it goes to the test's.
     quint16 Launch(const QString& strProgram, const QStringList& args, quint16 nPort, bool bQuiet = false);
     bool WaitListening(QProcess& process, quint16 nPort, int nTimeoutMs);

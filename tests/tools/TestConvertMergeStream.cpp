@@ -6,6 +6,7 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include "PortProbe.h"
 #include "ToolRun.h"
 
 namespace {
@@ -123,6 +124,19 @@ void TestConvertMergeStream::mergeInTimeOrder() {
     QVERIFY(run.baOut.contains("copied"));
     QCOMPARE(Probe(strOut, "stream=nb_read_frames", "v:0", true), QStringLiteral("75"));
     QVERIFY(Probe(strOut, "format_tags=creation_time").startsWith(QStringLiteral("2024-05-01T10:00:00")));
+    // The player's engine plays it as one recording: one index of all the
+    // pictures, shown in one run to the end, each as the ffmpeg tool decodes it.
+    {
+        PortProbe probe;
+        QVERIFY(probe.Open(strOut));
+        QVERIFY(probe.Play(false));
+        QVERIFY(probe.WaitForEnd(kToolTimeoutMs));
+        QCOMPARE(Tavrix_GetFileTotalFrames(probe.Port()), 75u);
+        QStringList lstShown;
+        for (const PortProbe::Shown& shown : probe.Frames())
+            lstShown << QString::fromLatin1(shown.md5Hex);
+        QCOMPARE(lstShown, PictureMd5s({"-i", strOut}));
+    }
     // One averaged pixel per picture: the dominant colour of each second.
     const Ran pixels = RunProgram(QStringLiteral("ffmpeg"), {"-v", "error", "-i", strOut, "-vf", "scale=1:1",
                                                              "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
@@ -175,6 +189,13 @@ void TestConvertMergeStream::stream() {
                     "-pix_fmt", "yuv420p", "-c:a", "aac", strClip}));
     const QStringList lstFileMd5 = PictureMd5s({"-i", strClip}, 50);
     QCOMPARE(lstFileMd5.size(), 50);
+    // A transport stream cannot loop (its demuxer refuses the seek back): that
+    // is said at once rather than by every client's failed PLAY.
+    const QString strTs = Path(QStringLiteral("gate.ts"));
+    QVERIFY(Ffmpeg({"-i", strClip, "-c", "copy", strTs}));
+    const Ran loopTs = RunProgram(QStringLiteral(VELQUIN_STREAM), {"--in", strTs, "--loop", "--port", "0"});
+    QCOMPARE(loopTs.nExit, 1);
+    QVERIFY2(loopTs.baErr.contains("MPEG-TS"), loopTs.baErr.constData());
 
     for (const bool bLoop : {false, true}) {
         QProcess server;

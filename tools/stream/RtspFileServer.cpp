@@ -155,7 +155,7 @@ std::string RtspFileServer::MountName(const std::string& strFile) {
     return strName.empty() ? std::string("stream") : strName;
 }
 
-std::string RtspFileServer::DescribePipeline(const std::string& strFile, std::string& strError) {
+std::string RtspFileServer::DescribePipeline(const std::string& strFile, bool bLoop, std::string& strError) {
     // Only a plain file: a FIFO or a device would hold the open until data came.
     struct stat st {};
     if (::stat(strFile.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) {
@@ -186,6 +186,13 @@ std::string RtspFileServer::DescribePipeline(const std::string& strFile, std::st
     const char* pszDemux = Demuxer(pFmt->iformat->name);
     if (!pszDemux) {
         strError = strFile + ": the container " + pFmt->iformat->name + " cannot be streamed";
+        return std::string();
+    }
+    // Looping seeks back with a segment seek, which GStreamer's transport
+    // stream demuxer refuses: every client's PLAY would fail.
+    if (bLoop && std::strcmp(pszDemux, "tsdemux") == 0) {
+        strError = strFile + ": an MPEG-TS recording cannot be started again at its end; serve it without "
+                             "looping, or convert it to MP4 first";
         return std::string();
     }
     const int nVideo = av_find_best_stream(pFmt, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
@@ -231,7 +238,7 @@ void RtspFileServer::OnClientClosed(void*, void* pSelf) {
 bool RtspFileServer::Start(const StreamOptions& options) {
     Stop();
     m_strError.clear();
-    const std::string strLaunch = DescribePipeline(options.strFile, m_strError);
+    const std::string strLaunch = DescribePipeline(options.strFile, options.bLoop, m_strError);
     if (strLaunch.empty())
         return false;
     gst_init(nullptr, nullptr);

@@ -49,8 +49,9 @@ public:
     static void Shutdown();
 
     // The GStreamer pipeline that serves strFile, or empty with the reason in
-    // strError (no video, a codec the RTP payloaders do not carry, ...).
-    static std::string DescribePipeline(const std::string& strFile, std::string& strError);
+    // strError (no video, a codec the RTP payloaders do not carry, a looped
+    // MPEG-TS, ...).
+    static std::string DescribePipeline(const std::string& strFile, bool bLoop, std::string& strError);
     // A mount name from a file name: letters, digits, '-', '_' and '.'.
     static std::string MountName(const std::string& strFile);
 
