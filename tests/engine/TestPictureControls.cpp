@@ -2,6 +2,7 @@
 // the same frames: snapshots (BMP exact, JPEG close), picture files, colour,
 // rotation and mirror images, and motion flow in slow play.
 #include "PortProbe.h"
+#include "ToolPictures.h"
 
 // Motion flow is checked on a window of the test's own (a FrameSink), so the
 // port's internals are used directly there.
@@ -23,21 +24,6 @@ namespace {
 const int kTimeoutMs = 20000;
 const int kWidth = 320; // h264_aac.mp4
 const int kHeight = 240;
-
-// The ffmpeg tool's picture of frame nFrame of a clip, through extra filters
-// (may be empty), as raw pixels of pix_fmt.
-QByteArray ToolPicture(const QString& strClip, int nFrame, const QString& strFilters, const char* szPixFmt) {
-    QString strChain = QString("select=eq(n\\,%1)").arg(nFrame);
-    if (!strFilters.isEmpty())
-        strChain += "," + strFilters;
-    QProcess ff;
-    ff.start("ffmpeg",
-             {"-v", "error", "-nostdin", "-i", PortProbe::MediaPath(strClip), "-vf", strChain, "-fps_mode",
-              "passthrough", "-frames:v", "1", "-pix_fmt", szPixFmt, "-f", "rawvideo", "-"});
-    if (!ff.waitForFinished(kTimeoutMs) || ff.exitCode() != 0)
-        return QByteArray();
-    return ff.readAllStandardOutput();
-}
 
 // Every frame of a clip as bgr24, one after another.
 QByteArray ToolAllBgr(const QString& strClip) {
@@ -61,58 +47,6 @@ QByteArray ToolDecodeJpeg(const QByteArray& jpeg, const QString& strDir) {
     if (!ff.waitForFinished(kTimeoutMs) || ff.exitCode() != 0)
         return QByteArray();
     return ff.readAllStandardOutput();
-}
-
-int LeInt(const QByteArray& bytes, int nAt) {
-    const auto* p = reinterpret_cast<const uchar*>(bytes.constData()) + nAt;
-    return int(p[0] | (p[1] << 8) | (p[2] << 16) | (uint32_t(p[3]) << 24));
-}
-
-// The pixels of a BMP file image as top-down bgr24 rows without padding;
-// *pnWidth, *pnHeight get its size.
-QByteArray BmpPixels(const QByteArray& bmp, int* pnWidth, int* pnHeight) {
-    if (bmp.size() < 54 || !bmp.startsWith("BM"))
-        return QByteArray();
-    const int nW = LeInt(bmp, 18), nH = LeInt(bmp, 22), nOffset = LeInt(bmp, 10);
-    const int nRow = (nW * 3 + 3) & ~3;
-    if (nW <= 0 || nH <= 0 || bmp.size() < nOffset + nRow * nH)
-        return QByteArray();
-    QByteArray pixels;
-    for (int y = nH - 1; y >= 0; --y)
-        pixels += bmp.mid(nOffset + y * nRow, nW * 3);
-    *pnWidth = nW;
-    *pnHeight = nH;
-    return pixels;
-}
-
-double Psnr(const QByteArray& a, const QByteArray& b) {
-    if (a.size() != b.size() || a.isEmpty())
-        return 0.0;
-    double sum = 0.0;
-    for (qsizetype i = 0; i < a.size(); ++i) {
-        const double d = double(uchar(a[i])) - double(uchar(b[i]));
-        sum += d * d;
-    }
-    return sum == 0.0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 * double(a.size()) / sum);
-}
-
-int MaxDiff(const QByteArray& a, const QByteArray& b) {
-    if (a.size() != b.size())
-        return 256;
-    int nMax = 0;
-    for (qsizetype i = 0; i < a.size(); ++i)
-        nMax = qMax(nMax, qAbs(int(uchar(a[i])) - int(uchar(b[i]))));
-    return nMax;
-}
-
-QByteArray Snapshot(int32_t nPort, bool bJpeg) {
-    uint32_t nSize = 0;
-    (bJpeg ? Tavrix_GetJPEG : Tavrix_GetBMP)(nPort, nullptr, 0, &nSize);
-    QByteArray bytes(qsizetype(nSize), '\0');
-    if (nSize == 0 || !(bJpeg ? Tavrix_GetJPEG : Tavrix_GetBMP)(nPort, bytes.data(), nSize, &nSize))
-        return QByteArray();
-    bytes.truncate(qsizetype(nSize));
-    return bytes;
 }
 
 QByteArray Md5Hex(const uint8_t* const* ppPlane, const int* pnStride, int nWidth, int nHeight) {

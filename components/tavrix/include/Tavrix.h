@@ -470,3 +470,103 @@ bool Tavrix_AdjustWaveAudio(int32_t nPort, int32_t nCoefficient);
 // above normal speed. Counted from each Tavrix_Play; live streams count
 // theirs in Tavrix_GetStreamStats.
 uint32_t Tavrix_GetLateFrames(int32_t nPort);
+
+// ---- fisheye views and picture enhancement ----------------------------------------
+//
+// A fisheye file (tag fisheye=1, or "_fisheye" in the file's base name) or a
+// stream port can be shown de-warped: the picture becomes the view of a
+// virtual camera looking into the lens's half sphere. The view belongs to the
+// port and starts again at every open: original picture, yaw 0, pitch 0,
+// horizontal field of view 90 degrees. Like the picture controls it acts on
+// the window, the snapshots and the display callback; a paused port shows the
+// new view at once. On any other file the SR_* calls fail with
+// TAVRIX_ERR_NOT_SUPPORT.
+//
+// The views are libavfilter's v360 filter (bilinear "line" interpolation, the
+// ffmpeg tool's default), so the ffmpeg tool gives the same picture with the
+// same text (angles in degrees, "%.4f"; sizes even):
+//   flat:        v360=input=fisheye:ih_fov=180:iv_fov=180:output=flat:yaw=Y:pitch=P:roll=0:
+//                h_fov=H:v_fov=V:w=W:h=Hh:interp=line   with V = 2*atan(tan(H/2)*Hh/W),
+//                size W x Hh = source width x half of it unless set
+//   equirect:    v360=input=fisheye:ih_fov=180:iv_fov=180:output=equirect:pitch=-90:
+//                h_fov=360:v_fov=180:w=W:h=2*Hh:interp=line,crop=W:Hh:0:0
+//   cylindrical: v360=input=fisheye:ih_fov=180:iv_fov=180:output=cylindrical:pitch=-90:
+//                h_fov=360:v_fov=120:w=W:h=2*Hh:interp=line,crop=W:Hh:0:0
+//                size W x Hh = 2 x source width by half of it unless set
+// The panoramas take the camera as mounted looking down (ceiling): the strip
+// runs once round, the point straight below the lens at the top edge (the
+// cylinder, which cannot reach it, starts 30 degrees from it) and the lens's
+// rim at the bottom edge.
+//
+// While a playing view keeps moving (changes less than 250 ms apart) the
+// pictures are made at half the size and scaled up, since v360 works out its
+// map again for every view; once the view rests for 250 ms, or on a paused
+// picture, the full view above is shown.
+struct TAVRIX_SR_ROTATE_PARAM {
+    float fRotateX;  // radians added to the yaw (positive turns right)
+    float fRotateY;  // radians: negative looks up, positive down
+    float fReserved; // 0
+    float fZoom;     // radians taken from the horizontal field of view (positive narrows it)
+};
+struct TAVRIX_SR_ROTATE {
+    TAVRIX_SR_ROTATE_PARAM* pParam;
+    uint32_t nReserved;
+};
+enum : int32_t { TAVRIX_SR_CONFIG_VIEW = 1177 };
+struct TAVRIX_SR_CONFIG {
+    uint8_t bPtzMode;   // 0 the original picture, 1 the de-warped flat view
+    int32_t nParam[4];  // 0, 1, 0, 1 from the player; not read
+};
+enum : int32_t { TAVRIX_SR_ORIGINAL = 0, TAVRIX_SR_FLAT = 1, TAVRIX_SR_EQUIRECT = 2, TAVRIX_SR_CYLINDER = 3 };
+struct TAVRIX_SR_VIEW {
+    int32_t nKind;   // TAVRIX_SR_*
+    float fYaw;      // radians, [-pi, pi)
+    float fPitch;    // radians, [-pi/2, pi/2]
+    float fFov;      // horizontal field of view, radians (20..150 degrees)
+    int32_t nWidth;  // output size; 0 x 0 before a picture is known
+    int32_t nHeight;
+};
+// nConfigType TAVRIX_SR_CONFIG_VIEW with a TAVRIX_SR_CONFIG: bPtzMode 0 shows
+// the original picture, 1 the flat view.
+bool Tavrix_SR_SetConfig(int32_t nPort, int32_t nConfigType, const void* pConfig);
+// Turns and zooms the flat view by the record's amounts: the yaw wraps round,
+// the pitch stops at straight up and straight down, the field of view stays
+// within 20..150 degrees.
+bool Tavrix_SR_Rotate(int32_t nPort, const TAVRIX_SR_ROTATE* pRotate);
+// The snapshot (the view as shown) written as a BMP (nFormat 0) or JPEG file;
+// szFileName in the program's 8-bit encoding, written atomically.
+bool Tavrix_SR_Capture(int32_t nPort, int32_t nFormat, const char* szFileName);
+// Any TAVRIX_SR_* kind, the panoramas included.
+bool Tavrix_SR_SetViewKind(int32_t nPort, int32_t nKind);
+// Output size of the views (even, 16..8192); 0, 0 = automatic (see above).
+bool Tavrix_SR_SetOutputSize(int32_t nPort, int32_t nWidth, int32_t nHeight);
+bool Tavrix_SR_GetView(int32_t nPort, TAVRIX_SR_VIEW* pView);
+
+// Enhancement modules, off by default (then the picture is bit for bit as
+// decoded). They apply to any material, after the de-warp and before the
+// rotation and colour controls. nParam[i] is parameter i+1 of the record; 0
+// takes the initial value (0,0,0,25,0,0,0,220,26,0,60,80,2,5,50,0,0):
+//   DENOISE     hqdn3d=luma_spatial=p4/25*4
+//   SHARPEN     unsharp=5:5:p11/100*2
+//   BRIGHTEN    eq=gamma=1+p12/200
+//   CONTRAST    eq=contrast=1+p15/100
+//   SATURATION  eq=saturation=1+p14/10
+// Bits 32, 64 and 128 are accepted and change nothing.
+enum : int32_t {
+    TAVRIX_VIE_DENOISE = 1,
+    TAVRIX_VIE_SHARPEN = 2,
+    TAVRIX_VIE_BRIGHTEN = 4,
+    TAVRIX_VIE_CONTRAST = 8,
+    TAVRIX_VIE_SATURATION = 16
+};
+struct TAVRIX_VIE_PARAM {
+    int32_t nModuleMask;
+    int32_t nParam[17];
+};
+static_assert(sizeof(TAVRIX_VIE_PARAM) == 72, "enhancement record is 72 bytes");
+// Sets (bEnable) or clears the module bits nModule (1..255).
+bool Tavrix_VIE_SetModuConfig(int32_t nPort, int32_t nModule, bool bEnable);
+// Region 0 with a null rectangle (the whole picture) is the only region.
+bool Tavrix_VIE_SetRegion(int32_t nPort, int32_t nRegionNum, const TAVRIX_RECT* pRect);
+// Stores the parameters; the record's module mask is not read.
+bool Tavrix_VIE_SetParaConfig(int32_t nPort, const TAVRIX_VIE_PARAM* pParam);

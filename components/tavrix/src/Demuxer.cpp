@@ -140,6 +140,17 @@ void Demuxer::FillInfo(const std::string& strOriginalPath) {
     }
     const AVDictionaryEntry* pMark = av_dict_get(m_pFormat->metadata, "watermark", nullptr, 0);
     m_info.strWatermark = pMark != nullptr ? pMark->value : "";
+    {
+        const AVDictionaryEntry* pTag = av_dict_get(m_pFormat->metadata, "fisheye", nullptr, 0);
+        if (pTag == nullptr) {
+            pTag = av_dict_get(pVideo->metadata, "fisheye", nullptr, 0);
+        }
+        const size_t nSlash = strOriginalPath.find_last_of("/\\");
+        const std::string strName = nSlash == std::string::npos ? strOriginalPath : strOriginalPath.substr(nSlash + 1);
+        const std::string strBase = strName.substr(0, strName.find_last_of('.'));
+        m_info.bFisheye = (pTag != nullptr && std::string(pTag->value) == "1") ||
+                          strBase.find("_fisheye") != std::string::npos;
+    }
     for (unsigned i = 0; i < m_pFormat->nb_streams; ++i) {
         size_t nSize = 0;
         if (av_stream_get_side_data(m_pFormat->streams[i], AV_PKT_DATA_ENCRYPTION_INIT_INFO, &nSize) !=

@@ -231,6 +231,13 @@ void LiveRenderer::Run() {
         }
         if (m_bRefreshPending) {
             m_bRefreshPending = false;
+            if (!m_bPaused && (m_bAnchored || !m_deqRing.empty())) {
+                // Pictures are flowing: the next one shows the new settings
+                // soon enough. Making the shown one again would cost a filter
+                // rebuild per change, and changes in quick succession (a view
+                // being turned) would keep the next picture from ever showing.
+                continue;
+            }
             std::shared_ptr<FrameSink> pSink = m_pSink;
             if (m_pLast) {
                 // The settings may have changed: the snapshots follow them
@@ -276,7 +283,7 @@ void LiveRenderer::Show(std::unique_ptr<VideoFrame> pFrame, std::unique_lock<std
     // Counted first: whoever the callback tells finds it in the counters.
     m_pCounters->nShownFrames.fetch_add(1);
     m_bShownAny = true;
-    PrepareShown(*pFrame);
+    PrepareShown(*pFrame, true); // live pictures show only while playing
     if (m_pSnapshots) {
         m_pSnapshots->Keep(pFrame->Picture(), nIndex, nullptr);
     }
@@ -310,9 +317,9 @@ void LiveRenderer::CallDisplay(VideoFrame& frame, uint32_t nIndex) {
     cb.pfn(&info);
 }
 
-void LiveRenderer::PrepareShown(VideoFrame& frame) {
+void LiveRenderer::PrepareShown(VideoFrame& frame, bool bPlaying) {
     if (m_pAdjuster) {
-        m_pAdjuster->Prepare(frame);
+        m_pAdjuster->Prepare(frame, bPlaying);
     }
 }
 

@@ -81,7 +81,8 @@ private:
     void Show(std::unique_ptr<VideoFrame> pFrame, std::unique_lock<std::mutex>* pLock);
     void CallDisplay(VideoFrame& frame, uint32_t nIndex);
     // Makes frame.pShown right for the current picture settings.
-    void PrepareShown(VideoFrame& frame);
+    // bPlaying: a picture shown as it arrives (not a refresh).
+    void PrepareShown(VideoFrame& frame, bool bPlaying = false);
 
     const int m_nPort;
     CallbackSet* const m_pCallbacks;

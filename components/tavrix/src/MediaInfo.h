@@ -19,6 +19,9 @@ struct MediaInfo {
     bool bHasAudio = false;
     bool bEncrypted = false; // the container declares encrypted samples
     std::string strWatermark; // the container's "watermark" tag, empty for none
+    // Taken through a fisheye lens: tag fisheye=1 (container or video stream),
+    // or "_fisheye" in the file's base name. Only such files get de-warped views.
+    bool bFisheye = false;
 };
 
 } // namespace tavrix

@@ -2,7 +2,9 @@
 
 #include "EngineLog.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <thread>
 
 extern "C" {
 #include <libavfilter/buffersink.h>
@@ -55,6 +57,30 @@ bool PictureAdjuster::SetFlip(uint32_t nFlip) {
     return true;
 }
 
+bool PictureAdjuster::ChangeView(const std::function<bool(FisheyeView&)>& fn) {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        if (!fn(m_settings.sr)) {
+            return false;
+        }
+        ++m_settings.nSerial;
+    }
+    NotifyChanged();
+    return true;
+}
+
+bool PictureAdjuster::ChangeEnhancer(const std::function<bool(Enhancer&)>& fn) {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        if (!fn(m_settings.vie)) {
+            return false;
+        }
+        ++m_settings.nSerial;
+    }
+    NotifyChanged();
+    return true;
+}
+
 PictureAdjuster::Settings PictureAdjuster::Current() const {
     std::lock_guard<std::mutex> lock(m_mtx);
     return m_settings;
@@ -88,14 +114,20 @@ void PictureAdjuster::NotifyChanged() {
     }
 }
 
-std::string PictureAdjuster::FilterChain(const Settings& settings) {
+std::string PictureAdjuster::FilterChain(const Settings& settings, int nSrcWidth, bool bDraft) {
     std::string strChain;
     auto add = [&strChain](const std::string& strFilter) {
+        if (strFilter.empty()) {
+            return;
+        }
         if (!strChain.empty()) {
             strChain += ',';
         }
         strChain += strFilter;
     };
+    // De-warp first: the other stages work on what the viewer sees.
+    add(settings.sr.FilterText(nSrcWidth, bDraft));
+    add(settings.vie.FilterText());
     switch (settings.nRotate) {
     case 0:
         add("transpose=cclock");
@@ -125,18 +157,39 @@ std::string PictureAdjuster::FilterChain(const Settings& settings) {
     return strChain;
 }
 
-bool PictureAdjuster::EnsureGraph(const AVFrame* pFrame, const Settings& settings) {
+namespace {
+// How long a view must stay still before a moving view's draft gives way to
+// the full picture: longer than the steps of a held turn button or of the
+// automatic turn at its usual speeds, short enough not to be seen waiting.
+constexpr std::chrono::milliseconds kSettleTime{250};
+} // namespace
+
+bool PictureAdjuster::EnsureGraph(const AVFrame* pFrame, const Settings& settings, bool bFresh) {
+    const auto tpNow = std::chrono::steady_clock::now();
+    const bool bSettled = tpNow - m_tpViewChange >= kSettleTime;
     if (m_pGraph && m_nGraphSerial == settings.nSerial && pFrame->width == m_nGraphWidth &&
-        pFrame->height == m_nGraphHeight && pFrame->format == m_nGraphFormat) {
+        pFrame->height == m_nGraphHeight && pFrame->format == m_nGraphFormat && !(m_bDraft && bFresh && bSettled)) {
         return true;
     }
+    bool bDraft = false;
+    if (!settings.sr.SameAs(m_graphView)) {
+        // Only a playing port gets drafts: elsewhere nothing would replace them.
+        bDraft = bFresh && settings.sr.Active() && m_graphView.Active() && !bSettled;
+        m_tpViewChange = tpNow;
+    }
+    m_graphView = settings.sr;
+    m_bDraft = bDraft;
     m_pGraph.reset(avfilter_graph_alloc());
     m_pSource = nullptr;
     m_pSink = nullptr;
     if (!m_pGraph) {
         return false;
     }
-    m_pGraph->nb_threads = 1;
+    // v360 is slice-threaded and its remap is the costliest stage; the rest
+    // are cheap and keep one thread, as a render thread per port already runs.
+    m_pGraph->nb_threads =
+        settings.sr.Active() ? static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1u, 2u)) : 1;
+    ++m_nGraphBuilds;
     char szArgs[256];
     const AVRational sar =
         pFrame->sample_aspect_ratio.num > 0 ? pFrame->sample_aspect_ratio : AVRational{0, 1};
@@ -166,7 +219,7 @@ bool PictureAdjuster::EnsureGraph(const AVFrame* pFrame, const Settings& setting
     pOutputs->filter_ctx = m_pSource;
     pInputs->name = av_strdup("out");
     pInputs->filter_ctx = m_pSink;
-    const std::string strChain = FilterChain(settings);
+    const std::string strChain = FilterChain(settings, pFrame->width, bDraft);
     nErr = avfilter_graph_parse_ptr(m_pGraph.get(), strChain.c_str(), &pInputs, &pOutputs, nullptr);
     avfilter_inout_free(&pOutputs);
     avfilter_inout_free(&pInputs);
@@ -186,11 +239,17 @@ bool PictureAdjuster::EnsureGraph(const AVFrame* pFrame, const Settings& setting
 }
 
 FramePtr PictureAdjuster::Apply(const AVFrame* pFrame, const Settings& settings) {
+    return Filter(pFrame, settings, false);
+}
+
+FramePtr PictureAdjuster::Filter(const AVFrame* pFrame, const Settings& settings, bool bFresh) {
     if (pFrame == nullptr || settings.Neutral()) {
         m_pGraph.reset(); // nothing to keep while neutral
+        m_graphView = FisheyeView();
+        m_bDraft = false;
         return nullptr;
     }
-    if (!EnsureGraph(pFrame, settings)) {
+    if (!EnsureGraph(pFrame, settings, bFresh)) {
         return nullptr;
     }
     FramePtr pIn = MakeFrame();
@@ -210,7 +269,7 @@ FramePtr PictureAdjuster::Apply(const AVFrame* pFrame, const Settings& settings)
     return pOut;
 }
 
-void PictureAdjuster::Prepare(VideoFrame& frame) {
+void PictureAdjuster::Prepare(VideoFrame& frame, bool bPlaying) {
     if (!frame.pFrame) {
         return;
     }
@@ -218,7 +277,9 @@ void PictureAdjuster::Prepare(VideoFrame& frame) {
     if (frame.nShownSerial == settings.nSerial) {
         return;
     }
-    frame.pShown = Apply(frame.pFrame.get(), settings);
+    // A picture made before is the shown one made again for new settings.
+    const bool bFresh = bPlaying && frame.nShownSerial == 0 && !frame.pShown;
+    frame.pShown = Filter(frame.pFrame.get(), settings, bFresh);
     frame.nShownRotate = settings.nRotate;
     frame.nShownFlip = settings.nFlip;
     frame.nShownSerial = settings.nSerial;

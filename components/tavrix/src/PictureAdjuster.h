@@ -9,6 +9,8 @@
 //
 // Neutral settings apply no filter at all, so the picture stays bit for bit
 // as decoded. Otherwise the graph is, in this order:
+//   de-warp   v360 of the fisheye view (FisheyeView::FilterText)
+//   enhance   the enhancement modules (Enhancer::FilterText)
 //   rotation  0 (left)  transpose=cclock
 //             1 (right) transpose=clock
 //             2 (half)  hflip,vflip
@@ -23,10 +25,13 @@
 // of the pixels.
 #pragma once
 
+#include "Enhancer.h"
 #include "FfmpegPtr.h"
+#include "FisheyeView.h"
 #include "VideoFrame.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <mutex>
@@ -43,12 +48,16 @@ public:
         int nHue = 64;
         int nRotate = -1;   // -1 none, 0 left, 1 right, 2 half
         uint32_t nFlip = 0; // TAVRIX_FLIP_* bits
+        FisheyeView sr;     // the de-warped view (fisheye material only)
+        Enhancer vie;       // the enhancement modules
         uint32_t nSerial = 0;
 
         bool ColourNeutral() const {
             return nBrightness == 64 && nContrast == 64 && nSaturation == 64 && nHue == 64;
         }
-        bool Neutral() const { return ColourNeutral() && nRotate == -1 && nFlip == 0; }
+        bool Neutral() const {
+            return ColourNeutral() && nRotate == -1 && nFlip == 0 && !sr.Active() && !vie.Active();
+        }
     };
 
     explicit PictureAdjuster(int nPort) : m_nPort(nPort) {}
@@ -59,7 +68,14 @@ public:
     bool SetColour(int nBrightness, int nContrast, int nSaturation, int nHue);
     bool SetRotate(int nRotate);
     bool SetFlip(uint32_t nFlip);
+    // Changes the view or the modules through fn (under the lock); when fn
+    // answers true the change counts (serial bumped, listener told). Answers
+    // what fn answered.
+    bool ChangeView(const std::function<bool(FisheyeView&)>& fn);
+    bool ChangeEnhancer(const std::function<bool(Enhancer&)>& fn);
     Settings Current() const;
+    // Filter graphs built so far (for the tests: a steady view builds one).
+    uint32_t GraphBuilds() const { return m_nGraphBuilds.load(); }
     uint32_t Serial() const;
 
     // Called after each change (with no lock of the caller's held): the
@@ -79,17 +95,22 @@ public:
     // the filters fail (said in the log: the picture then shows as decoded).
     FramePtr Apply(const AVFrame* pFrame, const Settings& settings);
     // Render thread only: brings frame.pShown up to the current settings
-    // (nothing when it was made for them already).
-    void Prepare(VideoFrame& frame);
+    // (nothing when it was made for them already). bPlaying: the picture is
+    // shown by a playing port in its turn, so a moving view may use a draft
+    // (a later picture replaces it); steps, jumps and refreshes never do.
+    void Prepare(VideoFrame& frame, bool bPlaying = false);
 
 private:
-    static std::string FilterChain(const Settings& settings);
-    bool EnsureGraph(const AVFrame* pFrame, const Settings& settings);
+    static std::string FilterChain(const Settings& settings, int nSrcWidth, bool bDraft);
+    // bFresh: a new picture of a playing port (see Prepare).
+    bool EnsureGraph(const AVFrame* pFrame, const Settings& settings, bool bFresh);
+    FramePtr Filter(const AVFrame* pFrame, const Settings& settings, bool bFresh);
 
     const int m_nPort;
     mutable std::mutex m_mtx;
     Settings m_settings; // guarded by m_mtx
     std::atomic<uint32_t> m_nMotionFlow{0};
+    std::atomic<uint32_t> m_nGraphBuilds{0};
     // Taken only to call or replace the listener; never held with m_mtx.
     std::mutex m_mtxListener;
     std::function<void()> m_fnChanged;      // guarded by m_mtxListener
@@ -104,6 +125,12 @@ private:
     int m_nGraphWidth = 0;
     int m_nGraphHeight = 0;
     int m_nGraphFormat = -1;
+    // A moving view: while views follow each other within kSettleTime on
+    // playing pictures, the graph is a draft (see FisheyeView::FilterText);
+    // the first fresh picture after the view stays still gets the full one.
+    FisheyeView m_graphView;
+    bool m_bDraft = false;
+    std::chrono::steady_clock::time_point m_tpViewChange{};
 };
 
 } // namespace tavrix

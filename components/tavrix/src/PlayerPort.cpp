@@ -131,6 +131,12 @@ bool PlayerPort::OpenFile(const char* szPath) {
     m_readings.nDamagedFrames = 0;
     m_readings.nWidth = pDemuxer->Info().nWidth;
     m_readings.nHeight = pDemuxer->Info().nHeight;
+    m_bFisheyeFile = pDemuxer->Info().bFisheye;
+    // Each opening starts from the original picture, looking straight ahead.
+    m_pAdjuster->ChangeView([](FisheyeView& view) {
+        view.Reset();
+        return true;
+    });
     m_pDemuxer = std::move(pDemuxer);
     m_bPaused = false;
     StartIndex(strUtf8);
@@ -186,6 +192,7 @@ void PlayerPort::CloseFileLocked() {
     DropOverlays();
     m_pSnapshots->Forget(); // no snapshot of a file that is closed
     m_pDemuxer.reset();
+    m_bFisheyeFile = false;
     {
         std::lock_guard<std::mutex> lockInfo(m_mtxInfo);
         m_bOpen = false;

@@ -140,6 +140,20 @@ public:
     }
     bool Snapshot(SnapshotEncoder::Format format, char* pBuf, uint32_t nBufSize, uint32_t* pnSize);
 
+    // Fisheye views and enhancement (PlayerPortPicture.cpp), lock-free like
+    // the picture settings. The views need fisheye material: a fisheye file
+    // or any stream (the engine does not see where a stream comes from).
+    bool SrSetConfig(int32_t nConfigType, const void* pConfig);
+    bool SrRotate(const TAVRIX_SR_ROTATE* pRotate);
+    bool SrSetViewKind(int32_t nKind);
+    bool SrSetOutputSize(int32_t nWidth, int32_t nHeight);
+    bool SrGetView(TAVRIX_SR_VIEW* pView);
+    bool SrCapture(int32_t nFormat, const char* szFileName);
+    bool VieSetModuConfig(int32_t nModule, bool bEnable);
+    bool VieSetRegion(int32_t nRegionNum, const TAVRIX_RECT* pRect);
+    bool VieSetParaConfig(const TAVRIX_VIE_PARAM* pParam);
+    uint32_t GraphBuilds() const { return m_pAdjuster->GraphBuilds(); }
+
     // Lock-step play (PlayerPortSync.cpp). Join and leave come from the flat
     // interface, never under the control lock; a member's transport calls go
     // to its group first, which calls the Group* operations below.
@@ -262,6 +276,7 @@ private:
     std::unique_ptr<LivePlayer> m_pLive;  // the open stream's threads; guarded by m_mtxControl
     uint32_t m_nDisplayBuf = 15;          // guarded by m_mtxControl
     std::atomic<bool> m_bStreamOpen{false};
+    std::atomic<bool> m_bFisheyeFile{false}; // the open file is fisheye material
     StreamCounters m_streamCounters; // of the open stream; atomics, reset by its open
     // Held only to copy the pointer, so InputData never waits for more.
     std::mutex m_mtxSource;

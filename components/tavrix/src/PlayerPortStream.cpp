@@ -81,6 +81,10 @@ bool PlayerPort::OpenStreamFrom(uint16_t nSystemFormat, const uint8_t* pHead, si
     }
     m_bStreamOpen = true;
     m_bPaused = false;
+    m_pAdjuster->ChangeView([](FisheyeView& view) {
+        view.Reset();
+        return true;
+    });
     return true;
 }
 

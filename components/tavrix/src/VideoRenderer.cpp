@@ -264,6 +264,14 @@ void VideoRenderer::Run() {
         }
         if (m_bRefreshPending) {
             m_bRefreshPending = false;
+            if (!m_bPaused && !m_bEnded && m_nSpeedStep >= 0) {
+                // Playing at normal speed or faster: the next picture shows
+                // the new settings soon enough. Making the shown one again
+                // would cost a filter rebuild per change, and changes in quick
+                // succession (a view being turned) would keep the next
+                // picture from ever showing.
+                continue;
+            }
             std::shared_ptr<FrameSink> pSink = m_pSink;
             if (m_pLast) {
                 // The settings may have changed: the snapshots follow them
@@ -376,7 +384,7 @@ void VideoRenderer::Run() {
             // picture before it has been seen.
             pGroup->Arrive(pMember, false, false, 0, now);
         }
-        PrepareShown(*pFrame);
+        PrepareShown(*pFrame, !bStep);
         Publish(*pFrame);
         CallDisplay(*pFrame);
         lock.lock();
@@ -429,9 +437,9 @@ void VideoRenderer::CallDisplay(VideoFrame& frame) {
     cb.pfn(&info);
 }
 
-void VideoRenderer::PrepareShown(VideoFrame& frame) {
+void VideoRenderer::PrepareShown(VideoFrame& frame, bool bPlaying) {
     if (m_pAdjuster) {
-        m_pAdjuster->Prepare(frame);
+        m_pAdjuster->Prepare(frame, bPlaying);
     }
 }
 

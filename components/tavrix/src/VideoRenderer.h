@@ -95,7 +95,8 @@ private:
     void FollowMaster(const VideoFrame& front, std::chrono::steady_clock::time_point now);
     void CallDisplay(VideoFrame& frame);
     // Makes frame.pShown right for the current picture settings.
-    void PrepareShown(VideoFrame& frame);
+    // bPlaying: a picture of a playing port (not a step, a jump or a refresh).
+    void PrepareShown(VideoFrame& frame, bool bPlaying = false);
     // Motion flow: while waiting for the front picture's instant tDue, the
     // window gets blends of the last picture and the front one.
     bool MotionFlowWanted() const; // m_mtx held
