@@ -101,6 +101,7 @@ CPlayWnd::CPlayWnd(int nSubWndIndex, QWidget* pParent)
     setAcceptDrops(false);
     setMouseTracking(true);
     AttachNetOpenLink();
+    InitAutoTrans();
 }
 
 CPlayWnd::~CPlayWnd() {
@@ -128,6 +129,7 @@ CPlayWnd::~CPlayWnd() {
         Tavrix_FreePort(m_lPort);
         m_lPort = -1;
     }
+    UnInitAutoTrans();
     SkinManager::DelObserver(this);
 }
 
@@ -217,7 +219,7 @@ bool CPlayWnd::OpenFile(QString strFilePath, QString strKey) {
         ReportOpenFail();
         return false;
     }
-    // Picture enhancement settings join with the enhancement views; none are kept yet.
+    ApplyVIEOnOpen(m_lPort);
     Tavrix_SkipErrorData(m_lPort, false);
     BumpPlaySerial();
     m_nPlayState = 4;
@@ -286,6 +288,7 @@ void CPlayWnd::On_OpenJobDone(const std::shared_ptr<OpenJob>& pJob) {
     ForgetFrameFacts();
     m_nPlayState = 4;
     m_nOpenMode = 1;
+    ApplyVIEOnOpen(m_lPort);
     if (pJob->bFileRefReady)
         MarkFileRefCreated();
     const bool bPlaying = Play(false);
@@ -396,7 +399,7 @@ bool CPlayWnd::Play(bool bForce) {
             qDebug("CPlayWnd::Play Tavrix_SetDecodeEngineEx Fail GetLastError()=%d",
                    Tavrix_GetLastError(m_lPort));
     }
-    // Fisheye view modes are applied here once the fisheye views exist.
+    ApplySROnPlay();
 
     if (m_bBackPlay) {
         if (!Tavrix_ReversePlay(m_lPort)) {
@@ -465,6 +468,7 @@ bool CPlayWnd::Resume() {
 }
 
 bool CPlayWnd::Stop() {
+    StopAutoTrans();
     EndReconnect();
     if (m_nPlayState == 0 || m_nPlayState == 3)
         return true;
@@ -1427,6 +1431,7 @@ void CPlayWnd::mousePressEvent(QMouseEvent* ev) {
     if (CapPathClicked(ev))
         return;
     emit Sig_LButtonClickPlayWnd(m_nSubWndIndex);
+    SRMousePress(ev);
     ZoomMousePress(ev);
     emit Sig_MousePressEvent(ev);
 }
@@ -1441,16 +1446,20 @@ void CPlayWnd::mouseDoubleClickEvent(QMouseEvent* ev) {
 }
 
 void CPlayWnd::mouseMoveEvent(QMouseEvent* ev) {
+    SRMouseMove(ev);
     ZoomMouseMove(ev);
     emit Sig_MouseMoveEvent(ev);
 }
 
 void CPlayWnd::mouseReleaseEvent(QMouseEvent* ev) {
+    SRMouseRelease(ev);
     if (!ZoomMouseRelease(ev))
         QWidget::mouseReleaseEvent(ev);
 }
 
 void CPlayWnd::wheelEvent(QWheelEvent* ev) {
+    if (SRWheel(ev))
+        return;
     if (!ZoomWheel(ev))
         QWidget::wheelEvent(ev);
 }

@@ -201,6 +201,34 @@ public:
     ZoomRegion GetZoomRegion(ZoomRegion* pOut = nullptr) const;
     PartZoomWnd* GetPartZoomWnd() const { return m_pPartZoomWnd; }
 
+    // ---- fisheye views and enhancement (CPlayWndFisheye.cpp) ----
+    // The view mode of fisheye material: 0 the original picture, 1 the steered
+    // flat view (PTZ). Any other value is stored and keeps steering as it was.
+    // The mode is kept even when the engine refuses it, and survives Stop and
+    // Close: each play of fisheye material applies it again.
+    void SetSRViewMode(int nMode);
+    int GetSRViewMode() const { return m_nSRViewMode; }
+    // One button command (0 up, 1 down, 2 left, 3 automatic turn on/off,
+    // 4 right, 5..8 the diagonals): a direction turns the view by pi/200 per
+    // axis and ends the automatic turn; 3 only toggles it.
+    bool SRMove(int nCmd);
+    // Hands the prepared turn to the engine; true when it took it.
+    bool SRRotate();
+    // Speed of the automatic turn, 0..100; above 100 is ignored.
+    void SetAutoSpeed(int nSpeed);
+    int GetAutoSpeed() const { return m_nAutoSpeed; }
+    bool IsAutoTrans() const;
+    // Milliseconds between two automatic steps; -1 when the turn is off.
+    int AutoTransInterval() const;
+    bool IsSRPtzEnable() const { return m_bSRPtzEnable; }
+    bool IsSRFile() const { return m_bSRFile; }
+    int GetSRWidthFactor() const { return m_nSRWidthFactor; }
+    // Enhancement: modules on or off, and the 72-byte settings record, which
+    // the window keeps (and applies again at each open) without reading it.
+    bool SetVIEModuConfig(int nModule, bool bEnable);
+    bool SetVIEParam(TAVRIX_VIE_PARAM* pParam);
+    bool GetVIEParam(TAVRIX_VIE_PARAM* pParam);
+
     // ---- network session (CPlayWndNet.cpp) ----
     // Creates a session and starts its connect on a worker; true once under way.
     // A connect that fails later closes the window with a message (or, with
@@ -323,6 +351,8 @@ public slots:
     bool On_PartZoomRectMove(int nXOffset, int nYOffset);
     bool On_PartZoomScalePlus();
     bool On_PartZoomScaleMinus();
+    // One step of the automatic turn (GUI thread, from m_pAutoTransTimer).
+    void OnAutoTransTimer();
 
 protected:
     void timerEvent(QTimerEvent* ev) override;
@@ -404,6 +434,24 @@ private:
     // Draws the selection (region 0) or the region in the navigator (region 1).
     void DrawZoomRect0(QPainter* pPainter);
     void DrawZoomRect1(QPainter* pPainter);
+
+    // Fisheye helpers (CPlayWndFisheye.cpp).
+    // Allocates the parameter block on first use and fills all four values.
+    bool PrepareSRRotate(float fRotateX, float fRotateY, float fZoom);
+    // Play's share for fisheye material: the view mode again and the width factor.
+    void ApplySROnPlay();
+    // Applies the kept enhancement record to a freshly opened port; any thread
+    // (a stream opens on its session's thread).
+    void ApplyVIEOnOpen(int32_t nPort);
+    // Steering by mouse; true when the event was taken.
+    bool SRMousePress(QMouseEvent* ev);
+    bool SRMouseMove(QMouseEvent* ev);
+    bool SRMouseRelease(QMouseEvent* ev);
+    bool SRWheel(QWheelEvent* ev);
+    void StopAutoTrans();
+    // The timer of the automatic turn: made with the window, deleted after its last Stop.
+    void InitAutoTrans();
+    void UnInitAutoTrans();
 
     // Network session helpers (CPlayWndNet.cpp).
     void AttachNetOpenLink();
@@ -487,6 +535,19 @@ private:
     std::atomic<bool> m_bBackPlay{false}; // reverse direction; read by the display callback
     bool m_bSyncGroup = false;            // in the engine's synchronous group
     int m_nThrowBFrame = 0;               // B frames the decoder may skip
+    // ---- fisheye views and enhancement ----
+    bool m_bSRPtzEnable = false; // the view mode can be steered
+    bool m_bSRDragging = false;  // a left button drag steers the view
+    int m_nSRViewMode = 1;       // 0 original, 1 PTZ
+    int m_nAutoSpeed = 50;       // speed of the automatic turn, 0..100
+    QPoint m_ptSRLast;           // drag points in the display child's coordinates
+    QPoint m_ptSRCur;
+    TAVRIX_SR_ROTATE m_stSRRotate{nullptr, 0};
+    std::unique_ptr<TAVRIX_SR_ROTATE_PARAM> m_pSRRotateParam; // made on first use
+    QTimer* m_pAutoTransTimer = nullptr; // no parent; made and deleted by the window
+    // The enhancement record; the stage's GUI thread writes it, a stream's
+    // session thread reads it at open: both under m_mtxShared.
+    TAVRIX_VIE_PARAM m_stVIEConfig{0, {0, 0, 0, 25, 0, 0, 0, 220, 26, 0, 60, 80, 2, 5, 50, 0, 0}};
     bool m_bSRFile = true;                // fisheye material; true until the first open
     CDlgShow* m_pDlgShow = nullptr;       // the stage; null if the parent is no stage
     // Playback port; -1 none (also while an open is under way). Written on the GUI

@@ -28,6 +28,8 @@ const size_t kConCapMinBudget = 10 * 1024 * 1024;
 const size_t kConCapMinFrames = 15;
 // The click area reaches this far below the measured path line.
 const int kPathClickMargin = 5;
+// Room for a snapshot path in the engine's 8-bit encoding.
+const int kSRCapPathSize = 1040;
 const int kConCapEndCount = 0;
 const int kConCapEndNoSpace = 1;
 
@@ -128,6 +130,20 @@ int CPlayWnd::CapOnePic(int nFormat, QString strFolder, QString* pstrPath) {
     if (!QFileInfo(strNativeFolder).isDir())
         QDir().mkpath(strNativeFolder);
     const QString strPath = CPlayHelper::LinkFolderAndFileName(strNativeFolder, CapFileName(nFormat));
+
+    // Fisheye material: the engine writes the view as shown itself.
+    if (m_bSRFile) {
+        char szPath[kSRCapPathSize] = {};
+        if (!CPlayHelper::UnicodeToAscii(strPath, szPath, kSRCapPathSize))
+            return 0;
+        if (!Tavrix_SR_Capture(m_lPort, nFormat, szPath)) {
+            qDebug("CPlayWnd::CapPic() Tavrix_SR_Capture() FAIL dwErr=%d", Tavrix_GetLastError(m_lPort));
+            return 0;
+        }
+        if (pstrPath)
+            *pstrPath = strPath;
+        return 1;
+    }
 
     if (nBufSize > quint64(INT32_MAX))
         return 0;

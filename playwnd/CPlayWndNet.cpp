@@ -410,7 +410,7 @@ bool CPlayWnd::RunStreamVariant(int nDataType, char* pBuf, int nLen) {
     default:
         return false;
     }
-    // Picture enhancement settings join with the enhancement views; none are kept yet.
+    ApplyVIEOnOpen(nPort);
     Tavrix_SkipErrorData(nPort, false);
     // The window is already in state 1 (the stage played it before any data):
     // only a forced play starts the stream.

@@ -267,6 +267,14 @@ CPlayWnd* CDlgShow::SelWnd() const {
     return m_pPlayWnd[m_nSelWndIndex];
 }
 
+CPlayWnd* CDlgShow::SelActiveWnd() const {
+    CPlayWnd* pWnd = SelWnd();
+    if (!pWnd)
+        return nullptr;
+    const int nState = pWnd->GetPlayState();
+    return (nState == 1 || nState == 2) ? pWnd : nullptr;
+}
+
 CPlayWnd* CDlgShow::GetPlayWnd(int i) {
     return ValidIndex(i) ? m_pPlayWnd[i] : nullptr;
 }
@@ -733,4 +741,56 @@ void CDlgShow::SkinChanged() {
         m_clrWndBorder = clrWnd;
     if (clrSel.isValid())
         m_clrSelWndBorder = clrSel;
+}
+
+// ---- fisheye views and enhancement of the selected window -----------------
+
+bool CDlgShow::SRMove(int nCmd) {
+    CPlayWnd* pWnd = SelActiveWnd();
+    if (!pWnd || !pWnd->SRMove(nCmd))
+        return false;
+    // The prepared turn once more: a button step is two engine steps (the
+    // automatic turn's toggle prepared a zero turn, which changes nothing).
+    return pWnd->SRRotate();
+}
+
+bool CDlgShow::SetSRViewMode(int nMode) {
+    CPlayWnd* pWnd = SelActiveWnd();
+    if (!pWnd)
+        return false;
+    pWnd->SetSRViewMode(nMode);
+    return true;
+}
+
+bool CDlgShow::SetAutoSpeed(int nSpeed) {
+    CPlayWnd* pWnd = SelActiveWnd();
+    if (!pWnd)
+        return false;
+    pWnd->SetAutoSpeed(nSpeed);
+    return true;
+}
+
+int CDlgShow::GetSRViewMode() {
+    CPlayWnd* pWnd = SelActiveWnd();
+    return pWnd ? pWnd->GetSRViewMode() : -1;
+}
+
+bool CDlgShow::IsAutoTrans() {
+    CPlayWnd* pWnd = SelActiveWnd();
+    return pWnd ? pWnd->IsAutoTrans() : false;
+}
+
+bool CDlgShow::SetVIEModuConfig(int nModule, bool bEnable) {
+    CPlayWnd* pWnd = SelActiveWnd();
+    return pWnd ? pWnd->SetVIEModuConfig(nModule, bEnable) : false;
+}
+
+bool CDlgShow::SetVIEParam(TAVRIX_VIE_PARAM* pParam) {
+    CPlayWnd* pWnd = SelActiveWnd();
+    return pWnd ? pWnd->SetVIEParam(pParam) : false;
+}
+
+bool CDlgShow::GetVIEParam(TAVRIX_VIE_PARAM* pParam) {
+    CPlayWnd* pWnd = SelActiveWnd();
+    return pWnd ? pWnd->GetVIEParam(pParam) : false;
 }

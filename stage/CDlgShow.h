@@ -164,6 +164,19 @@ public:
     bool SetPartZoom(bool bOn);
     bool IsPartZoom();
 
+    // ---- fisheye views and enhancement of the selected window ----
+    // Only a selected window that plays or is paused takes these; otherwise
+    // they answer false (GetSRViewMode -1). SRMove hands the prepared turn to
+    // the engine once more, so a button step turns the view by pi/100.
+    bool SRMove(int nCmd);
+    bool SetSRViewMode(int nMode);
+    bool SetAutoSpeed(int nSpeed);
+    int GetSRViewMode();
+    bool IsAutoTrans();
+    bool SetVIEModuConfig(int nModule, bool bEnable);
+    bool SetVIEParam(TAVRIX_VIE_PARAM* pParam);
+    bool GetVIEParam(TAVRIX_VIE_PARAM* pParam);
+
     // ---- capture (CDlgShowCapture.cpp) ----
     // Snapshot of the selected window: its result (0 failed, 1 done, 2 no
     // space, 3 write failed).
@@ -223,6 +236,8 @@ private:
     void BuildSyncDaySpan(TAVRIX_SYSTEM_TIME* pstDayBegin, TAVRIX_SYSTEM_TIME* pstDayEnd) const;
     void ShowNoSyncTimeMessage();
     CPlayWnd* SelWnd() const;
+    // The selected window when it plays or is paused, else null.
+    CPlayWnd* SelActiveWnd() const;
     bool ValidIndex(int i) const { return i >= 0 && i < MAX_PLAY_WND && m_pPlayWnd[i]; }
 
     StartPageWnd* m_pStartPageWnd = nullptr; // covers the stage while it is empty
