@@ -378,6 +378,7 @@ bool CVelquinDlg::UnInit() {
     m_pLayoutMenu = nullptr;
     delete m_pAutoExpandWnd;
     m_pAutoExpandWnd = nullptr;
+    UnInitFisheye();
 
     CLanguageParser::DeleteInstance();
     if (SkinManager::GetInstance())

@@ -48,6 +48,8 @@ class SyncPlayProgressFullScreenDlg;
 class PlaylistCtrlBar;
 class CToolsMenu;
 class CPlayWndLayoutMenu;
+class EagleEyeCtrlBar;
+class Halvane;
 
 // The one top level window: builds the bars around the stage, turns every user
 // command into a call on the stage, and derives what the controls show from
@@ -311,6 +313,28 @@ public slots:
     bool On_WatermarkTimer();
     // === end watermark (public)
 
+    // === Fisheye expansion and the eagle eye bar (CVelquinDlgFisheye.cpp) — public
+    // The expansion dialog on the selected window's file; nothing while no
+    // window is open.
+    bool On_OpenFEC();
+    // Runs the modal expansion dialog; every playing window pauses for exactly
+    // that time. The argument is not read: the selected window's file is used.
+    bool On_ShowPanoDlg(bool bAddCurWndPlayFile);
+    bool On_PlayOrPauseWhenFECOpen();
+    // A code of the eagle eye bar to the selected window's view.
+    bool On_SigPTZBtn(int nBtnType);
+    // 0 original picture, 1 PTZ view of the selected window.
+    bool ChangeViewMode(int nViewMode);
+    bool On_SigAutoSpeed(int nValue);
+    bool OnChangeEagleEyeMode(QAction* pAction);
+    // The fisheye restrictions of the controls for the selected window; runs
+    // after every state change.
+    void UpdateSRUI();
+    EagleEyeCtrlBar* GetEagleEyeCtrlBar() const { return m_pEagleEyeCtrlBar; }
+    // The running expansion dialog, null outside On_ShowPanoDlg.
+    Halvane* GetHalvane() const { return m_pHalvane; }
+    // === end fisheye (public)
+
 protected:
     void keyPressEvent(QKeyEvent* ev) override;
     void mousePressEvent(QMouseEvent* ev) override;
@@ -455,6 +479,25 @@ private:
     void PaintListBottomBorder(bool bSearchShown);
     class PlayListSearchBar* m_pPlayListSearchBar = nullptr;
     // === end file information (private)
+
+    // === Fisheye — private members and helpers
+    // The bar, hidden, at the bottom of the list column (from BuildPlaylistColumn).
+    void BuildEagleEyeBar(QVBoxLayout* pColumn);
+    // The mode menu and the connections (from InitConnections).
+    bool InitFisheye();
+    // Bar, menu and actions go (from UnInit).
+    void UnInitFisheye();
+    // The bar's and the mode button's texts (from LoadLanguage).
+    void RetranslateFisheye();
+    // The view commands' guard; false drops the command without a message.
+    bool GuardSRView();
+    EagleEyeCtrlBar* m_pEagleEyeCtrlBar = nullptr;
+    QMenu* m_pEagleEyeMenu = nullptr;
+    QActionGroup* m_pEagleEyeGroup = nullptr;
+    QAction* m_pActOriginalMode = nullptr;
+    QAction* m_pActPTZMode = nullptr;
+    Halvane* m_pHalvane = nullptr; // lives only inside On_ShowPanoDlg
+    // === end fisheye (private)
 
     // === Watermark — private members and helpers
     class CWatermarkDlg* m_pWatermarkDlg = nullptr; // child; lives until the dialog ends

@@ -44,6 +44,7 @@ bool CVelquinDlg::LoadLanguage() {
     RetranslateWidgets();
     RetranslateMenus();
     RetranslateSideWindows();
+    RetranslateFisheye();
     return true;
 }
 

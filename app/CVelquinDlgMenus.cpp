@@ -280,7 +280,7 @@ bool CVelquinDlg::InitMenus() {
     m_pActMerge = NewKeyedAction(m_pMainRightMenu, IDS_Global_Merge, "Merge");
     m_pActMediaStream = NewKeyedAction(m_pMainRightMenu, IDS_Global_MediaStream, "Media Streaming");
     m_pActFisheye = NewKeyedAction(m_pMainRightMenu, IDS_FEC_FisheyeExpansion, "Fisheye Expansion");
-    m_pActFisheye->setVisible(false); // comes with the fisheye expansion dialog
+    connect(m_pActFisheye, &QAction::triggered, this, &CVelquinDlg::On_OpenFEC);
 
     m_pMainRightMenu->addSeparator();
     m_pMainRightMenu->addAction(m_pActSetting);

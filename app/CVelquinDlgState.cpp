@@ -72,8 +72,8 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
     m_pBtnCapPic->setEnabled(bSelActive);
     m_pBtnConCapPic->setEnabled(bSelActive && !(bSelNet && m_pDlgShow->IsHardDecode(nSel)));
     m_pBtnConCapPic->SetSelected(m_pDlgShow->IsConCapping());
-    // Fisheye and full screen keep their greyed out state until those
-    // features join.
+    // The fisheye expansion works on a local file; UpdateSRUI narrows it.
+    m_pBtnPanoPlayer->setEnabled(!bSelNet && bSelActive);
 
     ApplyStyle(m_pBtnMax, m_bMaximized ? STYLE_MAX_RESTORE : STYLE_MAX_NORMAL);
     ApplyStyle(m_pBtnMute, m_bMute ? STYLE_MUTE_ON : (m_nVolume > 100 ? STYLE_MUTE_BOOST : STYLE_MUTE_OFF));
@@ -112,6 +112,7 @@ bool CVelquinDlg::On_UpdateCtrlsState() {
         break;
     }
 
+    UpdateSRUI();
     RetranslateWidgets();
     UpdateMainTitle();
     m_pDlgShow->UpdateStartPage();

@@ -135,6 +135,7 @@ QWidget* CVelquinDlg::BuildPlaylistColumn() {
 
     m_pPlaylist = new CPlaylist(m_pPlaylistCtrlContainer);
     pColumn->addWidget(m_pPlaylist, 1);
+    BuildEagleEyeBar(pColumn);
     return m_pPlaylistCtrlContainer;
 }
 
@@ -326,6 +327,7 @@ bool CVelquinDlg::InitConnections() {
                         &CVelquinDlg::On_ShowPlaylistRightMenu));
     bOk &= bool(connect(m_pPlaylist, &CPlaylist::Sig_CloseFile, this, &CVelquinDlg::On_CloseByFilePath));
     bOk &= ConnectSearchBar();
+    bOk &= InitFisheye();
     bOk &= bool(connect(this, &CVelquinDlg::Sig_ShowAutoExpandWnd, this, &CVelquinDlg::On_ShowAutoExpandWnd));
     return bOk;
 }

@@ -140,7 +140,7 @@ bool CVelquinDlg::On_KeyPressEvent(QKeyEvent* ev) {
     const int nKey = int(ev->modifiers()) + ev->key();
     const HotKeysCfg& stKeys = m_stPlayerCfg.stHotKeys;
     // Compared in the fixed order of the hot key table, so that of two equal keys
-    // only the first runs. The fisheye key matches nothing until that view comes.
+    // only the first runs.
     if (nKey == stKeys.nOpenFiles)
         return On_OpenFiles();
     if (nKey == stKeys.nOpenFolder)
@@ -185,6 +185,17 @@ bool CVelquinDlg::On_KeyPressEvent(QKeyEvent* ev) {
         if (!m_pDlgShow || !m_pDlgShow->isVisible())
             return false;
         return On_FullScreen();
+    }
+    if (nKey == stKeys.nFisheyeExpansion) {
+        if (!m_pDlgShow)
+            return false;
+        // A stream has no file to expand.
+        const int nSel = m_pDlgShow->GetSelWndIndex();
+        if (IsActiveState(m_pDlgShow->GetPlayState(nSel)) && m_pDlgShow->GetOpenMode(nSel) == 2)
+            return false;
+        // The modal dialog runs after the key event has been handled.
+        QMetaObject::invokeMethod(this, &CVelquinDlg::On_OpenFEC, Qt::QueuedConnection);
+        return true;
     }
     if (nKey == stKeys.nRepeatAB)
         return On_ABRepeat();

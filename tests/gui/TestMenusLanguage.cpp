@@ -155,6 +155,7 @@ const QHash<QString, QString> kExpected = {
     {"m_pMainRightMenu/IDS_Global_Convert", "eeeee"},
     {"m_pMainRightMenu/IDS_Global_Merge", "eeeee"},
     {"m_pMainRightMenu/IDS_Global_MediaStream", "eeeee"},
+    {"m_pMainRightMenu/IDS_FEC_FisheyeExpansion", "dedee"},
 
     {"m_pMainMenu/IDS_Global_Open", "eeeed"},
     {"m_pOpenMenu/IDS_Global_OpenFile", "eeeee"},
