@@ -14,12 +14,14 @@
 //   velquin-bench concap FILE [--seconds S]
 //   velquin-bench snapshot FILE [--format bmp|jpeg] [--count N]
 //   velquin-bench sync FILE... [--seconds S]
+//   velquin-bench fisheye FILE [--ports N] [--size WxH] [--seconds S] [--turn] [--no-peer]
 #include "AvDriftBench.h"
 #include "BenchPort.h"
 #include "ConCapBench.h"
 #include "SnapshotBench.h"
 #include "SyncBench.h"
 #include "CpuMeter.h"
+#include "FisheyeBench.h"
 #include "PeerDecode.h"
 #include "StreamBench.h"
 #include "ThumbBench.h"
@@ -55,7 +57,8 @@ int Usage() {
         "       velquin-bench stream URL [--mode 0|1|2] [--ports N] [--seconds S] [--no-peer]\n"
         "       velquin-bench concap FILE [--seconds S]\n"
         "       velquin-bench snapshot FILE [--format bmp|jpeg] [--count N]\n"
-        "       velquin-bench sync FILE... [--seconds S]\n");
+        "       velquin-bench sync FILE... [--seconds S]\n"
+        "       velquin-bench fisheye FILE [--ports N] [--size WxH] [--seconds S] [--turn] [--no-peer]\n");
     return 2;
 }
 
@@ -314,6 +317,9 @@ int main(int argc, char** argv) {
             return SnapshotBench(args[1], strFormat == "jpeg", nCount).Run();
         return Usage();
     }
+    FisheyeBench::Options fisheyeOptions;
+    if (strCommand == "fisheye" && FisheyeBench::ParseOptions(args.mid(2), &fisheyeOptions))
+        return FisheyeBench(strFile, fisheyeOptions).Run();
     if (strCommand == "avdrift" && args.size() == 2)
         return RunAvDrift(strFile);
     StreamOptions streamOptions;

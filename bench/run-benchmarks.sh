@@ -6,8 +6,9 @@
 # 10-minute recording in MP4, in one transport stream and in ten joined
 # segments (ffprobe), and the playlist's thumbnails and file facts
 # for 200 recordings (ffmpegthumbnailer); sound against picture over ten
-# minutes; last, an encrypted recording played with its key is checked against
-# the ffmpeg tool's decode of its source.
+# minutes; an encrypted recording played with its key is checked against
+# the ffmpeg tool's decode of its source; recordings in lock step, fisheye
+# views (the ffmpeg tool's v360), live streams and the converter.
 # Usage: run-benchmarks.sh [MEDIA_DIR] (default /tmp/velquin-bench-media).
 # VELQUIN_BENCH names the velquin-bench program if it is not on the PATH.
 set -euo pipefail
@@ -153,6 +154,25 @@ for i in $(seq 0 8); do
 done
 run sync "${SYNC[@]:0:4}" --seconds 60
 run sync "${SYNC[@]}" --seconds 60
+
+# Fisheye cameras de-warped to a flat view in real time, beside the ffmpeg tool
+# running the same v360 chain on the same file: one 1920x1920 camera shown at
+# 1280x720, and four 1280x1280 cameras at 640x360; each once with a steady view
+# and once turning a step on every picture (a new remap table each picture).
+# The clips: testsrc2 as a 2:1 world seen through a 180-degree lens, 20 s.
+fisheye_clip() { # $1 = name, $2 = side
+  [ -s "$OUT/$1" ] && return
+  "${FF[@]}" -f lavfi -i "testsrc2=size=$(($2 * 2))x$2:rate=25:duration=20" \
+    -vf "v360=input=e:output=fisheye:h_fov=180:v_fov=180:w=$2:h=$2" \
+    -c:v libx264 -preset veryfast -crf 23 -g 50 -bf 2 -pix_fmt yuv420p "$OUT/$1.tmp.mp4"
+  mv "$OUT/$1.tmp.mp4" "$OUT/$1"
+}
+fisheye_clip hall_fisheye_1920.mp4 1920
+fisheye_clip hall_fisheye_1280.mp4 1280
+run fisheye "$OUT/hall_fisheye_1920.mp4" --size 1280x720 --seconds 20
+run fisheye "$OUT/hall_fisheye_1920.mp4" --size 1280x720 --seconds 20 --turn
+run fisheye "$OUT/hall_fisheye_1280.mp4" --ports 4 --size 640x360 --seconds 20
+run fisheye "$OUT/hall_fisheye_1280.mp4" --ports 4 --size 640x360 --seconds 20 --turn
 
 # Live streams from a local RTSP server (GStreamer's, scripts/rtsp-server.py):
 # the clock source draws its wall clock into every picture, so the time to

@@ -290,6 +290,31 @@ if [ ! -s hls/stream.m3u8 ]; then
   mv hls.tmp hls
 fi
 
+# ---- Fisheye material ------------------------------------------------------------
+
+# A lens looking straight down sees a half sphere in a circle: testsrc2 laid
+# out as a 2:1 equirectangular world (1280x640) through the tool's v360 gives
+# such a circle, 640x640, 180 degrees across.
+FISHEYE="v360=input=e:output=fisheye:h_fov=180:v_fov=180:w=640:h=640"
+# Frame 0 of the world, 50 times (2 s): every picture the same, lossless, so a
+# view of any frame can be compared with the tool's view of frame 0.
+make still_fisheye.mkv -f lavfi \
+  -i "testsrc2=size=1280x640:rate=${RATE},trim=end_frame=1,format=yuv420p,${FISHEYE},loop=loop=49:size=1:start=0,setpts=N/(${RATE}*TB)" \
+  -frames:v 50 -c:v ffv1
+# The same picture as a camera would send it, for the RTSP server: H.264, every
+# frame a key frame at a fixed high quality (all frames decode alike), 8 s so
+# that a slow client still gets pictures.
+make still_fisheye.ts -stream_loop 3 -i still_fisheye.mkv -c:v libx264 -preset veryfast -g 1 -qp 18 -pix_fmt yuv420p
+# 4 s of moving world with the frame number drawn in, H.264 in MP4.
+make walk_fisheye.mp4 -f lavfi \
+  -i "$(pattern 4 1280x640),format=yuv420p,${FISHEYE}" -c:v libx264 -preset veryfast -g 25 -bf 2 -pix_fmt yuv420p
+# Fisheye by its tag only (fisheye=1), nothing in its name says so.
+make ceiling.mkv -i still_fisheye.mkv -c copy -metadata fisheye=1
+# Grainy pictures for the enhancement modules: testsrc2 with strong noise that
+# changes every frame, lossless so the grain stays as made.
+make noisy.mkv -f lavfi -i "testsrc2=size=320x240:rate=${RATE}:duration=2,format=yuv420p,noise=alls=24:allf=t+u" \
+  -c:v ffv1
+
 # ---- Pictures: snapshots, colour, orientation, capture ------------------------
 
 # Colour bars (the hue and saturation checks need known colours), H.264 at a

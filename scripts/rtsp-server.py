@@ -6,6 +6,8 @@
 # Mounts:
 #   /clip    the --clip file as it is (no re-encoding), from its start for every
 #            client: each client sees every picture of the file in order.
+#   /NAME    the same again under the clip's own name without its extension
+#            (e.g. /still_fisheye), for players that go by the name in the URL.
 #   /live    one shared live source (a moving test pattern, H.264 704x576 25 fps).
 #   /secure  like /clip, for user "admin" with password "velquin1" only (Basic).
 #   /clock   live 704x576 25 fps pictures, each carrying the wall clock at which
@@ -18,6 +20,7 @@
 #   (--port 0 lets the system choose; the distribution's python3 is needed for
 #   the GStreamer bindings)
 import argparse
+import os
 import signal
 import sys
 import threading
@@ -159,7 +162,11 @@ def main():
     live = (f"( videotestsrc is-live=true pattern=ball ! video/x-raw,width={WIDTH},height={HEIGHT},"
             f"framerate={FPS}/1 ! {X264} ! {PAY} )")
     mounts = server.get_mount_points()
-    for path, f in (("/clip", factory(clip, False)), ("/live", factory(live, True)), ("/clock", ClockFactory())):
+    named = "/" + os.path.splitext(os.path.basename(args.clip))[0]
+    served = [("/clip", factory(clip, False)), ("/live", factory(live, True)), ("/clock", ClockFactory())]
+    if named not in ("/clip", "/live", "/clock", "/secure"):
+        served.append((named, factory(clip, False)))
+    for path, f in served:
         allow(f, "anonymous")
         mounts.add_factory(path, f)
     # Seen by everybody but played by admin only: the server answers 401 (a

@@ -2,6 +2,7 @@
 
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 
 #include <arpa/inet.h>
@@ -125,11 +126,18 @@ bool NetServers::WaitListening(QProcess& process, quint16 nPort, int nTimeoutMs)
     return true;
 }
 
-quint16 NetServers::StartRtsp() {
+quint16 NetServers::StartRtsp(const QString& strClip) {
+    QString strPath = strClip.isEmpty() ? QStringLiteral("stream_d1.ts") : strClip;
+    if (QFileInfo(strPath).isRelative()) {
+        strPath = m_strMediaDir + QLatin1Char('/') + strPath;
+    }
+    if (!QFileInfo::exists(strPath)) { // the server would start and then fail every client
+        m_strError = strPath + QStringLiteral(" does not exist");
+        return 0;
+    }
     return Launch(QString::fromLatin1(kPython),
                   {QStringLiteral(VELQUIN_SOURCE_DIR "/scripts/rtsp-server.py"), QStringLiteral("--port"),
-                   QStringLiteral("0"), QStringLiteral("--clip"),
-                   m_strMediaDir + QStringLiteral("/stream_d1.ts")},
+                   QStringLiteral("0"), QStringLiteral("--clip"), strPath},
                   0);
 }
 

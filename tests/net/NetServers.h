@@ -4,7 +4,10 @@
 //
 //   StartRtsp()    scripts/rtsp-server.py over stream_d1.ts of the media folder:
 //                  rtsp://127.0.0.1:PORT/clip, /live, /secure (admin:velquin1),
-//                  /clock; RTSP over HTTP tunnelling on the same port
+//                  /clock; RTSP over HTTP tunnelling on the same port. The clip
+//                  is also served under its own name: /stream_d1. Another clip
+//                  (an MPEG-TS file of the media folder, or a full path):
+//                  StartRtsp("still_fisheye.ts") -> /clip, /still_fisheye, ...
 //   StartHttpTs()  the ffmpeg tool sends stream_d1.ts once, in real time, as
 //                  MPEG-TS to the first client of http://127.0.0.1:PORT/live.ts
 //   StartHls()     http://127.0.0.1:PORT/stream.m3u8: the folder hls/ of the
@@ -33,7 +36,7 @@ public:
     NetServers(const NetServers&) = delete;
     NetServers& operator=(const NetServers&) = delete;
 
-    quint16 StartRtsp();
+    quint16 StartRtsp(const QString& strClip = QString());
     quint16 StartHttpTs();
     quint16 StartHls();
     quint16 StartStreamTool();
