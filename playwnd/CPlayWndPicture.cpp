@@ -172,8 +172,12 @@ bool CPlayWnd::SetImageScaleMode(int nMode) {
     QSize szPic(nW, nH);
     if (m_nPlayState == 1 || m_nPlayState == 2) {
         QSize szMode;
-        if (ScaleModeSize(nMode, nW, nH, m_nVideoWidth.load() * m_nSRWidthFactor, m_nVideoHeight.load(),
-                          &szMode))
+        // The engine reports the picture it shows. A de-warped fisheye view
+        // comes out at its own shape, already twice as wide as the lens
+        // circle is high, and the circle itself is round: doubling the width
+        // here as well would stretch both. The width factor stays for the
+        // zoom region's picture coordinates.
+        if (ScaleModeSize(nMode, nW, nH, m_nVideoWidth.load(), m_nVideoHeight.load(), &szMode))
             szPic = szMode;
     }
     m_pDisplayWnd->setGeometry((nW - szPic.width()) / 2, (nH - szPic.height()) / 2, szPic.width(),

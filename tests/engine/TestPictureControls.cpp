@@ -241,6 +241,18 @@ void TestPictureControls::snapshotDuringPlayIsAShownFrame() {
                                  kTimeoutMs);
     }
     QVERIFY2(nChecked >= 5, qPrintable(QString("%1 snapshots").arg(nChecked)));
+
+    // Paused at once after the start, before any picture: the first one still
+    // shows, and it is what a snapshot gives.
+    PortProbe quick;
+    quick.SetHashFrames(false);
+    QVERIFY(quick.Open(PortProbe::MediaPath("h264_aac.mp4")) && quick.Play(true));
+    QVERIFY(Tavrix_Pause(quick.Port(), 1));
+    QVERIFY(quick.WaitForFrames(1, kTimeoutMs));
+    int nW = 0, nH = 0;
+    const QByteArray first = BmpPixels(Snapshot(quick.Port(), false), &nW, &nH);
+    const uint32_t nShown = Tavrix_GetCurrentFrameNum(quick.Port());
+    QVERIFY(first == all.mid(qsizetype(nShown) * nFrameBytes, nFrameBytes));
 }
 
 void TestPictureControls::colourFollowsTheSettings() {

@@ -124,6 +124,20 @@ private slots:
         QCOMPARE(stage.GetSRViewMode(), 1);
         QVERIFY(pWnd->IsSRPtzEnable());
         QCOMPARE(View(pWnd).nKind, int(TAVRIX_SR_FLAT));
+        // The picture area takes the view's own shape, and the circle's when
+        // the original is shown: nothing stretched.
+        QWidget* pDisplay = pWnd->findChild<QWidget*>(QStringLiteral("m_pDisplayWnd"));
+        QVERIFY(pDisplay);
+        auto shapeIs = [pDisplay](double dRatio) {
+            const QSize sz = pDisplay->size();
+            return sz.height() > 0 && std::abs(double(sz.width()) / sz.height() - dRatio) < 0.02;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(View(pWnd).nHeight > 0, 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(shapeIs(double(View(pWnd).nWidth) / View(pWnd).nHeight), 5000);
+        QVERIFY(stage.SetSRViewMode(0));
+        QTRY_VERIFY_WITH_TIMEOUT(shapeIs(1.0), 5000);
+        QVERIFY(stage.SetSRViewMode(1));
+        QTRY_VERIFY_WITH_TIMEOUT(shapeIs(2.0), 5000);
         QVERIFY(pWnd->Pause());
 
         // One window step is s per axis; "up" looks up (the pitch grows).

@@ -25,9 +25,10 @@ const int kSecretKeyBytes = 16;
 const int kHotKeyPlayOrPause = 3;
 const int kHotKeyCapPic = 14;
 const int kHotKeyExit = 16;
-// A 2:1 strip, the panorama's own shape.
-const int kDisplayWidth = 960;
-const int kDisplayHeight = 480;
+// The panorama's own shape: all round (360 degrees) by the quarter turn from
+// the lens's axis to its rim (90), 4:1.
+const int kDisplayWidth = 1200;
+const int kDisplayHeight = 300;
 } // namespace
 
 Halvane::Halvane(QWidget* pParent) : CustomDialog(pParent) {

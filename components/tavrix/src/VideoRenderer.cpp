@@ -47,6 +47,9 @@ void VideoRenderer::Start(bool bRealTime, bool bPaused) {
         m_bResetClock = false;
         m_nSteps = 0;
         m_nSpeedStep = 0;
+        // Nothing of this play has shown yet: a pause before the first picture
+        // still shows it, so that there is a picture to look at and to capture.
+        m_bShownSinceGate = false;
     }
     m_pReadings->bPaused = bPaused;
     m_pLast.reset();
