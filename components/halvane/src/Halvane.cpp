@@ -4,9 +4,11 @@
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -52,7 +54,12 @@ void Halvane::SetupUI() {
     m_pDisplayWnd = new QWidget(this);
     m_pDisplayWnd->setObjectName(QStringLiteral("m_pDisplayWnd"));
     m_pDisplayWnd->setAttribute(Qt::WA_NativeWindow);
-    m_pDisplayWnd->setFixedSize(kDisplayWidth, kDisplayHeight);
+    // Narrower on a small screen, never wider than the screen it opens on.
+    int nWidth = kDisplayWidth;
+    const QScreen* pScreen = parentWidget() ? parentWidget()->screen() : QGuiApplication::primaryScreen();
+    if (pScreen)
+        nWidth = std::clamp(pScreen->availableGeometry().width() - 40, 320, kDisplayWidth) / 4 * 4;
+    m_pDisplayWnd->setFixedSize(nWidth, nWidth * kDisplayHeight / kDisplayWidth);
     m_pDisplayWnd->setFocusPolicy(Qt::NoFocus);
     pRoot->addWidget(m_pDisplayWnd);
 }
