@@ -49,7 +49,9 @@ void VideoRenderer::Start(bool bRealTime, bool bPaused) {
         m_nSpeedStep = 0;
         // Nothing of this play has shown yet: a pause before the first picture
         // still shows it, so that there is a picture to look at and to capture.
-        m_bShownSinceGate = false;
+        // A member of a lock-step group shows nothing before the group's time
+        // comes; the group steps a paused member itself once it has placed it.
+        m_bShownSinceGate = m_pGroup != nullptr;
     }
     m_pReadings->bPaused = bPaused;
     m_pLast.reset();
