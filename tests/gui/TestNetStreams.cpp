@@ -1,8 +1,4 @@
-// Network streams in the main dialog, against real local servers: RTSP over
-// TCP, UDP and HTTP tunnelling, HTTP MPEG-TS and HLS play and give their row a
-// thumbnail; a server that dies closes the window with its message, or, with
-// reconnecting on, is played again when it returns; a connect that never ends
-// does not hold the GUI thread; sixteen streams close quickly with the dialog.
+// Network streams in the main dialog against real local servers.
 
 #include <QElapsedTimer>
 #include <QLabel>
@@ -51,8 +47,7 @@ uint ShownFrames(CPlayWnd* pWnd) {
     return stStats.nShownFrames;
 }
 
-// The RTSP server started again on a port it had before, as a camera comes
-// back after a restart. Stopped by its process id when this goes.
+// The RTSP server again on its old port, as a restarted camera; stopped by process id.
 class RtspOnPort {
 public:
     ~RtspOnPort() {
@@ -94,8 +89,7 @@ class TestNetStreams : public QObject {
     struct Fixture : WithServers, MainDlgFixture {
         quint16 nPort = 0;
         QString strUrl;
-        // An RTSP server (one that never answers with bBlackHole) and the dialog;
-        // with bReconnect the setting is in the configuration, as a user sets it.
+        // An RTSP server (or a black hole) and the dialog, reconnecting set in its file.
         bool StartLive(bool bBlackHole = false, bool bReconnect = false) {
             nPort = bBlackHole ? servers.StartBlackHole() : servers.StartRtsp();
             strUrl = QString("rtsp://127.0.0.1:%1/live").arg(nPort);
@@ -129,24 +123,17 @@ private slots:
         QCOMPARE(Orvel_GetSessionCount(), 0);
     }
 
-    // Every kind of source plays and gives its row a picture, the player's own
-    // stream tool among them.
+    // Every kind of source plays and gives its row a picture.
     void playsEverySource_data() {
         QTest::addColumn<QString>("strServer");
         QTest::addColumn<QString>("strPath");
         QTest::addColumn<int>("nMode");
-        QTest::newRow("rtsp tcp") << "rtsp"
-                                  << "/clip" << int(ORVEL_TRANSMIT_TCP);
-        QTest::newRow("rtsp udp") << "rtsp"
-                                  << "/clip" << int(ORVEL_TRANSMIT_UDP);
-        QTest::newRow("rtsp http tunnel") << "rtsp"
-                                          << "/clip" << int(ORVEL_TRANSMIT_HTTP);
-        QTest::newRow("http mpeg-ts") << "http"
-                                      << "/live.ts" << 0;
-        QTest::newRow("hls") << "hls"
-                             << "/stream.m3u8" << 0;
-        QTest::newRow("velquin-stream") << "tool"
-                                        << "/clip" << int(ORVEL_TRANSMIT_TCP);
+        QTest::newRow("rtsp tcp") << "rtsp" << "/clip" << int(ORVEL_TRANSMIT_TCP);
+        QTest::newRow("rtsp udp") << "rtsp" << "/clip" << int(ORVEL_TRANSMIT_UDP);
+        QTest::newRow("rtsp http tunnel") << "rtsp" << "/clip" << int(ORVEL_TRANSMIT_HTTP);
+        QTest::newRow("http mpeg-ts") << "http" << "/live.ts" << 0;
+        QTest::newRow("hls") << "hls" << "/stream.m3u8" << 0;
+        QTest::newRow("velquin-stream") << "tool" << "/clip" << int(ORVEL_TRANSMIT_TCP);
     }
     void playsEverySource() {
         QFETCH(QString, strServer);
@@ -189,9 +176,7 @@ private slots:
         QVERIFY(InfoTexts().isEmpty());
     }
 
-    // A source that dies: the window closes with a message, or, with reconnecting
-    // on, keeps trying quietly, plays again when the source returns, and stops
-    // and plays again as any stream.
+    // A lost source closes with a message, or reconnects quietly when it returns.
     void lostSource_data() {
         QTest::addColumn<bool>("bReconnect");
         QTest::newRow("closes with message") << false;
@@ -232,8 +217,7 @@ private slots:
         QVERIFY2(timerBack.elapsed() < 8000, "plays again within a few seconds of the source's return");
         QVERIFY(pWnd->GetDisplayInfo().isEmpty());
         QVERIFY(InfoTexts().isEmpty());
-        // Stop ends the retries; play runs at once, before any data, with a new
-        // session for the stored URL.
+        // Stop ends the retries; play starts a new session at once.
         const int nFirstSession = pWnd->GetNetSession();
         QVERIFY(fx.pDlg->On_Stop());
         QCOMPARE(pWnd->GetPlayState(), 3);

@@ -1,5 +1,4 @@
-// Partial zoom of a play window with a real clip, checked against the ffmpeg
-// tool's crop of the same region.
+// Partial zoom of a play window, checked against the ffmpeg tool's crop of the region.
 
 #include <QApplication>
 #include <QLabel>
@@ -53,14 +52,9 @@ void SendWheel(QWidget* pWidget, int nAngle) {
 // Frame nFrame of the clip as the ffmpeg tool shows the part rcCrop of it at szOut.
 QImage FfmpegView(int nFrame, const QRect& rcCrop, const QSize& szOut) {
     QProcess proc;
-    const QString strFilter = QString("select=eq(n\\,%1),crop=%2:%3:%4:%5,scale=%6:%7")
-                                  .arg(nFrame)
-                                  .arg(rcCrop.width())
-                                  .arg(rcCrop.height())
-                                  .arg(rcCrop.x())
-                                  .arg(rcCrop.y())
-                                  .arg(szOut.width())
-                                  .arg(szOut.height());
+    const QString strFilter = QString::asprintf("select=eq(n\\,%d),crop=%d:%d:%d:%d,scale=%d:%d", nFrame,
+                                                rcCrop.width(), rcCrop.height(), rcCrop.x(), rcCrop.y(),
+                                                szOut.width(), szOut.height());
     proc.start("ffmpeg", {"-hide_banner", "-loglevel", "error", "-nostdin", "-i", Clip(kClip), "-an",
                           "-fps_mode", "passthrough", "-vf", strFilter, "-frames:v", "1", "-f", "rawvideo",
                           "-pix_fmt", "rgb24", "-"});
@@ -69,10 +63,9 @@ QImage FfmpegView(int nFrame, const QRect& rcCrop, const QSize& szOut) {
     const QByteArray baRaw = proc.readAllStandardOutput();
     if (baRaw.size() != szOut.width() * szOut.height() * 3)
         return QImage();
-    QImage img(szOut, QImage::Format_RGB888);
-    for (int y = 0; y < szOut.height(); ++y)
-        memcpy(img.scanLine(y), baRaw.constData() + y * szOut.width() * 3, szOut.width() * 3);
-    return img;
+    return QImage(reinterpret_cast<const uchar*>(baRaw.constData()), szOut.width(), szOut.height(),
+                  szOut.width() * 3, QImage::Format_RGB888)
+        .copy();
 }
 
 // The main picture's display child (the navigator has a label of the same name).
@@ -80,8 +73,7 @@ QLabel* DisplayChild(CPlayWnd* pWnd) {
     return pWnd->findChild<QLabel*>("m_pDisplayWnd", Qt::FindDirectChildrenOnly);
 }
 
-// The shown picture matches the ffmpeg tool's view of rcRegion, and matches it
-// better than the view of rcOther: the engine shows this region, not another.
+// The shown picture matches the ffmpeg tool's view of rcRegion, and better than rcOther's.
 void VerifyShows(QWidget* pChild, int nFrame, const QRect& rcRegion, const QRect& rcOther) {
     const QImage imgRef = FfmpegView(nFrame, rcRegion, pChild->size());
     const QImage imgOther = FfmpegView(nFrame, rcOther, pChild->size());
@@ -94,28 +86,22 @@ void VerifyShows(QWidget* pChild, int nFrame, const QRect& rcRegion, const QRect
     QVERIFY2(dDiff * 2 < dOther, qPrintable(QString("diff %1, to the other view %2").arg(dDiff).arg(dOther)));
 }
 
-bool IsZoomColour(QRgb rgb) {
-    // The default skin's #FF3030.
-    return qRed(rgb) > 200 && qGreen(rgb) < 110 && qBlue(rgb) < 110;
-}
-
-// Somewhere within two pixels of pt the zoom colour is drawn.
+// The default skin's zoom colour #FF3030 within two pixels of pt.
 bool ZoomColourNear(const QImage& img, QPoint pt) {
     for (int dy = -2; dy <= 2; ++dy)
-        for (int dx = -2; dx <= 2; ++dx)
-            if (img.rect().contains(pt + QPoint(dx, dy)) && IsZoomColour(img.pixel(pt + QPoint(dx, dy))))
+        for (int dx = -2; dx <= 2; ++dx) {
+            const QPoint p = pt + QPoint(dx, dy);
+            if (img.rect().contains(p) && qRed(img.pixel(p)) > 200 && qGreen(img.pixel(p)) < 110 &&
+                qBlue(img.pixel(p)) < 110)
                 return true;
+        }
     return false;
 }
 
 // Share of the points along the edges of rcMark with the zoom colour near them.
 double MarkShare(const QImage& img, const QRect& rcMark) {
-    int nPoints = 0;
-    int nMarked = 0;
-    auto Count = [&](QPoint pt) {
-        ++nPoints;
-        nMarked += ZoomColourNear(img, pt) ? 1 : 0;
-    };
+    int nPoints = 0, nMarked = 0;
+    auto Count = [&](QPoint pt) { ++nPoints, nMarked += ZoomColourNear(img, pt); };
     for (int x = rcMark.left(); x <= rcMark.right(); ++x) {
         Count(QPoint(x, rcMark.top()));
         Count(QPoint(x, rcMark.bottom()));
@@ -148,7 +134,7 @@ class TestPartZoom : public QObject {
     Q_OBJECT
 
 private slots:
-    void selectMoveAndResetByMouse() {
+    void selectMoveResetWheelTurnAndStop() {
         CDlgShow stage;
         CPlayWnd* pWnd = OpenPlaying(&stage);
         QVERIFY(pWnd);
@@ -161,6 +147,7 @@ private slots:
         QCOMPARE(st.nWidth, kClipWidth);
         QCOMPARE(st.nHeight, kClipHeight);
         QCOMPARE(RegionRect(st), QRect(0, 0, kClipWidth, kClipHeight));
+        QCOMPARE(stage.GetSelWndIndex(), 0); // the wheel goes to the selected window
 
         // The navigator: lower right corner, its share of the window, clamped.
         PartZoomWnd* pNav = pWnd->GetPartZoomWnd();
@@ -202,10 +189,8 @@ private slots:
         const QRect rcWhole(0, 0, kClipWidth, kClipHeight);
         VerifyShows(pChild, nFrame, rcFirst, rcWhole);
 
-        // A second selection works inside the region on view. Right after it the
-        // navigator shows the whole frame with that region marked in the zoom colour.
+        // A second selection inside the region; the navigator marks it on the whole frame.
         QLabel* pNavLabel = pNav->GetDisplayWnd();
-        QCOMPARE(pNavLabel->geometry(), pNav->rect().adjusted(2, 2, -2, -2));
         const QImage imgNavRef = FfmpegView(nFrame, rcWhole, pNavLabel->size());
         QVERIFY(!imgNavRef.isNull());
         const QPoint sC(rcD.width() / 4, rcD.height() / 5);
@@ -251,8 +236,7 @@ private slots:
         QCOMPARE(RegionRect(pWnd->GetZoomRegion()), rcWhole);
         VerifyShows(pChild, nFrame, rcWhole, rcMoved);
 
-        // Each zoom action shows the navigator; a left double click hides it at
-        // once, and untouched it hides by itself.
+        // Zoom actions show the navigator; a double click hides it, as does time.
         QVERIFY(pWnd->On_PartZoomScalePlus());
         QVERIFY(pNav->isVisible());
         SendMouse(pWnd, QEvent::MouseButtonDblClick, rcD.center(), Qt::LeftButton, Qt::LeftButton);
@@ -261,18 +245,11 @@ private slots:
         QVERIFY(pWnd->On_PartZoomScaleMinus());
         QVERIFY(pNav->isVisible());
         QTRY_VERIFY_WITH_TIMEOUT(!pNav->isVisible(), 6000);
-    }
+        // Zoom again from off: the whole picture.
+        QVERIFY(pWnd->SetPartZoom(false) && pWnd->SetPartZoom(true));
+        QCOMPARE(RegionRect(pWnd->GetZoomRegion()), rcWhole);
 
-    void wheelStepsQuarterTurnAndStop() {
-        CDlgShow stage;
-        CPlayWnd* pWnd = OpenPlaying(&stage);
-        QVERIFY(pWnd);
-        QCOMPARE(stage.GetSelWndIndex(), 0);
-        QVERIFY(pWnd->Pause());
-        QVERIFY(pWnd->SetPartZoom(true));
-        const QRect rcWhole(0, 0, kClipWidth, kClipHeight);
-
-        // In, one notch at a time, until the region stops at 16 picture pixels.
+        // The wheel: in, one notch at a time, until the region stops at 16 picture pixels.
         QRect rcPrev = RegionRect(pWnd->GetZoomRegion());
         int nSteps = 0;
         for (; nSteps < 300; ++nSteps) {
@@ -303,7 +280,7 @@ private slots:
         SendWheel(pWnd, 120);
         QVERIFY(RegionRect(pWnd->GetZoomRegion()) != rcWhole);
         QVERIFY(pWnd->SetRotateAngle(1));
-        CPlayWnd::ZoomRegion st = pWnd->GetZoomRegion();
+        st = pWnd->GetZoomRegion();
         QCOMPARE(st.nWidth, kClipHeight);
         QCOMPARE(st.nHeight, kClipWidth);
         QCOMPARE(RegionRect(st), QRect(0, 0, kClipHeight, kClipWidth));

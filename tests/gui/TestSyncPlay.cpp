@@ -1,6 +1,4 @@
-// Lock-step play through the main dialog: entering and leaving with four
-// recordings of one morning, the position of the group, jumps inside, before
-// and after members and outside the files, and the guards that refuse.
+// Lock-step play through the main dialog with four recordings of one morning.
 
 #include <QtTest>
 
@@ -55,15 +53,7 @@ struct SyncFixture : MainDlgFixture {
         QStringList lstPaths;
         for (const QString& strName : lstNames)
             lstPaths << GuiMedia::Clip(strName);
-        if (!pDlg->OpenFileList(lstPaths))
-            return false;
-        return WaitFor([&] {
-            for (int i = 0; i < lstNames.size(); ++i) {
-                if (pStage->GetPlayState(i) != 1)
-                    return false;
-            }
-            return true;
-        });
+        return pDlg->OpenFileList(lstPaths) && WaitFor([&] { return AllMembersInState(1, int(lstNames.size())); });
     }
     bool EnterSync() { return OpenPlaying(kSyncClips) && pDlg->On_SyncPlay() && pStage->IsSyncPlay(); }
     template <class F> static bool WaitFor(F fnDone) { return QTest::qWaitFor(fnDone, kPlayTimeoutMs); }
@@ -77,8 +67,8 @@ struct SyncFixture : MainDlgFixture {
         TAVRIX_SYSTEM_TIME t{};
         return pStage->GetSyncPlayPrecent(&dPrecent, &t) ? Stamp(t) : -1;
     }
-    bool AllMembersInState(int nState) {
-        for (int i = 0; i < kSyncClips.size(); ++i) {
+    bool AllMembersInState(int nState, int nMembers = int(kSyncClips.size())) {
+        for (int i = 0; i < nMembers; ++i) {
             if (pStage->GetPlayState(i) != nState)
                 return false;
         }
@@ -97,9 +87,7 @@ private slots:
             QVERIFY2(QFile::exists(GuiMedia::Clip(strName)), "run make-test-media.sh");
     }
 
-    // Entering reopens the four files as one group; the group moves forward, its
-    // position is the earliest active member's; leaving while paused sets every
-    // member playing on its own.
+    // One group at the earliest active member's position; leaving paused plays each alone.
     void enterFollowAndLeave() {
         SyncFixture fx;
         QVERIFY(fx.Start());
@@ -112,8 +100,7 @@ private slots:
         QVERIFY(pBtnSync->IsSelected());
         QCOMPARE(pBtnSync->toolTip(), QStringLiteral("Cancel Synchronous Play"));
 
-        // One row per window in window order, each with its file's range; the
-        // group spans from the first begin to the last end.
+        // One row per window in order, with its file's range; the group spans them all.
         std::vector<SYNC_WND_FILE*> vecRows;
         FILE_INFO_SYNC stFirst{};
         FILE_INFO_SYNC stLast{};
@@ -149,8 +136,7 @@ private slots:
             QTRY_VERIFY_WITH_TIMEOUT((nLast = fx.GroupTime()) >= nBefore + 500, kPlayTimeoutMs);
         }
 
-        // Paused, the position is the smallest among the active members, and
-        // every member whose file has begun shows the group's moment.
+        // Paused: the least active member's time, shown by every member already begun.
         QVERIFY(fx.pDlg->On_PlayOrPause());
         QTRY_VERIFY_WITH_TIMEOUT(fx.AllMembersInState(2), kPlayTimeoutMs);
         QCOMPARE(fx.pStage->GetPlayState(), 2);
@@ -183,9 +169,7 @@ private slots:
         QCOMPARE(pBtnSync->toolTip(), QStringLiteral("Synchronous Play"));
     }
 
-    // Jumps: inside all files but before one member's begin, past two members'
-    // ends and back, outside the files (refused); a paused group stays paused, a
-    // playing one plays on without the members parked at their end. Stop leaves.
+    // Jumps before a begin, past ends and back, outside (refused), paused and playing.
     void jumps() {
         SyncFixture fx;
         QVERIFY(fx.Start());
@@ -237,9 +221,7 @@ private slots:
         QCOMPARE(fx.pStage->GetPlayState(1), 2);
         QCOMPARE(fx.pStage->GetPlayState(2), 2);
 
-        // A member that reaches its end stops counting and nothing new opens in
-        // its window; with every member at its end the group reads the end of
-        // the last file, not the end of the day.
+        // Members at their end stop counting; all ended, the group reads the last file's end.
         QSignalSpy spyEnd(fx.pStage, &CDlgShow::Sig_FileEnd);
         QTRY_VERIFY_WITH_TIMEOUT(!fx.pStage->IsSyncWndActive(0), kPlayTimeoutMs);
         QVERIFY(fx.pStage->IsSyncWndActive(3));
@@ -262,8 +244,7 @@ private slots:
         QVERIFY(fx.AllMembersInState(3));
     }
 
-    // A jump into the gap between two files: the group goes on where the later
-    // file begins, and the earlier one, past its end, no longer counts.
+    // A jump into the gap between two files goes on where the later one begins.
     void jumpIntoGap() {
         SyncFixture fx;
         QVERIFY(fx.Start());
@@ -278,15 +259,13 @@ private slots:
         const qint64 nLaterBegin = Stamp(At(10, 20, 30));
         QTRY_VERIFY_WITH_TIMEOUT(qAbs(fx.GroupTime() - nLaterBegin) <= kFrameSlackMs, kPlayTimeoutMs);
         QCOMPARE(fx.pStage->GetPlayState(), 2);
-        // Played on, the later file runs at once instead of waiting dark for
-        // its moment.
+        // Played on, the later file runs at once instead of waiting dark.
         QVERIFY(fx.pDlg->On_PlayOrPause());
         QTRY_VERIFY_WITH_TIMEOUT(fx.WndTime(1) >= nLaterBegin + 500, kPlayTimeoutMs);
         QCOMPARE(fx.pStage->GetPlayState(0), 2);
     }
 
-    // What refuses: a single window (silently), and a file without global time
-    // (with its message, the windows playing on as they were).
+    // Refused: one window silently, a file without global time with a message.
     void guards() {
         SyncFixture fx;
         QVERIFY(fx.Start());

@@ -1,16 +1,13 @@
-// The transport controls of the main dialog: the progress slider with its A and
-// B marks, the conversion between slider units and the file, the guards of the
-// stepping, speed and reverse commands, and the state the buttons show.
+// The main dialog's transport controls: progress slider and A-B marks, slider
+// units, the guards of stepping, speed and reverse, and the buttons' state.
 
 #include <QtTest>
 
 #include <QFile>
 #include <QLabel>
 #include <QMouseEvent>
-#include <QTemporaryDir>
 
 #include <cmath>
-#include <memory>
 
 #include "CDlgShow.h"
 #include "CSkinButton.h"
@@ -20,9 +17,7 @@
 #include "MainDlgFixture.h"
 #include "NonModalMessageBox.h"
 
-// Streams come through the network session library; the guards only look at
-// the window's open mode, so the test makes the stage report mode 2 (a stream)
-// for the selected window through a link seam.
+// The guards look only at the open mode: a link seam makes the selected window report a stream (2).
 namespace {
 bool g_bSelectedIsStream = false;
 }
@@ -40,6 +35,11 @@ const QString kNetStream = QStringLiteral("The operation is not supported in ope
 const char* const kStepButtons[] = {"m_pBtnReversePlay", "m_pBtnSlow", "m_pBtnLastFrame", "m_pBtnNextFrame",
                                     "m_pBtnFast"};
 const QString kIndexNotReady = QStringLiteral("Generate file index,please wait...");
+// The commands a window without a frame index or a stream must refuse.
+bool (CVelquinDlg::*const kCommands[])() = {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward,
+                                            &CVelquinDlg::On_Fast,         &CVelquinDlg::On_Slow,
+                                            &CVelquinDlg::On_ReversePlay,  &CVelquinDlg::On_GoToEnd,
+                                            &CVelquinDlg::On_GoToBegin};
 
 } // namespace
 
@@ -158,41 +158,35 @@ private slots:
     }
 
     void timerValuesFromReadings() {
-        // A file: the position follows the played time.
-        CVelquinDlg::TimerValues v = CVelquinDlg::ComputeTimerValues(100, 50, 2500, 1250);
-        QCOMPARE(v.nSliderPos, 32767u);
-        QCOMPARE(v.nPlayedShown, 50u);
-        QCOMPARE(v.nCurFrame, 1250u);
-        QCOMPARE(CVelquinDlg::ComputeTimerValues(100, 100, 2500, 2499).nSliderPos, 65535u);
-
-        // A played time above the file time shows 00:00:00 and puts the slider at 0.
-        v = CVelquinDlg::ComputeTimerValues(100, 101, 2500, 2499);
-        QCOMPARE(v.nPlayedShown, 0u);
-        QCOMPARE(v.nSliderPos, 0u);
-
-        // Just opened (frame -1): 0/F and no played time shown, but the slider still
-        // follows the played time.
-        v = CVelquinDlg::ComputeTimerValues(100, 10, 2500, 0xFFFFFFFFu);
-        QCOMPARE(v.nCurFrame, 0u);
-        QCOMPARE(v.nPlayedShown, 0u);
-        QCOMPARE(v.nSliderPos, 6553u);
-
-        // A stream without a time goes by frames; the last frame is the right end,
-        // and a single frame does not divide by zero.
-        QCOMPARE(CVelquinDlg::ComputeTimerValues(0, 0, 101, 100).nSliderPos, 65535u);
-        QCOMPARE(CVelquinDlg::ComputeTimerValues(0, 0, 101, 50).nSliderPos, 32767u);
-        QCOMPARE(CVelquinDlg::ComputeTimerValues(0, 0, 1, 0).nSliderPos, 0u);
-        QCOMPARE(CVelquinDlg::ComputeTimerValues(0, 0, 1, 1).nSliderPos, 65535u);
-
-        // Nothing known: all zero.
-        v = CVelquinDlg::ComputeTimerValues(100, 50, 0, 3);
-        QCOMPARE(v.nSliderPos, 0u);
-        QCOMPARE(v.nCurFrame, 0u);
+        struct Case {
+            const char* szWhat;
+            uint nFileTime, nPlayed, nTotal, nCur;
+            uint nSlider;
+            int nShown, nFrame; // -1: not checked
+        };
+        const Case cases[] = {
+            {"a file follows the played time", 100, 50, 2500, 1250, 32767, 50, 1250},
+            {"its end", 100, 100, 2500, 2499, 65535, -1, -1},
+            {"played above the file time: 00:00:00, slider 0", 100, 101, 2500, 2499, 0, 0, -1},
+            {"just opened: 0/F, no time, slider on time", 100, 10, 2500, 0xFFFFFFFFu, 6553, 0, 0},
+            {"a stream without a time goes by frames", 0, 0, 101, 100, 65535, -1, -1},
+            {"its middle", 0, 0, 101, 50, 32767, -1, -1},
+            {"a single frame divides by no zero", 0, 0, 1, 0, 0, -1, -1},
+            {"a single frame, its end", 0, 0, 1, 1, 65535, -1, -1},
+            {"nothing known: all zero", 100, 50, 0, 3, 0, -1, 0},
+        };
+        for (const Case& c : cases) {
+            const CVelquinDlg::TimerValues v =
+                CVelquinDlg::ComputeTimerValues(c.nFileTime, c.nPlayed, c.nTotal, c.nCur);
+            QVERIFY2(v.nSliderPos == c.nSlider, c.szWhat);
+            QVERIFY2(c.nShown < 0 || v.nPlayedShown == uint(c.nShown), c.szWhat);
+            QVERIFY2(c.nFrame < 0 || v.nCurFrame == uint(c.nFrame), c.szWhat);
+        }
     }
 
     // ---- the slider widget ----
 
-    void sliderValueAndMarks() {
+    void sliderValueMarksAndMouse() {
         SliderFixture fx;
         QVERIFY(fx.Start());
         fx.slider.SetValue(1000);
@@ -201,28 +195,7 @@ private slots:
         fx.slider.SetValue(-1);
         QCOMPARE(fx.slider.GetValue(), 1000);
 
-        // B without A puts A at the start, and both marks show.
-        QVERIFY(!fx.slider.SetRepeatPointB(70000));
-        QVERIFY(fx.slider.SetRepeatPointB(40000));
-        bool bSet = false;
-        uint nValue = 99;
-        fx.slider.GetRepeatPointA(&bSet, &nValue);
-        QVERIFY(bSet);
-        QCOMPARE(nValue, 0u);
-        QVERIFY(fx.MarkVisible("m_pLabelRepeatPointA"));
-        QVERIFY(fx.MarkVisible("m_pLabelRepeatPointB"));
-
-        // An inactive bar drops the marks but keeps their values.
-        QVERIFY(fx.slider.SetSliderEnable(false));
-        fx.slider.GetRepeatPointB(&bSet, &nValue);
-        QVERIFY(!bSet);
-        QCOMPARE(nValue, 40000u);
-        QVERIFY(!fx.MarkVisible("m_pLabelRepeatPointB"));
-    }
-
-    void sliderPressSendsPressThenValue() {
-        SliderFixture fx;
-        QVERIFY(fx.Start());
+        // A press sends the press, then the value under it.
         QStringList lstOrder;
         QList<int> lstValues;
         connect(&fx.slider, &CustomPlayerSlider::Sig_MousePress, [&] { lstOrder << "press"; });
@@ -259,20 +232,15 @@ private slots:
         // A right button does not seek.
         QTest::mousePress(&fx.slider, Qt::RightButton, {}, QPoint(rc.left() + 50, fx.YBar()));
         QCOMPARE(lstValues.size(), 2);
-    }
 
-    void sliderDragFollowsAndMoveReportsValue() {
-        SliderFixture fx;
-        QVERIFY(fx.Start());
+        // A drag follows the mouse; every move reports the value under it.
         QSignalSpy spyValue(&fx.slider, &CustomPlayerSlider::Sig_ChangeValue);
         QSignalSpy spyMove(&fx.slider, &CustomPlayerSlider::Sig_MouseMoveValue);
-        const QRect rc = fx.Groove();
         fx.Press(QPoint(rc.left() + 10, fx.YBar()));
         fx.Drag(fx.XOf(30000), fx.YBar());
         fx.Drag(fx.XOf(50000), fx.YBar());
         QCOMPARE(spyValue.count(), 3);
         QVERIFY(spyValue.last().at(0).toInt() >= 50000);
-        // Every move reports the value under the mouse, during a drag too.
         QCOMPARE(spyMove.count(), 2);
         QCOMPARE(spyMove.last().at(0).toBool(), true);
         QVERIFY(spyMove.last().at(2).toUInt() >= 50000u);
@@ -284,6 +252,24 @@ private slots:
         QCOMPARE(spyMove.last().at(1).toPoint(), QPoint(0, 0));
         QCOMPARE(spyMove.last().at(2).toUInt(), 0u);
         QCOMPARE(spyValue.count(), 3);
+
+        // B without A puts A at the start, and both marks show.
+        QVERIFY(!fx.slider.SetRepeatPointB(70000));
+        QVERIFY(fx.slider.SetRepeatPointB(40000));
+        bool bSet = false;
+        uint nValue = 99;
+        fx.slider.GetRepeatPointA(&bSet, &nValue);
+        QVERIFY(bSet);
+        QCOMPARE(nValue, 0u);
+        QVERIFY(fx.MarkVisible("m_pLabelRepeatPointA"));
+        QVERIFY(fx.MarkVisible("m_pLabelRepeatPointB"));
+
+        // An inactive bar drops the marks but keeps their values.
+        QVERIFY(fx.slider.SetSliderEnable(false));
+        fx.slider.GetRepeatPointB(&bSet, &nValue);
+        QVERIFY(!bSet);
+        QCOMPARE(nValue, 40000u);
+        QVERIFY(!fx.MarkVisible("m_pLabelRepeatPointB"));
     }
 
     void markDragRefusesCrossing() {
@@ -338,13 +324,11 @@ private slots:
 
     // ---- the main dialog ----
 
-    void nothingOpenRefusesSilently() {
+    void buttonsAndSpeedFollowSelectedWindow() {
         DlgFixture fx;
         QVERIFY(fx.Start());
-        for (bool (CVelquinDlg::*pCmd)() :
-             {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward, &CVelquinDlg::On_Fast,
-              &CVelquinDlg::On_Slow, &CVelquinDlg::On_GoToBegin, &CVelquinDlg::On_GoToEnd,
-              &CVelquinDlg::On_ReversePlay})
+        // Nothing open: every command refuses without a word.
+        for (auto pCmd : kCommands)
             QVERIFY(!(fx.pDlg.get()->*pCmd)());
         QVERIFY(!fx.pDlg->On_SetPlayProgress(30000));
         QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(true, 100));
@@ -352,11 +336,7 @@ private slots:
         for (const char* szName : kStepButtons)
             QVERIFY2(!fx.Button(szName)->isEnabled(), szName);
         QVERIFY(!fx.pSlider->IsSliderEnable());
-    }
 
-    void buttonsAndSpeedFollowSelectedWindow() {
-        DlgFixture fx;
-        QVERIFY(fx.Start());
         // The longest clip, so that it does not end while it runs four times as fast.
         QVERIFY(fx.OpenPlaying(GuiMedia::Clip("sine1k.mkv")));
         for (const char* szName : kStepButtons)
@@ -377,10 +357,6 @@ private slots:
         QVERIFY(fx.pDlg->On_RestoreCommonSpeed());
         QCOMPARE(fx.pStage->GetPlaySpeed(), 0);
 
-        // The next-frame key steps and leaves the window paused.
-        QTest::keyClick(fx.pDlg.get(), Qt::Key_Right);
-        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
-        QTRY_COMPARE(fx.Label("m_pLabPlayStatus"), QStringLiteral("Pause"));
         QCOMPARE(fx.AllMessages(), 0);
 
         // Stopped: the controls go grey and the slider goes back to 0, inactive.
@@ -397,16 +373,19 @@ private slots:
         DlgFixture fx;
         QVERIFY(fx.Start());
         const QString strClip = fx.dirConfig.filePath(QStringLiteral("cam_fisheye.mp4"));
-        QVERIFY(QFile::copy(GuiMedia::Clip("h264_aac.mp4"), strClip));
+        QVERIFY(QFile::copy(GuiMedia::Clip("sine1k.mkv"), strClip));
         QVERIFY(fx.OpenPlaying(strClip));
+        QVERIFY(fx.pDlg->On_Fast());
         QVERIFY(!fx.pStage->IsFileRefCreated());
 
+        // A refused request leaves direction and speed as they were.
         QVERIFY(!fx.pDlg->On_ReversePlay());
         QCOMPARE(fx.TakeMessages(kIndexNotReady), 1);
         QVERIFY(!fx.pStage->IsBackPlay());
+        QCOMPARE(fx.pStage->GetPlaySpeed(), 1);
         QVERIFY(!fx.pDlg->On_FrameBackward());
         QCOMPARE(fx.TakeMessages(kIndexNotReady), 1);
-        QVERIFY(fx.Playing(fx.pStage->GetPlayState(0)));
+        QCOMPARE(fx.pStage->GetPlayState(0), 1);
 
         // Stepping forward needs no index.
         QVERIFY(fx.pDlg->On_FrameForward());
@@ -414,36 +393,9 @@ private slots:
         QCOMPARE(fx.AllMessages(), 0);
     }
 
-    void streamWindowRefusesStepsSpeedAndJumps() {
-        DlgFixture fx;
-        QVERIFY(fx.Start());
-        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4")));
-        QTRY_VERIFY_WITH_TIMEOUT(fx.pStage->IsFileRefCreated(), kPlayTimeoutMs);
-        QVERIFY(fx.pDlg->On_FrameForward()); // a file window steps
-        QTRY_COMPARE(fx.pStage->GetPlayState(0), 2);
-        // The stepped picture may still be on its way; a jump settles the
-        // window on a known frame, and the step's late picture is dropped.
-        const uint nFrame = 10;
-        QVERIFY(fx.pStage->SetFramePos(nFrame));
-        QTRY_COMPARE_WITH_TIMEOUT(fx.pStage->GetCurrentFrameNum(), nFrame, kPlayTimeoutMs);
-
-        g_bSelectedIsStream = true;
-        for (bool (CVelquinDlg::*pCmd)() :
-             {&CVelquinDlg::On_FrameForward, &CVelquinDlg::On_FrameBackward, &CVelquinDlg::On_Fast,
-              &CVelquinDlg::On_Slow, &CVelquinDlg::On_ReversePlay, &CVelquinDlg::On_GoToEnd,
-              &CVelquinDlg::On_GoToBegin}) {
-            QVERIFY(!(fx.pDlg.get()->*pCmd)());
-            QCOMPARE(fx.TakeMessages(kNetStream), 1);
-        }
-        g_bSelectedIsStream = false;
-
-        // Nothing moved and the speed is still normal.
-        QCOMPARE(fx.pStage->GetCurrentFrameNum(), nFrame);
-        QCOMPARE(fx.pStage->GetPlaySpeed(), 0);
-        QVERIFY(!fx.pStage->IsBackPlay());
-    }
-
-    void sliderClickSeeksByFrameAndReversePlays() {
+    // One paused clip: A-B marks, a click on the bar, the jumps to the ends,
+    // reverse play, the timer held off by a press, and a stream's refusals.
+    void pausedFileThroughTheControls() {
         DlgFixture fx;
         QVERIFY(fx.Start());
         QCOMPARE(fx.pDlg->GetPlayerConfig().nPlayLocateMode, 1);
@@ -451,12 +403,55 @@ private slots:
         QVERIFY(nFrames > 10);
         QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4"), true));
         QTRY_VERIFY(fx.pSlider->IsSliderEnable());
+        const uint nTotal = fx.pStage->GetFileTotalFrames();
+        QCOMPARE(nTotal, uint(nFrames));
+
+        // A-B from here to the end of the file.
+        const uint nCur = fx.pStage->GetCurrentFrameNum();
+        QVERIFY(fx.pDlg->On_ABRepeat());
+        bool bSet = false;
+        uint nValue = 0;
+        fx.pSlider->GetRepeatPointA(&bSet, &nValue);
+        QVERIFY(bSet);
+        QCOMPARE(qint64(nValue), CVelquinDlg::RepeatFrameToSliderValue(nTotal, nCur, 65535));
+        fx.pSlider->GetRepeatPointB(&bSet, &nValue);
+        QVERIFY(bSet);
+        QCOMPARE(nValue, 65535u);
+        // A dragged onto B, or B onto A, is refused: the window keeps its points.
+        uint nFrameA = 0;
+        uint nAfter = 0;
+        fx.pStage->GetRepeatA(&bSet, &nFrameA);
+        QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(true, 65535));
+        fx.pStage->GetRepeatA(&bSet, &nAfter);
+        QCOMPARE(nAfter, nFrameA);
+        QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(
+            false, uint(CVelquinDlg::RepeatFrameToSliderValue(nTotal, nFrameA, 65535))));
+        fx.pStage->GetRepeatB(&bSet, &nAfter);
+        QCOMPARE(nAfter, nTotal);
+        // A legal drag of B moves the window's point, and the mark follows it.
+        const uint nNewB = 40000;
+        const qint64 nFrameB = CVelquinDlg::SliderValueToRepeatFrame(nTotal, nNewB, 65535);
+        if (nFrameB > qint64(nFrameA)) {
+            QVERIFY(fx.pDlg->On_ChangeRepeatPointValue(false, nNewB));
+            fx.pStage->GetRepeatB(&bSet, &nAfter);
+            QCOMPARE(qint64(nAfter), nFrameB);
+            fx.pSlider->GetRepeatPointB(&bSet, &nValue);
+            QCOMPARE(qint64(nValue), CVelquinDlg::RepeatFrameToSliderValue(nTotal, nAfter, 65535));
+        }
+        // A second A-B press clears the points and the marks.
+        QVERIFY(fx.pDlg->On_ABRepeat());
+        fx.pSlider->GetRepeatPointA(&bSet, nullptr);
+        QVERIFY(!bSet);
+        fx.pSlider->GetRepeatPointB(&bSet, nullptr);
+        QVERIFY(!bSet);
+        fx.pStage->GetRepeatB(&bSet, nullptr);
+        QVERIFY(!bSet);
 
         // A click on the bar goes out as a value and becomes a frame jump.
         const QRect rc = fx.pSlider->GrooveRect();
-        const QPoint pt(rc.left() + rc.width() / 2, rc.center().y());
         QSignalSpy spyValue(fx.pSlider, &CustomPlayerSlider::Sig_ChangeValue);
-        QTest::mouseClick(fx.pSlider, Qt::LeftButton, {}, pt);
+        QTest::mouseClick(fx.pSlider, Qt::LeftButton, {},
+                          QPoint(rc.left() + rc.width() / 2, rc.center().y()));
         QCOMPARE(spyValue.count(), 1);
         const int nTarget = int(CVelquinDlg::SliderPosToFrame(uint(nFrames), spyValue.first().at(0).toInt()));
         QTRY_COMPARE_WITH_TIMEOUT(int(fx.pStage->GetCurrentFrameNum()), nTarget, kPlayTimeoutMs);
@@ -482,65 +477,7 @@ private slots:
         QTRY_VERIFY(!fx.pStage->IsBackPlay());
         QVERIFY(!pBtn->IsSelected());
         QCOMPARE(fx.AllMessages(), 0);
-    }
 
-    void abRepeatMarksFollowWindow() {
-        DlgFixture fx;
-        QVERIFY(fx.Start());
-        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4"), true));
-        const uint nTotal = fx.pStage->GetFileTotalFrames();
-        QVERIFY(nTotal > 10);
-
-        // From here to the end of the file.
-        const uint nCur = fx.pStage->GetCurrentFrameNum();
-        QVERIFY(fx.pDlg->On_ABRepeat());
-        bool bSet = false;
-        uint nValue = 0;
-        fx.pSlider->GetRepeatPointA(&bSet, &nValue);
-        QVERIFY(bSet);
-        QCOMPARE(qint64(nValue), CVelquinDlg::RepeatFrameToSliderValue(nTotal, nCur, 65535));
-        fx.pSlider->GetRepeatPointB(&bSet, &nValue);
-        QVERIFY(bSet);
-        QCOMPARE(nValue, 65535u);
-
-        // A dragged onto B is refused: the window and the marks keep their points.
-        uint nFrameA = 0;
-        fx.pStage->GetRepeatA(&bSet, &nFrameA);
-        QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(true, 65535));
-        uint nAfter = 0;
-        fx.pStage->GetRepeatA(&bSet, &nAfter);
-        QCOMPARE(nAfter, nFrameA);
-        // B dragged onto A likewise.
-        QVERIFY(!fx.pDlg->On_ChangeRepeatPointValue(
-            false, uint(CVelquinDlg::RepeatFrameToSliderValue(nTotal, nFrameA, 65535))));
-        fx.pStage->GetRepeatB(&bSet, &nAfter);
-        QCOMPARE(nAfter, nTotal);
-
-        // A legal drag of B moves the window's point, and the mark follows it.
-        const uint nNewB = 40000;
-        const qint64 nFrameB = CVelquinDlg::SliderValueToRepeatFrame(nTotal, nNewB, 65535);
-        if (nFrameB > qint64(nFrameA)) {
-            QVERIFY(fx.pDlg->On_ChangeRepeatPointValue(false, nNewB));
-            fx.pStage->GetRepeatB(&bSet, &nAfter);
-            QCOMPARE(qint64(nAfter), nFrameB);
-            fx.pSlider->GetRepeatPointB(&bSet, &nValue);
-            QCOMPARE(qint64(nValue), CVelquinDlg::RepeatFrameToSliderValue(nTotal, nAfter, 65535));
-        }
-
-        // A second A-B press clears the points and the marks.
-        QVERIFY(fx.pDlg->On_ABRepeat());
-        fx.pSlider->GetRepeatPointA(&bSet, nullptr);
-        QVERIFY(!bSet);
-        fx.pSlider->GetRepeatPointB(&bSet, nullptr);
-        QVERIFY(!bSet);
-        fx.pStage->GetRepeatB(&bSet, nullptr);
-        QVERIFY(!bSet);
-    }
-
-    void sliderPressHoldsOffTheTimer() {
-        DlgFixture fx;
-        QVERIFY(fx.Start());
-        QVERIFY(fx.OpenPlaying(GuiMedia::Clip("h264_aac.mp4")));
         // While the button is down the timer leaves the slider where the user put it.
         fx.pDlg->On_PlayProgressSliderMousePress();
         fx.pSlider->SetValue(65000);
@@ -549,6 +486,22 @@ private slots:
         fx.pDlg->On_PlayProgressSliderMouseRelease();
         QVERIFY(fx.pDlg->On_PlayerTimer());
         QVERIFY(fx.pSlider->GetValue() != 65000);
+
+        QCOMPARE(fx.pStage->GetPlayState(0), 2);
+        // Seen as a stream, the window refuses steps, speed and jumps, each with a message.
+        const uint nFrame = 10;
+        QVERIFY(fx.pStage->SetFramePos(nFrame));
+        QTRY_COMPARE_WITH_TIMEOUT(fx.pStage->GetCurrentFrameNum(), nFrame, kPlayTimeoutMs);
+        g_bSelectedIsStream = true;
+        for (auto pCmd : kCommands) {
+            QVERIFY(!(fx.pDlg.get()->*pCmd)());
+            QCOMPARE(fx.TakeMessages(kNetStream), 1);
+        }
+        g_bSelectedIsStream = false;
+        // Nothing moved and the speed is still normal.
+        QCOMPARE(fx.pStage->GetCurrentFrameNum(), nFrame);
+        QCOMPARE(fx.pStage->GetPlaySpeed(), 0);
+        QVERIFY(!fx.pStage->IsBackPlay());
     }
 };
 

@@ -1,6 +1,5 @@
-// The recorder's watermark from the footage to the watermark dialog: the text
-// a recorder writes, the dialog's presentation of the record, and clips with
-// and without a watermark played in the main dialog.
+// The recorder's watermark: the text a recorder writes, the dialog's
+// presentation of the record, and clips with and without one in the main dialog.
 #include <QAction>
 #include <QLabel>
 #include <QSignalSpy>
@@ -82,12 +81,8 @@ private slots:
 };
 
 void TestWatermark::parserReadsRecorderText() {
-    const QByteArray baMac("\x00\x1a\x2b\x3c\x4d\x5e", 6);
+    // (The recorder's usual text is read in the main dialog's case below.)
     Record record{};
-    QVERIFY(Parse(kSeiText, &record));
-    QCOMPARE(Bytes(record),
-             Bytes(MakeRecord(Packed(2026, 5, 1, 10, 20, 30), 1234567, baMac, 3, 1, 2, 'X', "AB")));
-
     // Any order, ':' in the MAC, optional fields left out, an unknown field,
     // a trailing ';' and NUL padding after the text; a leap day.
     const QByteArray baLoose("time=20240229235958;mac=A0:b1:C2:d3:e4:f5;fw=2.1.0;sn=98765;\0\0", 66);
@@ -146,7 +141,7 @@ void TestWatermark::parserRejectsMalformedText() {
 
     // Every cut of a good text: only the cuts after the time, after the
     // information field and after either ';' are whole texts.
-    const QByteArray baGood = "mac=00-1a-2b-3c-4d-5e;sn=AB1234567;chan=2;time=20260501102030;info=1;type=3";
+    const QByteArray baGood = kSeiText;
     int nWhole = 0;
     for (int n = 0; n < baGood.size(); ++n) {
         Record record{};
@@ -161,11 +156,6 @@ void TestWatermark::parserRejectsMalformedText() {
 void TestWatermark::dialogPresentsRecord() {
     CWatermarkDlg dlg;
     QVERIFY(dlg.Init());
-    QCOMPARE(dlg.findChild<QLabel*>("m_pLabTitle")->text(), QStringLiteral("Watermark"));
-    const QStringList lstNames = {"MAC", "DeviceSN", "Chan", "GTime", "DeviceInfo", "DeviceType"};
-    int nName = 0;
-    for (const char* szName : {"Mac", "DeviceSN", "Chan", "GTime", "DeviceInfo", "DeviceType"})
-        QCOMPARE(dlg.findChild<QLabel*>(QStringLiteral("m_pLabelName_") + szName)->text(), lstNames[nName++]);
     QVERIFY(!dlg.SetWatermarkInfo(nullptr));
     QCOMPARE(Values(&dlg), kEmpty);
 
@@ -192,17 +182,6 @@ void TestWatermark::dialogPresentsRecord() {
     record = MakeRecord(0, 123, baMac, 3, 1, 2, 'X', "AB");
     QVERIFY(dlg.SetWatermarkInfo(record.data()));
     QCOMPARE(Values(&dlg), kEmpty);
-
-    // The timer runs from Init on, but only a visible dialog asks for the record.
-    QTimer* pTimer = dlg.findChild<QTimer*>();
-    QVERIFY(pTimer && pTimer->isActive());
-    QCOMPARE(pTimer->interval(), 1000);
-    QSignalSpy spyAsk(&dlg, &CWatermarkDlg::Sig_WatermarkTimer);
-    QSignalSpy spyTick(pTimer, &QTimer::timeout);
-    QVERIFY(spyTick.wait(5000));
-    QCOMPARE(spyAsk.count(), 0);
-    dlg.show();
-    QVERIFY(spyAsk.wait(5000));
 }
 
 void TestWatermark::mainDialogShowsWatermarkOfSelectedWindow() {
@@ -224,14 +203,12 @@ void TestWatermark::mainDialogShowsWatermarkOfSelectedWindow() {
     pAction->trigger();
     CWatermarkDlg* pDlg = fix.pDlg->findChild<CWatermarkDlg*>();
     QVERIFY(pDlg && pDlg->isVisible() && !pDlg->isModal());
-    QCOMPARE(pDlg->size(), QSize(320, 260));
     const QPoint ptCorner = fix.pStage->mapToGlobal(QPoint(0, fix.pStage->height()));
     QCOMPARE(pDlg->frameGeometry().bottomLeft() + QPoint(0, 1), ptCorner);
     const QStringList lstSei = {"00:1a:2b:3c:4d:5e", "AB1234567", "2", "2026-05-1  10:20:30", "1", "3"};
     QTRY_COMPARE_WITH_TIMEOUT(Values(pDlg), lstSei, kPlayWaitMs);
 
-    // Hidden, the dialog reads nothing: a clip without a watermark plays and
-    // the ticks go by with the old values standing.
+    // Hidden, the dialog reads nothing: with a clip without a watermark the old values stand.
     pDlg->hide();
     QVERIFY(play("h264_aac.mp4"));
     unsigned char aRecord[64];

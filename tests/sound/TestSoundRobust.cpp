@@ -1,6 +1,5 @@
-// Sound never stops the picture: an unopenable device, a channel layout change
-// mid-stream, a long stretch without pictures with sound off or on, and the
-// transport with sound on. SDL's disk driver stands in for a sound card.
+// Sound never stops the picture: an unopenable device, a layout change, a long
+// stretch without pictures, the transport. SDL's disk driver is the sound card.
 #include "IndexWait.h"
 #include "PortProbe.h"
 
@@ -26,17 +25,6 @@ QString RunFfmpeg(const QStringList& args) {
         ffmpeg.exitCode() != 0)
         return "ffmpeg failed: " + QString::fromLocal8Bit(ffmpeg.readAllStandardError());
     return QString();
-}
-
-QString Pattern(int nSeconds) {
-    return QString("testsrc2=size=160x120:rate=25:duration=%1").arg(nSeconds);
-}
-
-QString Sine(const char* szLayout, int nRate, int nSeconds) {
-    return QString("aevalsrc=exprs='0.5*sin(2*PI*1000*t)':s=%1:c=%2:d=%3")
-        .arg(nRate)
-        .arg(szLayout)
-        .arg(nSeconds);
 }
 
 // Seconds of 1 kHz tone in a stereo 16-bit capture file, counted in periods of its left channel.
@@ -128,13 +116,13 @@ private slots:
         QVERIFY(m_dir.isValid());
         // SDL reads the driver name when sound starts; the test environment's dummy driver is replaced here.
         qputenv("SDL_AUDIODRIVER", "disk");
-        // One second of pictures, then eleven of sound alone. The sound is bulky
-        // (32-bit samples at 192 kHz): it fills the demuxer's queues well before
-        // the end of the file, where the picture's stream ends.
+        // One second of pictures, then eleven of bulky sound alone (32-bit at 192 kHz):
+        // it fills the demuxer's queues long before the file's end, where the picture's stream ends.
         m_strPicturesThenSound = m_dir.filePath("pictures_then_sound.mkv");
-        const QString strFailure = RunFfmpeg({"-f", "lavfi", "-i", Pattern(1), "-f", "lavfi", "-i",
-                                              Sine("stereo", 192000, 12), "-c:v", "libx264", "-preset", "ultrafast",
-                                              "-pix_fmt", "yuv420p", "-c:a", "pcm_s32le", m_strPicturesThenSound});
+        const QString strFailure = RunFfmpeg(
+            {"-f", "lavfi", "-i", "testsrc2=size=160x120:rate=25:duration=1", "-f", "lavfi", "-i",
+             "aevalsrc=exprs='0.5*sin(2*PI*1000*t)':s=192000:c=stereo:d=12", "-c:v", "libx264", "-preset",
+             "ultrafast", "-pix_fmt", "yuv420p", "-c:a", "pcm_s32le", m_strPicturesThenSound});
         QVERIFY2(strFailure.isEmpty(), qPrintable(strFailure));
         QVERIFY2(QFileInfo(m_strPicturesThenSound).size() >= 17 * 1024 * 1024,
                  "the clip is smaller than the demuxer's queues");
@@ -179,7 +167,8 @@ private slots:
         const std::vector<SoundFrames::Frame> frames = sound.Frames();
         int nStereo = 0, nMono = 0;
         for (const SoundFrames::Frame& frame : frames) {
-            QVERIFY2(frame.bWhole, qPrintable(QString("a %1-channel frame of odd size").arg(frame.nChannels)));
+            QVERIFY2(frame.bWhole,
+                     qPrintable(QString("a %1-channel frame of odd size").arg(frame.nChannels)));
             QVERIFY2(frame.nChannels == 1 || frame.nChannels == 2,
                      qPrintable(QString("%1 channels").arg(frame.nChannels)));
             // Inside each half (away from the encoder's ramps at its ends) the
@@ -200,28 +189,22 @@ private slots:
     }
 
     void soundOffNeverHoldsThePicture() {
-        const QString strClip = m_strPicturesThenSound;
         PortProbe probe;
         probe.SetHashFrames(false);
-        QVERIFY(probe.Open(strClip));
+        QVERIFY(probe.Open(m_strPicturesThenSound));
         QVERIFY(probe.Play(true)); // sound stays off
-        // The end comes once the sound has been read through; with the decoder
-        // waiting for a picture that never comes, it never would.
+        // The end comes once the sound has been read through: never, were the decoder waiting for a picture.
         QVERIFY(probe.WaitForEnd(60000));
         QCOMPARE(probe.FrameCount(), 25);
     }
 
     void soundOnPlaysThroughAStretchWithoutPictures() {
-        // Sound that is heard is all heard: reading on to find the next picture
-        // must not leave sound out, however far that picture is.
-        const QString strClip = m_strPicturesThenSound;
+        // Reading on to find the next picture must not leave sound out, however far that picture is.
         const QString strRaw = m_dir.filePath("stretch.raw");
         PortProbe probe;
         SoundFrames sound;
-        QVERIFY(PlayWithSound(probe, &sound, strClip, strRaw));
-        // Sound is decoded as the device takes it: the last of it is decoded
-        // (and all before it played but the ring's third of a second) about 12 s
-        // after the start.
+        QVERIFY(PlayWithSound(probe, &sound, m_strPicturesThenSound, strRaw));
+        // Sound is decoded as the device takes it: the last of it about 12 s after the start.
         QVERIFY(sound.WaitForStamp(11900, kTimeoutMs));
         probe.Release();
 
@@ -279,7 +262,8 @@ private slots:
             if (shown[i].nStampMs >= 6000 && shown[i - 1].nStampMs >= 6000)
                 QVERIFY2(
                     shown[i].nFrameNum > shown[i - 1].nFrameNum, // (fast play may leave pictures out)
-                    qPrintable(QString("frame %1 after %2").arg(shown[i].nFrameNum).arg(shown[i - 1].nFrameNum)));
+                    qPrintable(
+                        QString("frame %1 after %2").arg(shown[i].nFrameNum).arg(shown[i - 1].nFrameNum)));
     }
 };
 

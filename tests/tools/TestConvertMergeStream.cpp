@@ -10,9 +10,7 @@
 #include "ToolRun.h"
 
 namespace {
-
 const int kServerStartMs = 10000;
-
 } // namespace
 
 class TestConvertMergeStream : public QObject {
@@ -73,8 +71,7 @@ void TestConvertMergeStream::convert() {
 
     const QString strText = Path(QStringLiteral("notes.txt"));
     QFile file(strText);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("not a recording\n");
+    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("not a recording\n") > 0);
     file.close();
     const QString strBadOut = Path(QStringLiteral("notes.mp4"));
     const Ran bad = RunProgram(QStringLiteral(VELQUIN_CONVERT), {"--in", strText, "--out", strBadOut});
@@ -107,16 +104,24 @@ void TestConvertMergeStream::convert() {
 // included. A camera of another size is refused unless re-encoding is chosen,
 // and then joined at the first one's size, at its place too.
 void TestConvertMergeStream::mergeInTimeOrder() {
-    const char* const kColours[] = {"red", "green", "blue"};
+    // One second of a colour, recorded at 10:00:0N.
+    const auto record = [this](const QString& strName, const char* szColour, const char* szSize,
+                               int nSecond) {
+        const QString strClip = Path(strName);
+        return Ffmpeg({"-f", "lavfi", "-i", QStringLiteral("color=c=%1:s=%2:r=25:d=1").arg(szColour, szSize),
+                       "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-metadata",
+                       QStringLiteral("creation_time=2024-05-01T10:00:0%1Z").arg(nSecond), strClip})
+                   ? strClip
+                   : QString();
+    };
+    const auto lastsSixSeconds = [](const QString& strFile) {
+        return qAbs(Probe(strFile, "format=duration").toDouble() - 6.0) < 0.05;
+    };
     QStringList lstClips;
-    for (int i = 0; i < 3; ++i) {
-        // The names sort the other way round from the times.
-        const QString strClip = Path(QStringLiteral("part_%1.mp4").arg(QChar('c' - i)));
-        QVERIFY(Ffmpeg({"-f", "lavfi", "-i", QStringLiteral("color=c=%1:s=160x120:r=25:d=1").arg(kColours[i]),
-                        "-c:v", "libx264", "-preset", "ultrafast", "-pix_fmt", "yuv420p", "-metadata",
-                        QStringLiteral("creation_time=2024-05-01T10:00:0%1Z").arg(i), strClip}));
-        lstClips << strClip;
-    }
+    const char* const kColours[] = {"red", "green", "blue"};
+    for (int i = 0; i < 3; ++i) // the names sort the other way round from the times
+        lstClips << record(QStringLiteral("part_%1.mp4").arg(QChar('c' - i)), kColours[i], "160x120", i);
+    QVERIFY(!lstClips.contains(QString()));
     const QString strOut = Path(QStringLiteral("merged.mp4"));
     const Ran run =
         RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strOut, lstClips[1], lstClips[2], lstClips[0]});
@@ -150,20 +155,14 @@ void TestConvertMergeStream::mergeInTimeOrder() {
     }
 
     // Recorded at 10:00:05: its pictures stay at 5 s, so the player's clock reads 10:00:05.
-    const QString strLate = Path(QStringLiteral("late.mp4"));
-    QVERIFY(Ffmpeg({"-f", "lavfi", "-i", "color=c=green:s=160x120:r=25:d=1", "-c:v", "libx264", "-preset",
-                    "ultrafast", "-pix_fmt", "yuv420p", "-metadata", "creation_time=2024-05-01T10:00:05Z",
-                    strLate}));
+    const QString strLate = record(QStringLiteral("late.mp4"), "green", "160x120", 5);
     const QString strGap = Path(QStringLiteral("gap.mp4"));
     QCOMPARE(RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strGap, strLate, lstClips[0]}).nExit, 0);
     QCOMPARE(Probe(strGap, "stream=nb_read_frames", "v:0", true), QStringLiteral("50"));
-    QVERIFY2(qAbs(Probe(strGap, "format=duration").toDouble() - 6.0) < 0.05,
-             qPrintable(Probe(strGap, "format=duration")));
+    QVERIFY2(lastsSixSeconds(strGap), qPrintable(Probe(strGap, "format=duration")));
 
-    const QString strOther = Path(QStringLiteral("other_camera.mp4"));
-    QVERIFY(Ffmpeg({"-f", "lavfi", "-i", "color=c=white:s=320x240:r=25:d=1", "-c:v", "libx264", "-preset",
-                    "ultrafast", "-pix_fmt", "yuv420p", "-metadata", "creation_time=2024-05-01T10:00:05Z",
-                    strOther}));
+    const QString strOther = record(QStringLiteral("other_camera.mp4"), "white", "320x240", 5);
+    QVERIFY(!strLate.isEmpty() && !strOther.isEmpty());
     const QString strMixed = Path(QStringLiteral("mixed.mp4"));
     const Ran refused = RunProgram(QStringLiteral(VELQUIN_MERGE), {"--out", strMixed, strOther, lstClips[0]});
     QCOMPARE(refused.nExit, 1);
@@ -175,8 +174,7 @@ void TestConvertMergeStream::mergeInTimeOrder() {
     QVERIFY2(reencoded.nExit == 0, reencoded.baErr.constData());
     QCOMPARE(Probe(strMixed, "stream=width,height", "v:0"), QStringLiteral("160\n120"));
     QCOMPARE(Probe(strMixed, "stream=nb_read_frames", "v:0", true), QStringLiteral("50"));
-    QVERIFY2(qAbs(Probe(strMixed, "format=duration").toDouble() - 6.0) < 0.05,
-             qPrintable(Probe(strMixed, "format=duration")));
+    QVERIFY2(lastsSixSeconds(strMixed), qPrintable(Probe(strMixed, "format=duration")));
 }
 
 // A recording served over RTSP reaches a player picture for picture as the
