@@ -19,6 +19,7 @@
 #include "CPlaylist.h"
 #include "CSkinButton.h"
 #include "CVelquinDlg.h"
+#include "GuiMedia.h"
 
 // Rejects every modal dialog of class szClass that shows up while it lives; a
 // static QFileDialog call or a dialog's exec() does not return before that.
@@ -98,10 +99,5 @@ struct MainDlgFixture {
         }
         return lstTexts;
     }
-    static void CloseMessages() {
-        for (QWidget* pWidget : QApplication::topLevelWidgets()) {
-            if (pWidget->objectName() == QLatin1String("NonModalMessageBox"))
-                delete pWidget;
-        }
-    }
+    static void CloseMessages() { GuiMedia::DeleteMessageBoxes(); }
 };

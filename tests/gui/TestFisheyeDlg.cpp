@@ -56,26 +56,9 @@ QImage Snapshot(int32_t nPort) {
     return QImage::fromData(reinterpret_cast<const uchar*>(baBmp.constData()), int(nSize), "BMP");
 }
 
-// Largest difference of one colour sample; 256 for different sizes.
-int MaxDiff(const QImage& imgA, const QImage& imgB) {
-    if (imgA.size() != imgB.size() || imgA.isNull())
-        return 256;
-    const QImage a = imgA.convertToFormat(QImage::Format_RGB888);
-    const QImage b = imgB.convertToFormat(QImage::Format_RGB888);
-    int nMax = 0;
-    for (int y = 0; y < a.height(); ++y) {
-        const uchar* pA = a.constScanLine(y);
-        const uchar* pB = b.constScanLine(y);
-        for (int x = 0; x < a.width() * 3; ++x)
-            nMax = std::max(nMax, std::abs(int(pA[x]) - int(pB[x])));
-    }
-    return nMax;
-}
-
 // The first frame of strPath through the tool's v360 with the options the
 // engine documents for the panorama.
 QImage ToolEquirect(const QString& strPath, int nWidth, int nHeight) {
-    QProcess proc;
     // The engine's panorama: the lower half of a full equirectangular view
     // looking down, which is everything the lens sees.
     const QString strFilter = QStringLiteral("select=eq(n\\,0),v360=input=fisheye:ih_fov=180:iv_fov=180:"
@@ -84,17 +67,7 @@ QImage ToolEquirect(const QString& strPath, int nWidth, int nHeight) {
                                   .arg(nWidth)
                                   .arg(2 * nHeight)
                                   .arg(nHeight);
-    proc.start("ffmpeg", {"-hide_banner", "-loglevel", "error", "-nostdin", "-i", strPath, "-vf", strFilter,
-                          "-frames:v", "1", "-f", "rawvideo", "-pix_fmt", "rgb24", "-"});
-    if (!proc.waitForFinished(60000) || proc.exitCode() != 0)
-        return QImage();
-    const QByteArray baRaw = proc.readAllStandardOutput();
-    if (baRaw.size() != nWidth * nHeight * 3)
-        return QImage();
-    QImage img(nWidth, nHeight, QImage::Format_RGB888);
-    for (int y = 0; y < nHeight; ++y)
-        memcpy(img.scanLine(y), baRaw.constData() + y * nWidth * 3, size_t(nWidth) * 3);
-    return img;
+    return ToolPicture(strPath, strFilter, nWidth, nHeight);
 }
 
 // Two windows of four: a minute of the fisheye still in window 0 and an
@@ -323,7 +296,7 @@ void TestFisheyeDlg::expansionPausesOtherWindows() {
     const QImage imgTool =
         ToolEquirect(Clip("still_fisheye.mkv"), stSeen.stView.nWidth, stSeen.stView.nHeight);
     QVERIFY(!imgTool.isNull());
-    const int nDiff = MaxDiff(stSeen.imgPano, imgTool);
+    const int nDiff = MaxAbsDiff(stSeen.imgPano, imgTool);
     QVERIFY2(nDiff <= 1, qPrintable(QString::number(nDiff)));
     // Afterwards the playing window plays on, the paused one stays paused,
     // and the dialog's port is free again.

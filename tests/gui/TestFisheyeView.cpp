@@ -104,12 +104,7 @@ class TestFisheyeView : public QObject {
     Q_OBJECT
 
 private slots:
-    void cleanup() {
-        for (QWidget* pWidget : QApplication::topLevelWidgets()) {
-            if (pWidget->objectName() == "NonModalMessageBox")
-                delete pWidget;
-        }
-    }
+    void cleanup() { DeleteMessageBoxes(); }
 
     // Buttons and the automatic turn, through the window and through the stage.
     void buttonsAndAutoTurn() {

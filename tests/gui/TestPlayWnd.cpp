@@ -77,12 +77,7 @@ class TestPlayWnd : public QObject {
     Q_OBJECT
 
 private slots:
-    void cleanup() {
-        for (QWidget* pWidget : QApplication::topLevelWidgets()) {
-            if (pWidget->objectName() == "NonModalMessageBox")
-                delete pWidget;
-        }
-    }
+    void cleanup() { DeleteMessageBoxes(); }
 
     void playsPausedPictureAndEnd_data() {
         QTest::addColumn<QString>("strClip");
