@@ -13,72 +13,53 @@ extern "C" {
 
 namespace tavrix {
 
+bool PictureAdjuster::Change(const std::function<bool(Settings&)>& fn) {
+    {
+        std::lock_guard<std::mutex> lock(m_mtx);
+        if (!fn(m_settings)) {
+            return false;
+        }
+        ++m_settings.nSerial;
+    }
+    NotifyChanged();
+    return true;
+}
+
 bool PictureAdjuster::SetColour(int nBrightness, int nContrast, int nSaturation, int nHue) {
     for (int n : {nBrightness, nContrast, nSaturation, nHue}) {
         if (n < 0 || n > 128) {
             return false;
         }
     }
-    {
-        std::lock_guard<std::mutex> lock(m_mtx);
-        m_settings.nBrightness = nBrightness;
-        m_settings.nContrast = nContrast;
-        m_settings.nSaturation = nSaturation;
-        m_settings.nHue = nHue;
-        ++m_settings.nSerial;
-    }
-    NotifyChanged();
-    return true;
+    return Change([=](Settings& settings) {
+        settings.nBrightness = nBrightness;
+        settings.nContrast = nContrast;
+        settings.nSaturation = nSaturation;
+        settings.nHue = nHue;
+        return true;
+    });
 }
 
 bool PictureAdjuster::SetRotate(int nRotate) {
-    if (nRotate < -1 || nRotate > 2) {
-        return false;
-    }
-    {
-        std::lock_guard<std::mutex> lock(m_mtx);
-        m_settings.nRotate = nRotate;
-        ++m_settings.nSerial;
-    }
-    NotifyChanged();
-    return true;
+    return nRotate >= -1 && nRotate <= 2 && Change([nRotate](Settings& settings) {
+               settings.nRotate = nRotate;
+               return true;
+           });
 }
 
 bool PictureAdjuster::SetFlip(uint32_t nFlip) {
-    if (nFlip > 3) {
-        return false;
-    }
-    {
-        std::lock_guard<std::mutex> lock(m_mtx);
-        m_settings.nFlip = nFlip;
-        ++m_settings.nSerial;
-    }
-    NotifyChanged();
-    return true;
+    return nFlip <= 3 && Change([nFlip](Settings& settings) {
+               settings.nFlip = nFlip;
+               return true;
+           });
 }
 
 bool PictureAdjuster::ChangeView(const std::function<bool(FisheyeView&)>& fn) {
-    {
-        std::lock_guard<std::mutex> lock(m_mtx);
-        if (!fn(m_settings.sr)) {
-            return false;
-        }
-        ++m_settings.nSerial;
-    }
-    NotifyChanged();
-    return true;
+    return Change([&fn](Settings& settings) { return fn(settings.sr); });
 }
 
 bool PictureAdjuster::ChangeEnhancer(const std::function<bool(Enhancer&)>& fn) {
-    {
-        std::lock_guard<std::mutex> lock(m_mtx);
-        if (!fn(m_settings.vie)) {
-            return false;
-        }
-        ++m_settings.nSerial;
-    }
-    NotifyChanged();
-    return true;
+    return Change([&fn](Settings& settings) { return fn(settings.vie); });
 }
 
 PictureAdjuster::Settings PictureAdjuster::Current() const {

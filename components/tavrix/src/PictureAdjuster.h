@@ -116,6 +116,9 @@ private:
     std::function<void()> m_fnChanged;      // guarded by m_mtxListener
     const void* m_pListenerOwner = nullptr; // guarded by m_mtxListener
     void NotifyChanged();
+    // Applies fn to the settings under the lock; when fn answers true the
+    // change counts (serial bumped, listener told). Answers what fn answered.
+    bool Change(const std::function<bool(Settings&)>& fn);
 
     // Owned by the render thread.
     FilterGraphPtr m_pGraph;
